@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Sets up a Debian 12 machine for kvxml16, builds it, and runs what is asked:
+#   scripts/setup.sh demo    install what is missing, build, run the demo
+#   scripts/setup.sh test    install what is missing, build and run every test, plain and under
+#                            AddressSanitizer + UndefinedBehaviorSanitizer
+#   scripts/setup.sh tsan    the tests under ThreadSanitizer
+#   scripts/setup.sh bench   build the benchmarks (Release) and run them
+#   scripts/setup.sh build   install what is missing and build only
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+mode=${1:-build}
+jobs=$(nproc 2>/dev/null || echo 2)
+
+packages=(build-essential cmake ninja-build pkg-config libexpat1-dev libpcre2-dev zlib1g-dev
+          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev)
+
+install_missing() {
+    local missing=()
+    for p in "${packages[@]}"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    local sudo=""
+    [ "$(id -u)" -ne 0 ] && sudo=sudo
+    echo "Installing: ${missing[*]}"
+    $sudo apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+configure_and_build() {  # dir, extra cmake args...
+    local dir=$1; shift
+    cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+    cmake --build "$dir" -j "$jobs"
+}
+
+run_tests() {  # dir
+    ctest --test-dir "$1" --output-on-failure -j "$jobs"
+}
+
+install_missing
+
+case "$mode" in
+    build)
+        configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        ;;
+    demo)
+        configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        ./build/examples/kvxml_demo
+        ;;
+    test)
+        configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        run_tests build
+        configure_and_build build-asan -DCMAKE_BUILD_TYPE=Debug -DKVXML_SANITIZE=ON -DCMAKE_CXX_FLAGS=-O1
+        ASAN_OPTIONS=halt_on_error=1:detect_leaks=1:strict_string_checks=1 \
+        UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
+            run_tests build-asan
+        ;;
+    tsan)
+        configure_and_build build-tsan -DCMAKE_BUILD_TYPE=Debug -DKVXML_TSAN=ON -DCMAKE_CXX_FLAGS=-O1
+        TSAN_OPTIONS=halt_on_error=1 run_tests build-tsan
+        ;;
+    bench)
+        configure_and_build build-bench -DCMAKE_BUILD_TYPE=Release -DKVXML_BUILD_BENCH=ON -DKVXML_BUILD_TESTS=OFF
+        for b in build-bench/bench/*; do
+            [ -x "$b" ] && [ -f "$b" ] && "$b"
+        done
+        ;;
+    *)
+        echo "usage: $0 demo|test|tsan|bench|build" >&2
+        exit 2
+        ;;
+esac

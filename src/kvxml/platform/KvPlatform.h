@@ -1,0 +1,85 @@
+#pragma once
+
+// The one place that knows the operating system. Everything above talks to these calls only,
+// which behave as the Windows calls named beside them; no POSIX header is seen above this layer.
+
+#include <cstdint>
+#include <ctime>
+#include <mutex>
+
+#include "kvxml/platform/KvExport.h"
+
+namespace KvXmlLib16 {
+
+// Broken-down time as the Windows record of that name.
+struct SYSTEMTIME {
+    uint16_t wYear;
+    uint16_t wMonth;
+    uint16_t wDayOfWeek;
+    uint16_t wDay;
+    uint16_t wHour;
+    uint16_t wMinute;
+    uint16_t wSecond;
+    uint16_t wMilliseconds;
+};
+
+// 100-nanosecond intervals since 1 January 1601 UTC, as the Windows record of that name.
+struct FILETIME {
+    uint32_t dwLowDateTime;
+    uint32_t dwHighDateTime;
+};
+
+namespace Platform {
+
+// ---- Win32 error codes shown in messages ----
+constexpr uint32_t KV_ERROR_SUCCESS = 0;
+constexpr uint32_t KV_ERROR_FILE_NOT_FOUND = 2;
+constexpr uint32_t KV_ERROR_PATH_NOT_FOUND = 3;
+constexpr uint32_t KV_ERROR_ACCESS_DENIED = 5;
+constexpr uint32_t KV_ERROR_INVALID_HANDLE = 6;
+constexpr uint32_t KV_ERROR_NOT_ENOUGH_MEMORY = 8;
+constexpr uint32_t KV_ERROR_HANDLE_EOF = 38;
+constexpr uint32_t KV_ERROR_FILE_EXISTS = 80;
+constexpr uint32_t KV_ERROR_INVALID_PARAMETER = 87;
+constexpr uint32_t KV_ERROR_DISK_FULL = 112;
+constexpr uint32_t KV_ERROR_IO_PENDING = 997;
+
+// Maps an errno value to its Win32 equivalent.
+KVXML_API uint32_t Win32ErrorFromErrno(int err);
+
+// ---- Recursive lock (critical section) ----
+class RecursiveLock {
+public:
+    void Lock() { m_mutex.lock(); }
+    void Unlock() { m_mutex.unlock(); }
+
+private:
+    std::recursive_mutex m_mutex;
+};
+
+// ---- Number scanning over 16-bit wide text, C locale, errno = ERANGE on overflow ----
+// Exact 32-bit limits whatever the width of the host's long.
+KVXML_API int32_t WcsToL(const char16_t* text, char16_t** end, int base);      // wcstol
+KVXML_API uint32_t WcsToUL(const char16_t* text, char16_t** end, int base);    // wcstoul
+KVXML_API int64_t WcsToI64(const char16_t* text, char16_t** end, int base);    // _wcstoi64
+KVXML_API uint64_t WcsToUI64(const char16_t* text, char16_t** end, int base);  // _wcstoui64
+// Decimal form only: no inf/infinity/nan words, no hexadecimal floating point.
+KVXML_API double WcsToD(const char16_t* text, char16_t** end);                 // wcstod
+KVXML_API int WcsICmp(const char16_t* a, const char16_t* b);                   // _wcsicmp
+KVXML_API int WToI(const char16_t* text);                                      // _wtoi
+
+// ---- Time conversions ----
+KVXML_API int64_t MkTime64(std::tm* local);                          // _mktime64: -1 on failure
+KVXML_API bool GmTime64(int64_t seconds, std::tm* out);              // _gmtime64: false on failure
+KVXML_API bool LocalTime64(int64_t seconds, std::tm* out);           // _localtime64
+KVXML_API double DiffTime64(int64_t later, int64_t earlier);         // _difftime64
+KVXML_API void GetLocalTime(SYSTEMTIME* out);                        // GetLocalTime
+KVXML_API bool FileTimeToSystemTime(const FILETIME* in, SYSTEMTIME* out);  // FileTimeToSystemTime
+
+// ---- Files ----
+// The file API (open for sequential read, exclusive create-and-truncate for write, size,
+// reads and writes started at an offset and waited on for their byte count, close) is declared
+// in KvFile.h.
+
+} // namespace Platform
+} // namespace KvXmlLib16
