@@ -1,0 +1,197 @@
+// Arithmetic of CBigInteger checked against independent arithmetic: the compiler's 128-bit
+// integers for operands that fit, GMP (when available) for long operands.
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "kvxml/values/CBigInteger.h"
+#include "values/BigNumTestUtil.h"
+
+#ifdef KVXML_TEST_HAVE_GMP
+#include <gmp.h>
+#endif
+
+using namespace KvXmlLib16;
+using BigNumTest::N;
+using BigNumTest::RandomDigits;
+using BigNumTest::W;
+
+namespace {
+
+using Int128 = __int128;
+
+std::string Int128Text(Int128 v)
+{
+    if (v == 0)
+        return "0";
+    bool negative = v < 0;
+    unsigned __int128 m = negative ? -static_cast<unsigned __int128>(v) : static_cast<unsigned __int128>(v);
+    std::string s;
+    while (m != 0) {
+        s.insert(s.begin(), char('0' + int(m % 10)));
+        m /= 10;
+    }
+    return negative ? "-" + s : s;
+}
+
+Int128 Int128FromText(const std::string& s)
+{
+    bool negative = !s.empty() && s[0] == '-';
+    Int128 v = 0;
+    for (size_t i = negative ? 1 : 0; i < s.size(); ++i)
+        v = v * 10 + (s[i] - '0');
+    return negative ? -v : v;
+}
+
+// A random signed operand of up to maxDigits digits; zero never carries a sign.
+std::string RandomOperand(std::mt19937_64& rng, size_t maxDigits)
+{
+    std::string digits = RandomDigits(rng, maxDigits);
+    if (digits != "0" && rng() % 2)
+        return "-" + digits;
+    return digits;
+}
+
+} // namespace
+
+TEST(BigIntegerOracle, AgreesWithInt128)
+{
+    std::mt19937_64 rng(20261121);
+    for (int round = 0; round < 4000; ++round) {
+        // Products need both operands short enough for 128 bits; the rest may use 37 digits.
+        bool forProduct = round % 2 == 0;
+        std::string ta = RandomOperand(rng, forProduct ? 18 : 37);
+        std::string tb = RandomOperand(rng, forProduct ? 18 : (rng() % 3 == 0 ? 4 : 37));
+        Int128 a = Int128FromText(ta), b = Int128FromText(tb);
+        CBigInteger x(W(ta).c_str()), y(W(tb).c_str());
+        SCOPED_TRACE(ta + " ? " + tb);
+
+        ASSERT_EQ(N(x.ToString()), ta);
+        EXPECT_EQ(N((x + y).ToString()), Int128Text(a + b));
+        EXPECT_EQ(N((x - y).ToString()), Int128Text(a - b));
+        if (forProduct) {
+            EXPECT_EQ(N((x * y).ToString()), Int128Text(a * b));
+        }
+        if (b != 0) {
+            EXPECT_EQ(N((x / y).ToString()), Int128Text(a / b));
+            EXPECT_EQ(N((x % y).ToString()), Int128Text(a % b));
+            CBigInteger q = x;
+            q /= y;
+            EXPECT_EQ(N(q.ToString()), Int128Text(a / b));
+            CBigInteger r = x;
+            r %= y;
+            EXPECT_EQ(N(r.ToString()), Int128Text(a % b));
+        }
+        EXPECT_EQ(x < y, a < b);
+        EXPECT_EQ(x > y, a > b);
+        EXPECT_EQ(x <= y, a <= b);
+        EXPECT_EQ(x >= y, a >= b);
+        EXPECT_EQ(x == y, a == b);
+        EXPECT_EQ(x != y, a != b);
+
+        CBigInteger s = x;
+        s += y;
+        EXPECT_EQ(N(s.ToString()), Int128Text(a + b));
+        s -= y;
+        EXPECT_EQ(s, x);
+    }
+}
+
+#ifdef KVXML_TEST_HAVE_GMP
+
+namespace {
+
+// Holder of a GMP integer with its text.
+class Mpz {
+public:
+    Mpz() { mpz_init(m_v); }
+    explicit Mpz(const std::string& text) { mpz_init_set_str(m_v, text.c_str(), 10); }
+    Mpz(const Mpz&) = delete;
+    Mpz& operator=(const Mpz&) = delete;
+    ~Mpz() { mpz_clear(m_v); }
+    mpz_t& v() { return m_v; }
+    std::string Text() const
+    {
+        char* p = mpz_get_str(nullptr, 10, m_v);
+        std::string s(p);
+        void (*freeFunction)(void*, size_t);
+        mp_get_memory_functions(nullptr, nullptr, &freeFunction);
+        freeFunction(p, s.size() + 1);
+        return s;
+    }
+
+private:
+    mpz_t m_v;
+};
+
+} // namespace
+
+TEST(BigIntegerOracle, AgreesWithGmpOnLongOperands)
+{
+    std::mt19937_64 rng(424242);
+    for (int round = 0; round < 2500; ++round) {
+        std::string ta = RandomOperand(rng, 150);
+        // Divisors of every length relative to the dividend, short ones often.
+        std::string tb = RandomOperand(rng, rng() % 2 ? 12 : 150);
+        CBigInteger x(W(ta).c_str()), y(W(tb).c_str());
+        Mpz a(ta), b(tb), r;
+        SCOPED_TRACE(ta + " ? " + tb);
+
+        mpz_add(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x + y).ToString()), r.Text());
+        mpz_sub(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x - y).ToString()), r.Text());
+        mpz_mul(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x * y).ToString()), r.Text());
+        if (mpz_sgn(b.v()) != 0) {
+            mpz_tdiv_q(r.v(), a.v(), b.v());
+            EXPECT_EQ(N((x / y).ToString()), r.Text());
+            mpz_tdiv_r(r.v(), a.v(), b.v());
+            EXPECT_EQ(N((x % y).ToString()), r.Text());
+        }
+        int c = mpz_cmp(a.v(), b.v());
+        EXPECT_EQ(x < y, c < 0);
+        EXPECT_EQ(x == y, c == 0);
+        EXPECT_EQ(x > y, c > 0);
+    }
+}
+
+TEST(BigIntegerOracle, DivisorsWithLowZerosAndPowersOfTen)
+{
+    // Low zeros of the divisor are divided out separately: check the remainder keeps them.
+    std::mt19937_64 rng(777);
+    for (int round = 0; round < 600; ++round) {
+        std::string ta = RandomOperand(rng, 80);
+        std::string tb = RandomDigits(rng, 20) + std::string(rng() % 25, '0');
+        if (round % 3 == 0)
+            tb = "1" + std::string(rng() % 60, '0');
+        CBigInteger x(W(ta).c_str()), y(W(tb).c_str());
+        Mpz a(ta), b(tb), r;
+        if (mpz_sgn(b.v()) == 0)
+            continue;
+        SCOPED_TRACE(ta + " / " + tb);
+        mpz_tdiv_q(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x / y).ToString()), r.Text());
+        mpz_tdiv_r(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x % y).ToString()), r.Text());
+        mpz_mul(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x * y).ToString()), r.Text());
+    }
+}
+
+TEST(BigIntegerOracle, SquareRootAgreesWithGmp)
+{
+    std::mt19937_64 rng(99);
+    for (int round = 0; round < 300; ++round) {
+        std::string t = RandomDigits(rng, 90);
+        if (t == "0")
+            continue;
+        Mpz a(t), r;
+        mpz_sqrt(r.v(), a.v());
+        EXPECT_EQ(N(CBigInteger(W(t).c_str()).SquareRoot().ToString()), r.Text()) << t;
+    }
+}
+
+#endif // KVXML_TEST_HAVE_GMP
