@@ -18,6 +18,21 @@ inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 // The longest text ToString() gives.
 constexpr size_t kMaxTextLength = 1024;
 
+// Digit vector (least significant first) of a scanner buffer holding only digits; none is zero.
+void DigitsFromBuffer(const char16_t* buffer, int32_t count, std::u16string& out)
+{
+    if (count <= 0) {
+        out.assign(1, char16_t(0));
+        return;
+    }
+    int32_t first = 0;
+    while (first + 1 < count && buffer[first] == u'0')
+        ++first;
+    out.resize(size_t(count - first));
+    for (size_t k = 0; k < out.size(); ++k)
+        out[k] = char16_t(buffer[size_t(count) - 1 - k] - u'0');
+}
+
 } // namespace
 
 // 10 to a power given as a (possibly negative or huge) count of decimal places. A negative count
@@ -75,9 +90,10 @@ void CDecimal::Parse(const char16_t* text)
 {
     if (text == nullptr)
         text = u"";
-    char16_t integerDigits[MAX_INTEGER_DIGITS];
-    char16_t fractionDigits[MAX_FRACTION_DIGITS];
-    char16_t exponentDigits[MAX_EXPONENT_DIGITS];
+    // Digit texts, each closed by a NUL.
+    char16_t integerDigits[MAX_INTEGER_DIGITS + 1];
+    char16_t fractionDigits[MAX_FRACTION_DIGITS + 1];
+    char16_t exponentDigits[MAX_EXPONENT_DIGITS + 1];
     int32_t integerCount = 0, fractionCount = 0, exponentCount = 0;
     bool negative = false;
     bool exponentNegative = false;
@@ -149,10 +165,13 @@ void CDecimal::Parse(const char16_t* text)
     }
     if (text[i] != 0)
         throw invalidChar(i);
+    integerDigits[integerCount] = 0;
+    fractionDigits[fractionCount] = 0;
+    exponentDigits[exponentCount] = 0;
 
-    CBigInteger::BuildFromText(integerDigits, size_t(integerCount), m_integerPart.m_digits);
+    DigitsFromBuffer(integerDigits, integerCount, m_integerPart.m_digits);
     m_integerPart.m_sign = 1;
-    CBigInteger::BuildFromText(fractionDigits, size_t(fractionCount), m_fractionPart.m_digits);
+    DigitsFromBuffer(fractionDigits, fractionCount, m_fractionPart.m_digits);
     m_fractionPart.m_sign = 1;
     m_fractionDivider = fractionCount > 0 ? fractionCount : 1;
     if (negative)
@@ -160,7 +179,7 @@ void CDecimal::Parse(const char16_t* text)
 
     if (exponentCount > 0) {
         CBigInteger::Digits e;
-        CBigInteger::BuildFromText(exponentDigits, size_t(exponentCount), e);
+        DigitsFromBuffer(exponentDigits, exponentCount, e);
         uint64_t exponent = 0;
         if (e.size() <= 7) {
             for (size_t k = e.size(); k-- > 0;)
