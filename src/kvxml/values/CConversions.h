@@ -6,6 +6,8 @@
 #include "kvxml/platform/KvExport.h"
 #include "kvxml/values/CBinaryData.h"
 #include "kvxml/values/CWhitespaceUtils.h"
+#include "kvxml/values/CBigInteger.h" // [bignum]
+#include "kvxml/values/CDecimal.h"    // [bignum]
 
 namespace KvXmlLib16 {
 
@@ -35,6 +37,13 @@ public:
     static std::u16string base64BinaryToString(const CBinaryData& value);
     // [datetime] dateToString, yearToString, monthToString, dayToString, durationToString go here.
     // [bignum] integerToString, decimalToString go here.
+    // ---- [bignum] ----
+    static std::u16string integerToString(const CBigInteger& value);
+    static std::u16string decimalToString(const CDecimal& value);
+    // An empty format writes the value as it is; otherwise the format is a number of decimal
+    // places (read as by _wtoi), not a printf format.
+    static std::u16string decimalToString(const CDecimal& value, const std::u16string& format);
+    // ---- [bignum] end ----
 
     // ---- from text ----
     static int8_t i1FromString(const std::u16string& text, WhitespaceRule rule);
@@ -56,6 +65,10 @@ public:
     //            dayFromString, datetimeFromString, timeFromString, dateFromString,
     //            durationFromString go here.
     // [bignum] integerFromString, decimalFromString go here.
+    // ---- [bignum] ----
+    static CBigInteger integerFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDecimal decimalFromString(const std::u16string& text, WhitespaceRule rule);
+    // ---- [bignum] end ----
 };
 
 } // namespace KvXmlLib16
