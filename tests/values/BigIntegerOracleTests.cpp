@@ -181,6 +181,37 @@ TEST(BigIntegerOracle, DivisorsWithLowZerosAndPowersOfTen)
     }
 }
 
+TEST(BigIntegerOracle, DivisionOnRunsOfNinesAndZeros)
+{
+    // Digits drawn from few values make the estimates of long division land on their edges
+    // (quotient groups one too high, divisors with a small leading group).
+    const char* alphabets[] = {"09", "0159", "9", "19", "05"};
+    std::mt19937_64 rng(5150);
+    for (int round = 0; round < 4000; ++round) {
+        const std::string alphabet = alphabets[round % 5];
+        auto make = [&](size_t maxLength) {
+            size_t length = 1 + rng() % maxLength;
+            // The first digit is never 0: every alphabet ends in a non-zero digit.
+            std::string t(1, alphabet.back());
+            while (t.size() < length)
+                t.push_back(alphabet[rng() % alphabet.size()]);
+            return t;
+        };
+        std::string ta = make(120), tb = make(round % 2 ? 40 : 19);
+        if (tb.find_first_not_of('0') == std::string::npos)
+            continue;
+        CBigInteger x(W(ta).c_str()), y(W(tb).c_str());
+        Mpz a(ta), b(tb), r;
+        SCOPED_TRACE(ta + " / " + tb);
+        mpz_tdiv_q(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x / y).ToString()), r.Text());
+        mpz_tdiv_r(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x % y).ToString()), r.Text());
+        mpz_mul(r.v(), a.v(), b.v());
+        EXPECT_EQ(N((x * y).ToString()), r.Text());
+    }
+}
+
 TEST(BigIntegerOracle, SquareRootAgreesWithGmp)
 {
     std::mt19937_64 rng(99);

@@ -224,6 +224,35 @@ TEST(BigIntegerArithmetic, SmallTable)
     }
 }
 
+TEST(BigIntegerArithmetic, QuotientEstimatesThatOvershoot)
+{
+    // Dividends just below a multiple of the divisor, where a quotient guessed from the leading
+    // digits is one too high and must be taken back.
+    struct Case {
+        const char16_t* a;
+        const char16_t* b;
+        const char* quotient;
+        const char* remainder;
+    };
+    const Case cases[] = {
+        {u"499999999500000000999999998000000000", u"500000000000000000999999999", "999999998",
+         "500000000000000000999999998"},
+        {u"999999997999999999999999999000000001", u"999999999999999999999999999", "999999997",
+         "999999999999999999999999998"},
+        {u"420000000000000004199999999299999999", u"600000000000000005999999999", "699999999",
+         "600000000000000005999999998"},
+        {u"250000003500000001000000013499999992", u"500000000000000001999999999", "500000006",
+         "500000000000000001999999998"},
+    };
+    for (const Case& c : cases) {
+        CBigInteger a(c.a), b(c.b);
+        EXPECT_EQ(Str(a / b), c.quotient) << N(c.a);
+        EXPECT_EQ(Str(a % b), c.remainder) << N(c.a);
+        EXPECT_EQ(Str(a.GetNegative() / b), "-" + std::string(c.quotient)) << N(c.a);
+        EXPECT_EQ(Str(a.GetNegative() % b), "-" + std::string(c.remainder)) << N(c.a);
+    }
+}
+
 TEST(BigIntegerArithmetic, SignsOfZeroResults)
 {
     // Opposite equal magnitudes add to a plain zero.

@@ -536,28 +536,12 @@ void CBigInteger::Multiply(const Digits& a, const Digits& b, Digits& out)
     CheckSize(uint64_t(a.size()) + b.size() - 1);
     // Low zeros of both operands only shift the product: multiply the rest, then shift once.
     size_t za = LowZeros(a), zb = LowZeros(b);
-    size_t na = a.size() - za, nb = b.size() - zb;
-    const char16_t* pa = a.data() + za;
-    const char16_t* pb = b.data() + zb;
-    // Column sums first, carries once at the end: each column holds at most 81 per digit pair.
-    std::vector<uint64_t> columns(na + nb, 0);
-    for (size_t j = 0; j < nb; ++j) {
-        uint32_t d = pb[j];
-        if (d == 0)
-            continue;
-        uint64_t* col = columns.data() + j;
-        for (size_t i = 0; i < na; ++i)
-            col[i] += uint32_t(pa[i]) * d;
-    }
+    Limbs la, lb, product;
+    ToLimbs(a.data() + za, a.size() - za, la);
+    ToLimbs(b.data() + zb, b.size() - zb, lb);
+    MultiplyLimbs(la, lb, product);
     Digits result;
-    result.resize(za + zb + na + nb, 0);
-    uint64_t carry = 0;
-    for (size_t k = 0; k < na + nb; ++k) {
-        uint64_t v = columns[k] + carry;
-        result[za + zb + k] = char16_t(v % 10);
-        carry = v / 10;
-    }
-    Clean(result);
+    FromLimbs(product, za + zb, result);
     CheckSize(result.size());
     out = std::move(result);
 }
@@ -582,9 +566,9 @@ void CBigInteger::Pow10(uint32_t exponent, Digits& out)
     out[exponent] = 1;
 }
 
-// Truncating division of magnitudes, as long division, one quotient digit at a time, without
-// recursion so that the stack stays flat for any length. Low zeros of the divisor are divided
-// out first; a divisor that is a power of ten needs no subtraction at all.
+// Truncating division of magnitudes. Low zeros of the divisor are divided out first, and a
+// divisor that is a power of ten needs no arithmetic at all; otherwise long division in groups of
+// nine digits, without recursion, so that the stack stays flat for any length.
 void CBigInteger::Divide(const Digits& a, const Digits& b, Digits& quotient, Digits& remainder)
 {
     if (IsZero(b))
@@ -598,29 +582,17 @@ void CBigInteger::Divide(const Digits& a, const Digits& b, Digits& quotient, Dig
     size_t shift = LowZeros(b);
     const char16_t* pa = a.data() + shift;
     size_t na = a.size() - shift; // a >= b, so a has more than `shift` digits
-    Digits divisor(b.begin() + shift, b.end());
     Digits q, r;
-    if (divisor.size() == 1 && divisor[0] == 1) {
+    if (b.size() - shift == 1 && b[shift] == 1) {
         q.assign(pa, na);
         r.assign(1, char16_t(0));
     } else {
-        q.assign(na, char16_t(0));
-        r.reserve(divisor.size() + 1);
-        for (size_t i = na; i-- > 0;) {
-            // r = r * 10 + next digit
-            if (r.size() == 1 && r[0] == 0)
-                r[0] = pa[i];
-            else
-                r.insert(r.begin(), pa[i]);
-            char16_t digit = 0;
-            while (Compare(r, divisor) >= 0) {
-                SubtractInPlace(r, divisor);
-                ++digit;
-            }
-            q[i] = digit;
-        }
-        if (r.empty())
-            r.assign(1, char16_t(0));
+        Limbs la, lb, lq, lr;
+        ToLimbs(pa, na, la);
+        ToLimbs(b.data() + shift, b.size() - shift, lb);
+        DivideLimbs(la, lb, lq, lr);
+        FromLimbs(lq, 0, q);
+        FromLimbs(lr, 0, r);
     }
     Clean(q);
     // The remainder gets back the low digits of a that were set aside.
@@ -634,6 +606,153 @@ void CBigInteger::Divide(const Digits& a, const Digits& b, Digits& quotient, Dig
     Clean(rem);
     quotient = std::move(q);
     remainder = std::move(rem);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Groups of nine digits: the inner loops of multiplication and division work on these.
+
+void CBigInteger::ToLimbs(const char16_t* digits, size_t count, Limbs& out)
+{
+    out.assign((count + 8) / 9, 0);
+    for (size_t k = 0; k < out.size(); ++k) {
+        uint32_t v = 0;
+        size_t low = k * 9;
+        size_t high = low + 9 < count ? low + 9 : count;
+        for (size_t i = high; i-- > low;)
+            v = v * 10 + digits[i];
+        out[k] = v;
+    }
+    while (out.size() > 1 && out.back() == 0)
+        out.pop_back();
+}
+
+void CBigInteger::FromLimbs(const Limbs& limbs, size_t lowZeros, Digits& out)
+{
+    out.assign(lowZeros + limbs.size() * 9, char16_t(0));
+    char16_t* p = out.data() + lowZeros;
+    for (uint32_t v : limbs) {
+        for (int i = 0; i < 9; ++i) {
+            *p++ = char16_t(v % 10);
+            v /= 10;
+        }
+    }
+    Clean(out);
+}
+
+void CBigInteger::MultiplyLimbs(const Limbs& a, const Limbs& b, Limbs& out)
+{
+    const uint64_t base = kLimbBase;
+    out.assign(a.size() + b.size(), 0);
+    for (size_t j = 0; j < b.size(); ++j) {
+        uint64_t factor = b[j];
+        if (factor == 0)
+            continue;
+        uint64_t carry = 0;
+        uint32_t* row = out.data() + j;
+        for (size_t i = 0; i < a.size(); ++i) {
+            uint64_t t = row[i] + a[i] * factor + carry; // < 10^18 + 2 * 10^9
+            row[i] = uint32_t(t % base);
+            carry = t / base;
+        }
+        for (size_t k = a.size(); carry != 0; ++k) {
+            uint64_t t = row[k] + carry;
+            row[k] = uint32_t(t % base);
+            carry = t / base;
+        }
+    }
+    while (out.size() > 1 && out.back() == 0)
+        out.pop_back();
+}
+
+// Long division of a by b (no high zero limbs, b not zero), estimating each quotient limb from the
+// leading limbs after scaling so that the divisor's top limb is at least half the base.
+void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, Limbs& remainder)
+{
+    const uint64_t base = kLimbBase;
+    if (a.size() < b.size()) {
+        quotient.assign(1, 0);
+        remainder = a;
+        return;
+    }
+    if (b.size() == 1) {
+        uint64_t divisor = b[0], rest = 0;
+        quotient.assign(a.size(), 0);
+        for (size_t i = a.size(); i-- > 0;) {
+            uint64_t cur = rest * base + a[i];
+            quotient[i] = uint32_t(cur / divisor);
+            rest = cur % divisor;
+        }
+        while (quotient.size() > 1 && quotient.back() == 0)
+            quotient.pop_back();
+        remainder.assign(1, uint32_t(rest));
+        return;
+    }
+    const size_t n = b.size(), m = a.size() - n;
+    const uint64_t scale = base / (uint64_t(b[n - 1]) + 1);
+    auto scaled = [&](const Limbs& x, size_t size) {
+        Limbs r(size, 0);
+        uint64_t carry = 0;
+        for (size_t i = 0; i < x.size(); ++i) {
+            uint64_t t = x[i] * scale + carry;
+            r[i] = uint32_t(t % base);
+            carry = t / base;
+        }
+        if (x.size() < size)
+            r[x.size()] = uint32_t(carry);
+        return r;
+    };
+    Limbs u = scaled(a, a.size() + 1);
+    Limbs v = scaled(b, n);
+    const uint64_t vTop = v[n - 1], vNext = v[n - 2];
+    quotient.assign(m + 1, 0);
+    for (size_t j = m + 1; j-- > 0;) {
+        uint64_t num = uint64_t(u[j + n]) * base + u[j + n - 1];
+        uint64_t qhat = num / vTop, rhat = num % vTop;
+        while (qhat >= base || qhat * vNext > rhat * base + u[j + n - 2]) {
+            --qhat;
+            rhat += vTop;
+            if (rhat >= base)
+                break;
+        }
+        if (qhat >= base)
+            qhat = base - 1;
+        // u[j .. j+n] -= qhat * v
+        uint64_t carry = 0;
+        int64_t borrow = 0;
+        for (size_t i = 0; i < n; ++i) {
+            uint64_t p = qhat * v[i] + carry;
+            carry = p / base;
+            int64_t t = int64_t(u[i + j]) - int64_t(p % base) - borrow;
+            borrow = t < 0;
+            u[i + j] = uint32_t(t < 0 ? t + int64_t(base) : t);
+        }
+        int64_t top = int64_t(u[j + n]) - int64_t(carry) - borrow;
+        // An estimate one (rarely two) too high: add the divisor back.
+        while (top < 0) {
+            --qhat;
+            uint64_t c = 0;
+            for (size_t i = 0; i < n; ++i) {
+                uint64_t t = uint64_t(u[i + j]) + v[i] + c;
+                u[i + j] = uint32_t(t % base);
+                c = t / base;
+            }
+            top += int64_t(c);
+        }
+        u[j + n] = uint32_t(top);
+        quotient[j] = uint32_t(qhat);
+    }
+    while (quotient.size() > 1 && quotient.back() == 0)
+        quotient.pop_back();
+    // The remainder is the low part of u, scaled back.
+    remainder.assign(n, 0);
+    uint64_t rest = 0;
+    for (size_t i = n; i-- > 0;) {
+        uint64_t cur = rest * base + u[i];
+        remainder[i] = uint32_t(cur / scale);
+        rest = cur % scale;
+    }
+    while (remainder.size() > 1 && remainder.back() == 0)
+        remainder.pop_back();
 }
 
 } // namespace KvXmlLib16

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "kvxml/platform/KvExport.h"
 
@@ -120,6 +121,14 @@ private:
     static void CheckSize(uint64_t digitCount);
     static bool IsZero(const Digits& d) { return d.size() <= 1 && (d.empty() || d[0] == 0); }
     void CheckedDivide(const CBigInteger& other, CBigInteger* quotient, CBigInteger* remainder) const;
+
+    // Groups of nine decimal digits, least significant first, for the inner loops.
+    using Limbs = std::vector<uint32_t>;
+    static constexpr uint64_t kLimbBase = 1000000000;
+    static void ToLimbs(const char16_t* digits, size_t count, Limbs& out);
+    static void FromLimbs(const Limbs& limbs, size_t lowZeros, Digits& out);
+    static void MultiplyLimbs(const Limbs& a, const Limbs& b, Limbs& out);
+    static void DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, Limbs& remainder);
 
     int32_t m_sign;
     Digits m_digits;
