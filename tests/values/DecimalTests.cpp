@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <string>
 
@@ -422,4 +423,27 @@ TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide)
         EXPECT_THROW((void)(D(u"1") / D(u"3")), CKvInvalidValueException);
     }
     EXPECT_EQ(Str(D(u"1") / D(u"3")), "0.333333333333333333333333333333");
+}
+
+TEST(DecimalLimit, OddLimitsNeverBreakMemory)
+{
+    // The limit is set without a check; whatever it is, operations either work or fail cleanly.
+    const int32_t limits[] = {-5, -1, 0, 1, 510, 1000000, std::numeric_limits<int32_t>::max(),
+                              std::numeric_limits<int32_t>::min()};
+    for (int32_t limit : limits) {
+        PlacesGuard guard(limit);
+        auto attempt = [&](const std::function<void()>& f) {
+            try {
+                f();
+            } catch (const CKvInvalidValueException&) {
+            }
+        };
+        attempt([] { (void)D(u"1.25").ToString(); });
+        attempt([] { (void)(D(u"1.25") + D(u"-7.5")).ToString(); });
+        attempt([] { (void)(D(u"1.25") * D(u"-7.5")).ToString(); });
+        attempt([] { (void)(D(u"1") / D(u"3")).ToString(); });
+        attempt([] { (void)D(u"1.25").ToString(3); });
+        attempt([] { (void)D(u"2.5").ToLong(); });
+        attempt([] { (void)(D(u"1.25") < D(u"1.3")); });
+    }
 }

@@ -444,8 +444,8 @@ CDecimal CDecimal::operator*(const CDecimal& other) const
     int32_t divider = Normalize(a, b);
     CBigInteger p = PowerOfTen(divider);
     CBigInteger q = PowerOfTen(2 * int64_t(divider));
-    CBigInteger t = a.m_integerPart * b.m_integerPart * q + a.m_integerPart * b.m_fractionPart * p +
-                    a.m_fractionPart * b.m_integerPart * p + a.m_fractionPart * b.m_fractionPart;
+    // ia*ib*Q + ia*fb*P + fa*ib*P + fa*fb, factored into one product of the scaled values.
+    CBigInteger t = (a.m_integerPart * p + a.m_fractionPart) * (b.m_integerPart * p + b.m_fractionPart);
     CDecimal r(t / q, t % q, 2 * divider);
     r.Rationalise();
     r.CutToLimit();
