@@ -391,15 +391,17 @@ int64_t CDateTime::GetTime() const {
         tm.tm_min = n.m_minute;
         tm.tm_sec = n.m_second;
     }
+    std::tm utc = tm;
     tm.tm_isdst = -1;
-    // The fields are UTC; the platform reads them as local time, so add back the local offset.
+    // The platform's local conversion decides which instants are served (before 1970 locally it
+    // fails, and that failure is what the caller gets). The fields themselves are UTC, so the
+    // local offset is taken off again exactly by reading them as UTC, also inside a
+    // daylight-saving gap or overlap.
     const int64_t local = Platform::MkTime64(&tm);
-    std::tm gm{};
-    if (!Platform::GmTime64(local, &gm))
+    if (local == -1)
         return local;
-    gm.tm_isdst = -1;
-    const int64_t shifted = Platform::MkTime64(&gm);
-    return local + static_cast<int64_t>(Platform::DiffTime64(local, shifted));
+    const int64_t seconds = Platform::MkGmTime64(&utc);
+    return seconds == -1 ? local : seconds;
 }
 
 SYSTEMTIME CDateTime::GetAsSystemTime() const {
