@@ -287,20 +287,18 @@ TEST_F(PlatformFile, NamesAreUtf16OnTheWayInAndUtf8OnDisk) {
     EXPECT_EQ(file.OpenForRead(wide.c_str()), KV_ERROR_SUCCESS);
 }
 
+// A moved handle has one owner, which alone closes it (and so releases its lock).
 TEST_F(PlatformFile, MovingHandsTheHandleOver) {
     Put("m.txt", "abc");
     CPlatformFile a;
     ASSERT_EQ(a.OpenForRead(Name("m.txt").c_str()), KV_ERROR_SUCCESS);
     CPlatformFile b(std::move(a));
-    EXPECT_FALSE(a.IsOpen());
-    ASSERT_TRUE(b.IsOpen());
     CPlatformFile c;
     c = std::move(b);
-    EXPECT_FALSE(b.IsOpen());
+    EXPECT_FALSE(a.IsOpen() || b.IsOpen());
     uint64_t size = 0;
     ASSERT_EQ(c.GetSize(&size), KV_ERROR_SUCCESS);
     EXPECT_EQ(size, 3u);
-    // The handle closes with its last owner, which releases the shared lock.
     c = CPlatformFile();
     CPlatformFile writer;
     EXPECT_EQ(writer.CreateForWrite(Name("m.txt").c_str()), KV_ERROR_SUCCESS);

@@ -14,7 +14,7 @@ namespace Platform {
 
 // The record of one started read or write, in the role of an OVERLAPPED record with its
 // event. A fresh or reset record waits as a finished operation of 0 bytes.
-class CFileOperation {
+class KVXML_API CFileOperation {
 public:
     // Forget the previous operation, as zeroing the record does.
     void Reset() {
@@ -31,7 +31,8 @@ private:
     uint64_t m_offset = 0;                 // where the operation started
 };
 
-class CPlatformFile {
+// Exported because exported classes may hold one by value.
+class KVXML_API CPlatformFile {
 public:
     CPlatformFile() = default;
     ~CPlatformFile();
