@@ -3,6 +3,7 @@
 #include <string>
 
 #include "ValuesTestUtil.h"
+#include "support/CountedProbe.h"
 #include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDateTime.h"
@@ -16,18 +17,7 @@ using W = CWhitespaceUtils;
 
 namespace {
 
-class TestObject : public CXmlObjectBase {
-public:
-    explicit TestObject(int* destroyed) : m_destroyed(destroyed) {}
-    ~TestObject() override { ++*m_destroyed; }
-    CXmlObjectBase* GetBase() override { return this; }
-    std::u16string GetTargetNamespace() override { return u""; }
-    std::u16string GetNamespace() override { return u""; }
-    int Count() const { return m_refCount.load(); }
-
-private:
-    int* m_destroyed;
-};
+using TestObject = KvTest::CountedProbe;
 
 // Stands in for a collection: anything derived from the object base can be stored as kind 28.
 class TestCollection : public TestObject {
