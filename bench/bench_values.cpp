@@ -56,6 +56,17 @@ void BM_HexDecode(benchmark::State& state) {
 }
 BENCHMARK(BM_HexDecode);
 
+// The byte-wise growth that the binary writers rely on.
+void BM_AppendByte(benchmark::State& state) {
+    for (auto _ : state) {
+        CBinaryData out;
+        for (uint32_t i = 0; i < 65536; ++i) out.Append(static_cast<unsigned char>(i));
+        benchmark::DoNotOptimize(out.GetData());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * 65536);
+}
+BENCHMARK(BM_AppendByte);
+
 void BM_I4FromString(benchmark::State& state) {
     std::mt19937 rng(1);
     std::vector<std::u16string> texts;

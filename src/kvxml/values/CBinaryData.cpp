@@ -190,12 +190,44 @@ unsigned char* CBinaryData::GetData() const { return m_pBuffer != nullptr ? m_pB
 
 uint32_t CBinaryData::GetLength() const { return m_pBuffer != nullptr ? m_pBuffer->m_length : 0; }
 
+namespace {
+
+// Appends to a buffer that the caller holds alone, under its lock.
+void AppendToSoleBuffer(CBinaryBuffer* buffer, const unsigned char* bytes, uint32_t length) {
+    const uint64_t newLength = uint64_t{buffer->m_length} + length;
+    if (newLength > kMaxLength) throw CKvException(u"Binary data can not hold more than 4294967295 bytes");
+    if (newLength > buffer->m_capacity) {
+        // Twice the needed size, without the floor of new buffers.
+        const uint32_t capacity = GrowCapacity(newLength, 0);
+        unsigned char* block = new unsigned char[capacity];
+        std::memcpy(block, buffer->m_data, buffer->m_length);
+        // The source may lie in the old block (a handle appended to itself): copy before freeing.
+        std::memcpy(block + buffer->m_length, bytes, length);
+        delete[] buffer->m_data;
+        buffer->m_data = block;
+        buffer->m_capacity = capacity;
+    } else {
+        std::memmove(buffer->m_data + buffer->m_length, bytes, length);
+    }
+    buffer->m_length = static_cast<uint32_t>(newLength);
+}
+
+} // namespace
+
 void CBinaryData::Append(const unsigned char* bytes, uint32_t length) {
     if (length == 0) return;
     if (bytes == nullptr) throw CKvException(u"Failed to append. [No data]");
     if (m_pBuffer == nullptr) {
         m_pBuffer = NewCopyBuffer(bytes, length);
         return;
+    }
+    {
+        // Usual case, a writer that holds its buffer alone: one pass under the lock.
+        CKVCriticalSectionGuard guard(m_pBuffer->m_cs);
+        if (m_pBuffer->m_refCount < 2) {
+            AppendToSoleBuffer(m_pBuffer, bytes, length);
+            return;
+        }
     }
     Detach();
     CBinaryBuffer* buffer = m_pBuffer;
@@ -204,22 +236,7 @@ void CBinaryData::Append(const unsigned char* bytes, uint32_t length) {
         CKVCriticalSectionGuard guard(buffer->m_cs);
         count = buffer->m_refCount;
         if (count < 2) {
-            const uint64_t newLength = uint64_t{buffer->m_length} + length;
-            if (newLength > kMaxLength)
-                throw CKvException(u"Binary data can not hold more than 4294967295 bytes");
-            if (newLength > buffer->m_capacity) {
-                const uint32_t capacity = GrowCapacity(newLength, 0);
-                unsigned char* block = new unsigned char[capacity];
-                std::memcpy(block, buffer->m_data, buffer->m_length);
-                // The source may lie in the old block (appending a handle to itself): copy first.
-                std::memcpy(block + buffer->m_length, bytes, length);
-                delete[] buffer->m_data;
-                buffer->m_data = block;
-                buffer->m_capacity = capacity;
-            } else {
-                std::memmove(buffer->m_data + buffer->m_length, bytes, length);
-            }
-            buffer->m_length = static_cast<uint32_t>(newLength);
+            AppendToSoleBuffer(buffer, bytes, length);
             return;
         }
     }
