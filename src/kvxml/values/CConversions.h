@@ -45,7 +45,6 @@ public:
     static std::u16string dayToString(uint8_t value);
     static std::u16string durationToString(const CDateTimeSpan& value);
     // ---- [datetime] end ----
-    // [bignum] integerToString, decimalToString go here.
     // ---- [bignum] ----
     static std::u16string integerToString(const CBigInteger& value);
     static std::u16string decimalToString(const CDecimal& value);
@@ -83,7 +82,6 @@ public:
     static uint8_t dayFromString(const std::u16string& text, WhitespaceRule rule);
     static CDateTimeSpan durationFromString(const std::u16string& text, WhitespaceRule rule);
     // ---- [datetime] end ----
-    // [bignum] integerFromString, decimalFromString go here.
     // ---- [bignum] ----
     static CBigInteger integerFromString(const std::u16string& text, WhitespaceRule rule);
     static CDecimal decimalFromString(const std::u16string& text, WhitespaceRule rule);
