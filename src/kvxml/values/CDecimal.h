@@ -84,8 +84,6 @@ public:
     bool operator>=(const CDecimal& other) const;
 
 private:
-    friend class CBigInteger;
-
     CDecimal(const CBigInteger& integerPart, const CBigInteger& fractionPart, int32_t divider);
 
     void Parse(const char16_t* text);
