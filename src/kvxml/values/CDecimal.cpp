@@ -284,6 +284,20 @@ int32_t CDecimal::Normalize(CDecimal& a, CDecimal& b)
     return a.m_fractionDivider;
 }
 
+int32_t CDecimal::Align(const CDecimal& x, const CDecimal& y, CDecimal& scratchX, CDecimal& scratchY,
+                        const CDecimal*& a, const CDecimal*& b)
+{
+    a = &x;
+    b = &y;
+    if (x.m_fractionDivider == y.m_fractionDivider)
+        return x.m_fractionDivider;
+    scratchX = x;
+    scratchY = y;
+    a = &scratchX;
+    b = &scratchY;
+    return Normalize(scratchX, scratchY);
+}
+
 void CDecimal::CutToLimit()
 {
     if (m_fractionDivider > m_maxDivider)
@@ -415,8 +429,11 @@ void CDecimal::Negate()
 
 CDecimal CDecimal::operator+(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    int32_t divider = Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    int32_t divider = Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     CBigInteger unit = PowerOfTen(divider);
     CBigInteger unitNegative = unit.GetNegative();
     static const CBigInteger one(1);
@@ -440,8 +457,11 @@ CDecimal CDecimal::operator-(const CDecimal& other) const { return *this + other
 
 CDecimal CDecimal::operator*(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    int32_t divider = Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    int32_t divider = Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     CBigInteger p = PowerOfTen(divider);
     CBigInteger q = PowerOfTen(2 * int64_t(divider));
     // ia*ib*Q + ia*fb*P + fa*ib*P + fa*fb, factored into one product of the scaled values.
@@ -454,8 +474,11 @@ CDecimal CDecimal::operator*(const CDecimal& other) const
 
 CDecimal CDecimal::operator/(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    int32_t divider = Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    int32_t divider = Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     int64_t places = int64_t(m_maxDivider) + 2;
     CBigInteger p = PowerOfTen(divider);
     CBigInteger m = PowerOfTen(places);
@@ -496,8 +519,11 @@ CDecimal CDecimal::operator--(int)
 
 bool CDecimal::operator==(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     return a.m_integerPart == b.m_integerPart && a.m_fractionPart == b.m_fractionPart;
 }
 
@@ -505,8 +531,11 @@ bool CDecimal::operator!=(const CDecimal& other) const { return !(*this == other
 
 bool CDecimal::operator<(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     if (a.m_integerPart < b.m_integerPart)
         return true;
     if (a.m_integerPart > b.m_integerPart)
@@ -516,8 +545,11 @@ bool CDecimal::operator<(const CDecimal& other) const
 
 bool CDecimal::operator>(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     if (a.m_integerPart > b.m_integerPart)
         return true;
     if (a.m_integerPart < b.m_integerPart)
@@ -527,8 +559,11 @@ bool CDecimal::operator>(const CDecimal& other) const
 
 bool CDecimal::operator<=(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     if (a.m_integerPart < b.m_integerPart)
         return true;
     if (a.m_integerPart > b.m_integerPart)
@@ -538,8 +573,11 @@ bool CDecimal::operator<=(const CDecimal& other) const
 
 bool CDecimal::operator>=(const CDecimal& other) const
 {
-    CDecimal a(*this), b(other);
-    Normalize(a, b);
+    CDecimal scratchA, scratchB;
+    const CDecimal *pa, *pb;
+    Align(*this, other, scratchA, scratchB, pa, pb);
+    const CDecimal& a = *pa;
+    const CDecimal& b = *pb;
     if (a.m_integerPart > b.m_integerPart)
         return true;
     if (a.m_integerPart < b.m_integerPart)

@@ -90,6 +90,10 @@ private:
     void Rationalise();
     void ChangeFractionalDivider(int32_t divider);
     static int32_t Normalize(CDecimal& a, CDecimal& b);
+    // Points a and b at x and y, or, when their dividers differ, at normalised copies held in
+    // the scratch values; returns the common divider. Equal dividers need no copy.
+    static int32_t Align(const CDecimal& x, const CDecimal& y, CDecimal& scratchX, CDecimal& scratchY,
+                         const CDecimal*& a, const CDecimal*& b);
     // Applies the limit of decimal places after an operation.
     void CutToLimit();
     // Repairs an integer and a fraction part of different signs after a carry.
