@@ -155,7 +155,7 @@ TEST(DecimalOracle, QuotientsTruncatedThenCutWithTiesTowardZero)
                 mpz_sub_ui(q.v, q.v, 1);
             Pow10(p, limit);
             if (mpz_divisible_p(q.v, p.v) && mpz_sgn(rem.v) != 0 && (mpz_cmpabs_ui(rem.v, 50) > 0))
-                continue; // a carry that fills the fraction: the documented oddity, checked elsewhere
+                continue; // a carry that fills the fraction stays in it: checked on its own elsewhere
             expected = Format(q, limit, true);
         }
         EXPECT_EQ(N((x / y).ToString()), expected);

@@ -399,7 +399,7 @@ TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide)
     }
     {
         PlacesGuard guard(1);
-        // The documented oddity: 0.96 cut to one place keeps a fraction of 10.
+        // Kept on purpose: 0.96 cut to one place holds a fraction of 10, one digit too many.
         CDecimal v(u"0.96");
         EXPECT_EQ(Str(v), "0.10");
         EXPECT_EQ(Str(v + D(u"0")), "1");
