@@ -16,6 +16,7 @@ public:
     CXmlObjectBase* GetBase() override { return this; }
     std::u16string GetTargetNamespace() override { return u""; }
     std::u16string GetNamespace() override { return u""; }
+    void ToXml_Int(CXmlWriter*, bool, const char16_t*, const CSerializationContext&, bool) const override {}
     int32_t Count() const { return m_refCount.load(); }
 
 private:
