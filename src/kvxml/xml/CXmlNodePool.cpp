@@ -53,7 +53,17 @@ void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
     return header + 1;
 }
 
+// Under AddressSanitizer every block is its own heap allocation, so that a node used after its
+// deletion is reported instead of quietly reading a recycled block.
+#if defined(__SANITIZE_ADDRESS__)
+#define KVXML_POOL_BLOCKS_FROM_HEAP 1
+#endif
+
 void* CXmlNodePool::AllocateBlock(size_t blockSize) {
+#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
+    void* block = std::malloc(blockSize);
+    if (!block) throw std::bad_alloc();
+#else
     const size_t slot = blockSize / kGranule;
     void* block = m_freeLists[slot];
     if (block) {
@@ -73,6 +83,7 @@ void* CXmlNodePool::AllocateBlock(size_t blockSize) {
         block = m_cursor;
         m_cursor += blockSize;
     }
+#endif
     auto* header = static_cast<BlockHeader*>(block);
     header->pool = this;
     ++m_references;
@@ -89,9 +100,14 @@ void CXmlNodePool::Free(void* block, size_t size) {
 }
 
 void CXmlNodePool::FreeBlock(void* header, size_t blockSize) {
+#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
+    (void)blockSize;
+    std::free(header);
+#else
     const size_t slot = blockSize / kGranule;
     *static_cast<void**>(header) = m_freeLists[slot];
     m_freeLists[slot] = header;
+#endif
     Release();
 }
 
