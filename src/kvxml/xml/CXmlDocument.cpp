@@ -140,8 +140,8 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     // Children mostly share the parent's namespace, and often the previous sibling's name.
     // Hints only between nodes of one pool, whose names are interned there.
     const bool sharePool = parent->m_pool == child->m_pool;
-    child->SetNamespaceHinted(namespaceURI, sharePool ? parent->m_namespaceURI : nullptr);
-    child->SetElementNameHinted(localName, sharePool && previous ? previous->m_localName : nullptr);
+    child->SetNamespaceHinted(namespaceURI, sharePool ? &parent->m_namespaceURI : nullptr);
+    child->SetElementNameHinted(localName, sharePool && previous ? &previous->m_localName : nullptr);
     m_elementStack.push_back(OpenElement{child, previous});
     return child;
 }

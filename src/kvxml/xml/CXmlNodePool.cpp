@@ -143,30 +143,39 @@ const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
             return recent;
     }
     auto found = m_names.find(text);
-    if (found == m_names.end()) found = m_names.emplace(text).first;
+    if (found == m_names.end()) {
+        if (m_names.size() >= kMaxNames) return nullptr;
+        found = m_names.emplace(text).first;
+    }
     // The newer entry takes the first way, the older moves to the second.
     m_recentNames[key + 1] = m_recentNames[key];
     m_recentNames[key] = &*found;
     return m_recentNames[key];
 }
 
-const std::u16string* CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view text,
-                                             const std::u16string* hint) {
-    if (text.empty()) return &EmptyString();
-    if (pool && hint && hint->size() == text.size() &&
-        std::memcmp(hint->data(), text.data(), text.size() * sizeof(char16_t)) == 0)
-        return hint;
-    if (pool) return pool->Intern(text);
-    return new std::u16string(text);
+CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint) {
+    if (text.empty()) return EmptyName();
+    if (pool) {
+        if (hint && !hint->IsOwned()) {
+            const std::u16string& expected = hint->Get();
+            if (expected.size() == text.size() &&
+                std::memcmp(expected.data(), text.data(), text.size() * sizeof(char16_t)) == 0)
+                return *hint;
+        }
+        if (const std::u16string* interned = pool->Intern(text))
+            return CXmlNodeName{reinterpret_cast<uintptr_t>(interned)};
+    }
+    static_assert(alignof(std::u16string) >= 2, "the low bit of a name pointer must be free");
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(text)) | 1};
 }
 
-const std::u16string* CXmlNodePool::CopyName(CXmlNodePool* pool, const std::u16string* name) {
-    if (pool || name == &EmptyString()) return name;
-    return new std::u16string(*name);
+CXmlNodeName CXmlNodePool::CopyName(CXmlNodeName name) {
+    if (!name.IsOwned()) return name;
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(name.Get())) | 1};
 }
 
-void CXmlNodePool::DropName(CXmlNodePool* pool, const std::u16string* name) {
-    if (!pool && name != &EmptyString()) delete name;
+void CXmlNodePool::DropName(CXmlNodeName name) {
+    if (name.IsOwned()) delete &name.Get();
 }
 
 } // namespace KvXmlLib16

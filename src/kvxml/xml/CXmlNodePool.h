@@ -7,6 +7,8 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "kvxml/xml/CXmlNodeName.h"
+
 namespace KvXmlLib16 {
 
 // Memory of one document's tree. A load creates about one element and a few attributes per
@@ -35,12 +37,14 @@ public:
     // Returns slabs and names to the heap when nothing uses them.
     void Trim();
 
-    // Names of nodes: interned in the pool when there is one, else owned by the node.
+    // Names of nodes: interned in the pool when there is one, else owned by the node. The pool
+    // holds a bounded number of distinct names, so that a huge document of ever new names read
+    // through a filter still runs in constant memory; names beyond that are owned.
     // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
-    static const std::u16string* MakeName(CXmlNodePool* pool, std::u16string_view text,
-                                          const std::u16string* hint = nullptr);
-    static const std::u16string* CopyName(CXmlNodePool* pool, const std::u16string* name);
-    static void DropName(CXmlNodePool* pool, const std::u16string* name);
+    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
+    static CXmlNodeName CopyName(CXmlNodeName name);
+    static void DropName(CXmlNodeName name);
+    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&s_empty)}; }
     static const std::u16string& EmptyString() { return s_empty; }
 
 private:
@@ -50,6 +54,7 @@ private:
     void* AllocateBlock(size_t blockSize);
     void FreeBlock(void* header, size_t blockSize);
     void ReleaseSlabs();
+    // Null when the pool has no room for another name.
     const std::u16string* Intern(std::u16string_view text);
 
     // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
@@ -57,6 +62,7 @@ private:
     static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
     static constexpr size_t kGranule = 8;
     static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
+    static constexpr size_t kMaxNames = 65536;
 
     struct NameHash {
         using is_transparent = void;
