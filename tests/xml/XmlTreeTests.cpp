@@ -106,19 +106,6 @@ TEST(CXmlElement, TextPiecesConcatenateAndNullsAreEmpty) {
     EXPECT_EQ(element.GetText(), expected);
 }
 
-TEST(CXmlElement, DeletingAnElementFreesItsWholeSubtree) {
-    const int64_t aliveBefore = CXmlElement::GetLiveElementCount();
-    auto* root = new CXmlElement(nullptr, nullptr);
-    CXmlElement* level = root;
-    for (int depth = 0; depth < 50; ++depth) {
-        level->CreateNewChildElement()->AddAttribute(u"a", u"b", u"");
-        level = level->CreateNewChildElement();
-    }
-    EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore + 101);
-    delete root;
-    EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore);
-}
-
 TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
     const char16_t* xsi = u"http://www.w3.org/2001/XMLSchema-instance";
     const char16_t* xmlns = u"http://www.w3.org/2000/xmlns/";
