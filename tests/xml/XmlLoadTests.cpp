@@ -266,6 +266,31 @@ TEST(CXmlDocumentLoad, MillionLevelsDeepLoadsWalksAndIsDestroyed) {
     EXPECT_EQ(CXmlElement::GetLiveElementCount(), before);
 }
 
+// A run of text far longer than any buffer on the way, with entities, CRs and a CDATA section
+// spread through it, arrives whole and in order.
+TEST(CXmlDocumentLoad, LongTextRunsComeThroughWhole) {
+    std::string xml = "<a>";
+    std::u16string expected;
+    for (int i = 0; i < 100000; ++i) {
+        xml += "abc&#13;def&amp;\r\n";
+        expected += u"abcdef&\n";
+        if (i == 50000) {
+            xml += "<![CDATA[x\r\ny]]>";
+            expected += u"<![CDATA[x\ny]]>";
+        }
+    }
+    xml += std::string(200000, 'z') + "</a>";
+    expected += std::u16string(200000, u'z');
+    CSerializationContext keepCdata;
+    keepCdata.SetStripCDATA(false);
+    CXmlDocument document(keepCdata);
+    document.LoadXml(xml.c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
+    // UTF-16 input reaches the reader in much larger pieces.
+    document.LoadXml(Widen(xml).c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
+}
+
 TEST(CXmlDocumentLoad, HundredThousandChildrenAndAttributes) {
     const int count = 100000;
     std::string xml = "<r";
