@@ -4,6 +4,7 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
@@ -35,12 +36,11 @@ void AppendUtf8(std::string& out, const char16_t* text) {
     if (!text) return;
     const char16_t* p = text;
     while (*p && *p < 0x80) ++p;
-    if (!*p) {  // pure ASCII: one byte per unit
-        out.assign(text, p);
-        return;
-    }
-    out.reserve(static_cast<std::size_t>(p - text) + 16);
-    out.assign(text, p);
+    // The ASCII head goes over one byte per unit, written in place (assigning from a range of
+    // another character type would build a temporary string first).
+    const std::size_t head = static_cast<std::size_t>(p - text);
+    out.resize(head);
+    for (std::size_t i = 0; i < head; ++i) out[i] = static_cast<char>(text[i]);
     for (; *p; ++p) {
         const uint32_t c = *p;
         if (c < 0x80) {
@@ -72,6 +72,8 @@ void AppendUtf8(std::string& out, const char16_t* text) {
 struct CompiledPattern {
     pcre2_code* code = nullptr;
     uint32_t captureCount = 0;
+    bool anchoredAtCompile = false;
+    bool jit = false;
     std::u16string error;  // compiler text, widened; meaningful when code is null
 
     CompiledPattern() = default;
@@ -80,13 +82,17 @@ struct CompiledPattern {
     ~CompiledPattern() { pcre2_code_free(code); }
 };
 
-std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern) {
+// `forCache` builds the long-lived form: anchored at compile time (the same matches as anchoring
+// at match time, which the JIT cannot do) and JIT-compiled when the platform allows it.
+std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern, bool forCache) {
     auto compiled = std::make_shared<CompiledPattern>();
     const std::string expression = "^(" + PatternInternals::TranslateXsdPattern(pattern) + ")$";
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
     compiled->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(),
-                                   PCRE2_UTF, &errorCode, &errorOffset, nullptr);
+                                   forCache ? PCRE2_UTF | PCRE2_ANCHORED : PCRE2_UTF, &errorCode, &errorOffset,
+                                   nullptr);
+    compiled->anchoredAtCompile = forCache;
     if (!compiled->code) {
         PCRE2_UCHAR buffer[256];
         const int n = pcre2_get_error_message(errorCode, buffer, sizeof buffer);
@@ -95,6 +101,8 @@ std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern) {
         return compiled;
     }
     pcre2_pattern_info(compiled->code, PCRE2_INFO_CAPTURECOUNT, &compiled->captureCount);
+    // Without JIT support the interpreter runs: slower, same answers.
+    if (forCache) compiled->jit = pcre2_jit_compile(compiled->code, PCRE2_JIT_COMPLETE) == 0;
     return compiled;
 }
 
@@ -106,37 +114,17 @@ std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern) {
 // Anchored match of the UTF-8 subject; only a match from 0 to the end of the subject counts,
 // so a `$` satisfied before a final line feed does not.
 bool RunMatch(const CompiledPattern& compiled, const std::string& subject, pcre2_match_data* data) {
-    const int rc = pcre2_match(compiled.code, reinterpret_cast<PCRE2_SPTR>(subject.data()), subject.size(),
-                               0, PCRE2_ANCHORED | PCRE2_NO_UTF_CHECK, data, nullptr);
+    const auto* start = reinterpret_cast<PCRE2_SPTR>(subject.data());
+    const uint32_t options = compiled.anchoredAtCompile ? PCRE2_NO_UTF_CHECK : PCRE2_ANCHORED | PCRE2_NO_UTF_CHECK;
+    // The JIT entry skips the argument checks of the general one; the arguments are ours.
+    int rc = compiled.jit ? pcre2_jit_match(compiled.code, start, subject.size(), 0, options, data, nullptr)
+                          : pcre2_match(compiled.code, start, subject.size(), 0, options, data, nullptr);
+    // The JIT's own stack is smaller than the interpreter's limits: let the interpreter decide.
+    if (rc == PCRE2_ERROR_JIT_STACKLIMIT)
+        rc = pcre2_match(compiled.code, start, subject.size(), 0, options | PCRE2_NO_JIT, data, nullptr);
     if (rc < 1) return false;
     const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(data);
     return ovector[0] == 0 && ovector[1] == subject.size();
-}
-
-// Match data and a conversion buffer per thread, grown when a pattern needs more capture slots.
-struct ThreadScratch {
-    pcre2_match_data* data = nullptr;
-    uint32_t pairs = 0;
-    std::string subject;
-
-    ~ThreadScratch() { pcre2_match_data_free(data); }
-
-    pcre2_match_data* For(uint32_t captureCount) {
-        const uint32_t wanted = captureCount + 1;
-        if (!data || pairs < wanted) {
-            pcre2_match_data* fresh = pcre2_match_data_create(wanted, nullptr);
-            if (!fresh) throw CKvException(u"Out of memory for the pattern match");
-            pcre2_match_data_free(data);
-            data = fresh;
-            pairs = wanted;
-        }
-        return data;
-    }
-};
-
-ThreadScratch& Scratch() {
-    thread_local ThreadScratch scratch;
-    return scratch;
 }
 
 struct StringHash {
@@ -156,7 +144,7 @@ public:
         }
         // Compile outside the lock; two threads racing on one new pattern both compile and the
         // first insert wins.
-        std::shared_ptr<const CompiledPattern> compiled = Compile(pattern);
+        std::shared_ptr<const CompiledPattern> compiled = Compile(pattern, true);
         std::unique_lock lock(m_mutex);
         auto it = m_entries.find(pattern);
         if (it != m_entries.end()) return it->second;
@@ -168,7 +156,10 @@ public:
     void Clear() {
         std::unique_lock lock(m_mutex);
         m_entries.clear();
+        m_generation.fetch_add(1, std::memory_order_release);
     }
+
+    uint64_t Generation() const { return m_generation.load(std::memory_order_acquire); }
 
     std::size_t Size() {
         std::shared_lock lock(m_mutex);
@@ -177,12 +168,70 @@ public:
 
 private:
     std::shared_mutex m_mutex;
+    std::atomic<uint64_t> m_generation{0};
     std::unordered_map<std::string, std::shared_ptr<const CompiledPattern>, StringHash, std::equal_to<>> m_entries;
 };
 
 PatternCache& Cache() {
     static PatternCache cache;  // built on first use, after every static it might depend on
     return cache;
+}
+
+// Per thread: match data (grown when a pattern needs more capture slots), the subject buffer,
+// and a few recently used entries in front of the shared cache, so that the common case of one
+// pattern checked again and again takes no lock and touches no shared counter.
+struct ThreadScratch {
+    static constexpr std::size_t FrontSize = 8;
+    struct FrontEntry {
+        std::string key;
+        std::shared_ptr<const CompiledPattern> compiled;
+    };
+
+    pcre2_match_data* data = nullptr;
+    uint32_t pairs = 0;
+    std::string subject;
+    FrontEntry front[FrontSize];
+    std::size_t nextVictim = 0;
+    uint64_t generation = 0;
+
+    ~ThreadScratch() { pcre2_match_data_free(data); }
+
+    pcre2_match_data* For(uint32_t captureCount) {
+        const uint32_t wanted = captureCount + 1;
+        if (!data || pairs < wanted) {
+            pcre2_match_data* fresh = pcre2_match_data_create(wanted, nullptr);
+            if (!fresh) throw CKvException(u"Out of memory for the pattern match");
+            pcre2_match_data_free(data);
+            data = fresh;
+            pairs = wanted;
+        }
+        return data;
+    }
+
+    // The entry stays alive in the front until this thread replaces it.
+    const CompiledPattern& Lookup(std::string_view pattern) {
+        PatternCache& cache = Cache();
+        const uint64_t current = cache.Generation();
+        if (current != generation) {  // the shared cache was cleared: forget what we remember
+            for (FrontEntry& e : front) {
+                e.key.clear();
+                e.compiled.reset();
+            }
+            generation = current;
+        }
+        for (const FrontEntry& e : front)
+            if (e.compiled && e.key == pattern) return *e.compiled;
+        FrontEntry& slot = front[nextVictim];
+        nextVictim = (nextVictim + 1) % FrontSize;
+        slot.compiled = cache.Get(pattern);
+        slot.key.assign(pattern);
+        return *slot.compiled;
+    }
+};
+
+ThreadScratch& Scratch() {
+    thread_local ThreadScratch scratch;
+    return scratch;
 }
 
 } // namespace
@@ -205,7 +254,7 @@ std::string TranslateXsdPattern(std::string_view pattern) {
 }
 
 bool PatternMatchUncached(const char* pattern, const std::u16string& value) {
-    const std::shared_ptr<const CompiledPattern> compiled = Compile(pattern ? pattern : "");
+    const std::shared_ptr<const CompiledPattern> compiled = Compile(pattern ? pattern : "", false);
     if (!compiled->code) ThrowCompileError(*compiled, value);
     std::string subject;
     AppendUtf8(subject, value.c_str());
@@ -230,12 +279,12 @@ std::size_t PatternCacheSize() { return Cache().Size(); }
 namespace {
 
 bool MatchCached(std::string_view pattern, const std::u16string& value) {
-    const std::shared_ptr<const CompiledPattern> compiled = Cache().Get(pattern);
-    if (!compiled->code) ThrowCompileError(*compiled, value);
     ThreadScratch& scratch = Scratch();
-    pcre2_match_data* data = scratch.For(compiled->captureCount);
+    const CompiledPattern& compiled = scratch.Lookup(pattern);
+    if (!compiled.code) ThrowCompileError(compiled, value);
+    pcre2_match_data* data = scratch.For(compiled.captureCount);
     AppendUtf8(scratch.subject, value.c_str());
-    return RunMatch(*compiled, scratch.subject, data);
+    return RunMatch(compiled, scratch.subject, data);
 }
 
 } // namespace
