@@ -6,8 +6,11 @@
 #include <string_view>
 
 #include "kvxml/platform/KvExport.h"
+#include "kvxml/values/ItemType.h"
 
 namespace KvXmlLib16 {
+
+class KvVariant;
 
 // The XSD facets of one primitive element or attribute, as generated metadata states them.
 // Numeric facets are absent when negative, text facets when empty. Bounds stay text and are
@@ -47,6 +50,12 @@ private:
     int32_t m_totalDigits;
     int32_t m_fractionDigits;
 };
+
+// The facet check of one value of the declared kind. Returns, or throws CKvException naming the
+// item and the value; kinds without a check of their own throw CKvInvalidValueException
+// "Unknown type [<kind>].". Reads the restrictions only: any number of threads may check at once.
+KVXML_API void CheckPrimitiveRestrictions(const char16_t* name, const KvVariant& value, ItemType kind,
+                                          const CPrimitiveRestrictions& restrictions);
 
 // The string facets: minLength, maxLength, length (in 16-bit units), then the pattern.
 // Throws CKvException on the first facet that fails.
