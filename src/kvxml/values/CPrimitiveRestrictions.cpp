@@ -57,32 +57,6 @@ void CheckFloating(const char16_t* name, T value, const CPrimitiveRestrictions& 
         throw CKvException(FormatString(u"Invalid Value for %s [%f]", name, static_cast<double>(value)));
 }
 
-// Bounds of the calendar components go through the calendar conversions. Where those are not part
-// of the build, the plain unsigned conversions of the same width stand in.
-template <class Conv = CConversions>
-auto YearFromString(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    if constexpr (requires { Conv::yearFromString(text, rule); })
-        return Conv::yearFromString(text, rule);
-    else
-        return Conv::ui2FromString(text, rule);
-}
-
-template <class Conv = CConversions>
-auto MonthFromString(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    if constexpr (requires { Conv::monthFromString(text, rule); })
-        return Conv::monthFromString(text, rule);
-    else
-        return Conv::ui1FromString(text, rule);
-}
-
-template <class Conv = CConversions>
-auto DayFromString(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    if constexpr (requires { Conv::dayFromString(text, rule); })
-        return Conv::dayFromString(text, rule);
-    else
-        return Conv::ui1FromString(text, rule);
-}
-
 template <class T, class FromString>
 void CheckCalendarComponent(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString) {
     if (!BoundsHold(value, r, fromString))
@@ -151,9 +125,9 @@ void CheckPrimitiveRestrictions(const char16_t* name, const KvVariant& value, It
     case ItemType_ui8: return CheckWideIntegral(name, value.GetUI8(), r, C::ui8FromString, C::ui8ToString);
     case ItemType_r4: return CheckFloating(name, value.GetR4(), r, C::r4FromString);
     case ItemType_r8: return CheckFloating(name, value.GetR8(), r, C::r8FromString);
-    case ItemType_year: return CheckCalendarComponent(name, value.GetYear(), r, YearFromString<>);
-    case ItemType_month: return CheckCalendarComponent(name, value.GetMonth(), r, MonthFromString<>);
-    case ItemType_day: return CheckCalendarComponent(name, value.GetDay(), r, DayFromString<>);
+    case ItemType_year: return CheckCalendarComponent(name, value.GetYear(), r, C::yearFromString);
+    case ItemType_month: return CheckCalendarComponent(name, value.GetMonth(), r, C::monthFromString);
+    case ItemType_day: return CheckCalendarComponent(name, value.GetDay(), r, C::dayFromString);
     case ItemType_string: return CheckStringRestrictions(name, value.GetString(), r);
     case ItemType_boolean: return;
     default:
