@@ -346,6 +346,44 @@ TEST(CElementCol, LockedNameTakesOnlyTheNamedElements) {
     EXPECT_EQ(all->GetCount(), 4);
 }
 
+// Records what reading hands it.
+class Reader : public CXmlObjectBase {
+public:
+    CXmlObjectBase* GetBase() override { return this; }
+    std::u16string GetTargetNamespace() override { return u""; }
+    std::u16string GetNamespace() override { return u""; }
+    void ToXml_Int(CXmlWriter*, bool, const char16_t*, const CSerializationContext&, bool) const override {}
+    CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild, const CSerializationContext& context,
+                             bool) override {
+        seen = Narrow(element->GetNamespaceURI() + u"|" + element->GetLocalName() + u"|" + element->GetText());
+        for (CXmlElement* c = firstChild; c; c = c->GetNextSiblingElement()) seen += "|" + Narrow(c->GetLocalName());
+        for (const CXmlAttribute* a : element->GetAttributes()) seen += "|@" + Narrow(a->GetLocalName());
+        contextSeen = &context;
+        return nullptr;
+    }
+    std::string seen;
+    const CSerializationContext* contextSeen = nullptr;
+};
+
+TEST(CXmlObjectBase, FromXmlElementGoesThroughTextAndReadsWithTheGivenContext) {
+    CSmartPtr<CElement> e(new CElement(u"r", u"urn:r"));
+    e->SetText(u"t");
+    e->GetAttributes()->Add(u"a", u"1", u"");
+    e->GetChildElements()->Add(u"c", u"urn:r");
+    CSerializationContext context;
+    context.SetIndentChars(u"  ");
+    CSmartPtr<Reader> reader(new Reader);
+    reader->FromXmlElement(e, context);
+    EXPECT_EQ(reader->seen, "urn:r|r|t|c|@a");
+    EXPECT_EQ(reader->contextSeen, &context);
+
+    // With a default namespace the text comes from the separate writer, attributes left out.
+    e->SetDefaultNamespace(u"urn:r");
+    reader->FromXmlElement(e, context);
+    EXPECT_EQ(reader->seen, "urn:r|r|t|c");
+    EXPECT_THROW(reader->FromXmlElement(static_cast<CElement*>(nullptr), context), CKvInvalidParamException);
+}
+
 std::u16string Nested(int depth) {
     std::u16string xml;
     for (int i = 0; i < depth; ++i) xml += u"<a>";
