@@ -29,26 +29,27 @@ bool BoundsHold(T value, const CPrimitiveRestrictions& r, FromString fromString)
     return true;
 }
 
-// totalDigits on the integral kinds counts every character of the value's text, a minus sign too.
-bool DigitsHold(const std::u16string& text, const CPrimitiveRestrictions& r) {
+// totalDigits on the integral kinds counts every character of the value's text, a minus sign
+// too. The text is made only when the facet is present.
+template <class T, class ToString>
+bool DigitsHold(T value, const CPrimitiveRestrictions& r, ToString toString) {
     const int32_t totalDigits = r.GetTotalDigits();
-    return totalDigits < 0 || text.length() <= static_cast<std::size_t>(totalDigits);
+    return totalDigits < 0 || toString(value).length() <= static_cast<std::size_t>(totalDigits);
 }
 
 // Kinds shown by "%d": the number as a 32-bit int, as the wide formatter sees it.
 template <class T, class FromString, class ToString>
 void CheckSmallIntegral(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString,
                         ToString toString) {
-    if (!BoundsHold(value, r, fromString) || !DigitsHold(toString(value), r))
+    if (!BoundsHold(value, r, fromString) || !DigitsHold(value, r, toString))
         throw CKvException(FormatString(u"Invalid Value for %s [%d]", name, static_cast<int32_t>(value)));
 }
 
 template <class T, class FromString, class ToString>
 void CheckWideIntegral(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString,
                        ToString toString) {
-    if (!BoundsHold(value, r, fromString)) ThrowInvalidText(name, toString(value));
-    const std::u16string text = toString(value);
-    if (!DigitsHold(text, r)) ThrowInvalidText(name, text);
+    if (!BoundsHold(value, r, fromString) || !DigitsHold(value, r, toString))
+        ThrowInvalidText(name, toString(value));
 }
 
 template <class T, class FromString>
