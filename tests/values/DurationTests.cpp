@@ -116,29 +116,16 @@ TEST(DurationText, SignAndSecondsAreWrittenAsHeld) {
     EXPECT_EQ(CDateTimeSpan(0, 0, 7).ToString(), u"PT7S");
 }
 
-TEST(DurationValue, SettersAndNegation) {
-    CDateTimeSpan s;
-    s.SetYears(1);
-    s.SetMonths(2);
-    s.SetDays(3);
-    s.SetHours(4);
-    s.SetMinutes(5);
-    s.SetSeconds(6);
-    s.SetMilliSeconds(7);
-    s.SetMicroSeconds(8);
-    s.SetNanoSeconds(9);
-    EXPECT_EQ(s.ToString(), u"P1Y2M3DT4H5M6.007008009S");
+TEST(DurationValue, NegationSetsTheSign) {
+    const CDateTimeSpan s(1, 2, 3, 4, 5, 6, 7, 8, 9);
     const CDateTimeSpan n = s.GetAsNegative();
     EXPECT_TRUE(n.IsNegative());
     EXPECT_FALSE(s.IsNegative());
     EXPECT_TRUE(n.GetAsNegative().IsNegative()); // sets, never flips
-    CDateTimeSpan copy;
-    copy = n;
-    EXPECT_EQ(copy.ToString(), u"-P1Y2M3DT4H5M6.007008009S");
+    EXPECT_EQ(n.ToString(), u"-P1Y2M3DT4H5M6.007008009S");
+    CDateTimeSpan copy = n;
     copy.SetDateTimeSpan(1, 2, 3);
-    EXPECT_EQ(copy.ToString(), u"PT1H2M3S"); // the setter resets the sign too
-    copy.SetDateTimeSpan(1, 0, 0, 0, 0, 0, 0, 5, 0);
-    EXPECT_EQ(copy.ToString(), u"P1YT0.000005S");
+    EXPECT_EQ(copy.ToString(), u"PT1H2M3S"); // the setter resets the sign and the other fields
 }
 
 struct CompareCase {
