@@ -256,3 +256,25 @@ TEST(CXmlDocumentLoad, HundredThousandChildrenAndAttributes) {
     }
     EXPECT_EQ(children, count);
 }
+
+// Paths are built on error paths of every reader: many declarations and siblings must not make
+// them quadratic.
+TEST(CXmlDocumentLoad, PathsStayCheapWithManyDeclarationsAndSiblings) {
+    const int count = 20000;
+    std::string xml = "<r";
+    for (int i = 0; i < count; ++i) xml += " xmlns:p" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
+    xml += ">";
+    for (int i = 0; i < count; ++i) xml += "<p" + std::to_string(i) + ":c/><c/>";
+    xml += "</r>";
+    CXmlDocument document;
+    document.LoadXml(xml.c_str());
+    const CXmlElement* last = document.GetDocumentElement()->GetFirstElement();
+    const CXmlElement* lastPrefixed = nullptr;
+    for (const CXmlElement* e = last; e; e = e->GetNextSiblingElement()) {
+        if (!e->GetNamespaceURI().empty()) lastPrefixed = e;
+        last = e;
+    }
+    EXPECT_EQ(lastPrefixed->GetXPath(), u"/r/p19999:c");
+    EXPECT_EQ(last->GetXPath(), u"/r/c[20000]");
+    EXPECT_EQ(document.LookupAliasFromNamespace(u"urn:123"), u"p123");
+}

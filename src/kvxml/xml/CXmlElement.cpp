@@ -116,17 +116,21 @@ std::u16string CXmlElement::GetXPath() const {
 
 void CXmlElement::SetElementName(const char16_t* name) { SetElementName(OrEmpty(name)); }
 
-void CXmlElement::SetElementName(std::u16string_view name) {
+void CXmlElement::SetElementName(std::u16string_view name) { SetElementNameHinted(name, nullptr); }
+
+void CXmlElement::SetElementNameHinted(std::u16string_view name, const std::u16string* hint) {
     const std::u16string* old = m_localName;
-    m_localName = CXmlNodePool::MakeName(m_pool, name);
+    m_localName = CXmlNodePool::MakeName(m_pool, name, hint);
     CXmlNodePool::DropName(m_pool, old);
 }
 
 void CXmlElement::SetNamespace(const char16_t* namespaceURI) { SetNamespace(OrEmpty(namespaceURI)); }
 
-void CXmlElement::SetNamespace(std::u16string_view namespaceURI) {
+void CXmlElement::SetNamespace(std::u16string_view namespaceURI) { SetNamespaceHinted(namespaceURI, nullptr); }
+
+void CXmlElement::SetNamespaceHinted(std::u16string_view namespaceURI, const std::u16string* hint) {
     const std::u16string* old = m_namespaceURI;
-    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI);
+    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI, hint);
     CXmlNodePool::DropName(m_pool, old);
 }
 

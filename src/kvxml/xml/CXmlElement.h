@@ -73,6 +73,9 @@ public:
 private:
     friend class CXmlDocument;
     friend class CExpatReader;
+
+    void SetElementNameHinted(std::u16string_view name, const std::u16string* hint);
+    void SetNamespaceHinted(std::u16string_view namespaceURI, const std::u16string* hint);
     friend class CXmlAttribute;
 
     CXmlDocument* m_document;

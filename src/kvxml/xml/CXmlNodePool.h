@@ -36,10 +36,12 @@ public:
     void Trim();
 
     // Names of nodes: interned in the pool when there is one, else owned by the node.
-    static const std::u16string* MakeName(CXmlNodePool* pool, std::u16string_view text);
+    // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
+    static const std::u16string* MakeName(CXmlNodePool* pool, std::u16string_view text,
+                                          const std::u16string* hint = nullptr);
     static const std::u16string* CopyName(CXmlNodePool* pool, const std::u16string* name);
     static void DropName(CXmlNodePool* pool, const std::u16string* name);
-    static const std::u16string& EmptyString();
+    static const std::u16string& EmptyString() { return s_empty; }
 
 private:
     CXmlNodePool();
@@ -66,6 +68,8 @@ private:
         bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
     };
 
+    static const std::u16string s_empty;
+
     struct Slab;
     Slab* m_slabs;
     unsigned char* m_cursor;
@@ -76,7 +80,7 @@ private:
     bool m_attached;
     std::unordered_set<std::u16string, NameHash, NameEqual> m_names;
     // Names asked for recently, by a cheap key: most lookups end here without hashing.
-    static constexpr size_t kRecentNames = 32;
+    static constexpr size_t kRecentNames = 64;
     const std::u16string* m_recentNames[kRecentNames];
 };
 
