@@ -48,20 +48,21 @@ void AppendUtf8(std::string& out, const char16_t* text) {
         } else if (c < 0x800) {
             out.push_back(static_cast<char>(0xC0 | (c >> 6)));
             out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        } else if (c >= 0xD800 && c <= 0xDBFF && p[1] >= 0xDC00 && p[1] <= 0xDFFF) {
-            const uint32_t cp = 0x10000 + ((c - 0xD800) << 10) + (p[1] - 0xDC00);
+        } else if (c >= 0xD800 && c <= 0xDBFF) {
+            const uint32_t low = p[1];
+            if (low < 0xDC00 || low > 0xDFFF) return;  // high surrogate not followed by a low one
+            const uint32_t cp = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
             out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
             out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
             out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
             out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
             ++p;
+        } else if (c >= 0xDC00 && c <= 0xDFFF) {
+            return;  // lone low surrogate
         } else {
-            // A lone surrogate becomes U+FFFD: the output stays valid UTF-8, and the rest of the
-            // text is still matched.
-            const uint32_t u = (c >= 0xD800 && c <= 0xDFFF) ? 0xFFFD : c;
-            out.push_back(static_cast<char>(0xE0 | (u >> 12)));
-            out.push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (u & 0x3F)));
+            out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+            out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
         }
     }
 }
