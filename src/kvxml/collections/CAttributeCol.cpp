@@ -16,10 +16,7 @@ const char16_t* Safe(const char16_t* s) { return s ? s : u""; }
 // The namespace of an attribute collection built without one: the restriction's first token when
 // that is a literal URI rather than a "##" keyword.
 std::u16string NamespaceFromRestriction(const std::u16string& restriction) {
-    constexpr std::u16string_view blanks = u" \t\r\n";
-    const std::size_t begin = restriction.find_first_not_of(blanks);
-    if (begin == std::u16string::npos) return std::u16string();
-    const std::u16string token = restriction.substr(begin, restriction.find_first_of(blanks, begin) - begin);
+    const std::u16string token = restriction.substr(0, restriction.find(u' '));
     if (token.size() >= 2 && token[0] != u'#' && token[1] != u'#') return token;
     return std::u16string();
 }
