@@ -224,7 +224,10 @@ TEST(FacetCheck, RandomBoundsAndValuesOnlyReturnOrThrow) {
         try {
             v.FromString(text(), kind, CWhitespaceUtils::WhitespaceRule_Collapse);
         } catch (const CKvException&) {
-            v = Value(kind, kind == ItemType_month ? u"--05" : kind == ItemType_day ? u"---05" : kind == ItemType_year ? u"2001" : u"1");
+            v = Value(kind, kind == ItemType_month ? u"--05"
+                            : kind == ItemType_day ? u"---05"
+                            : kind == ItemType_year ? u"2001"
+                                                    : u"1");
         }
         try {
             CheckPrimitiveRestrictions(u"v", v, kind, f.Make());
