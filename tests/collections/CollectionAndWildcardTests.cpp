@@ -673,6 +673,9 @@ TEST(CElement, RandomDocumentsAndNamespacesOnlyReturnOrThrow) {
         for (auto& p : pick) p = words[rng() % std::size(words)];
         try {
             CSmartPtr<CElement> e(new CElement(u"e", pick[0], pick[1], pick[2]));
+            CXmlDocument doc;
+            doc.LoadXml(xml.c_str());
+            if (doc.GetDocumentElement()) CSmartPtr<CElement>(new CElement(u"c"))->CopyXmlElement(doc.GetDocumentElement());
             e->FromXml(xml.c_str());
             e->SetNamespaceRestrictions(pick[1], pick[2]);
             Xml(e->Clone());

@@ -115,8 +115,10 @@ TEST(FacetCheck, WithoutFacetsEveryKindPassesButChar) {
     const struct {
         ItemType kind;
         const char16_t* value;
-    } rows[] = {{ItemType_i1, u"-128"}, {ItemType_i8, u"1"}, {ItemType_ui8, u"1"}, {ItemType_r4, u"1"},
-                {ItemType_year, u"2001"},  {ItemType_string, u"x"}, {ItemType_boolean, u"0"}};
+    } rows[] = {{ItemType_i1, u"-128"}, {ItemType_i2, u"-1"},      {ItemType_i4, u"-1"},     {ItemType_i8, u"1"},
+                {ItemType_ui1, u"1"},   {ItemType_ui2, u"1"},      {ItemType_ui4, u"1"},     {ItemType_ui8, u"1"},
+                {ItemType_r4, u"1"},    {ItemType_r8, u"NaN"},     {ItemType_year, u"2001"}, {ItemType_month, u"--01"},
+                {ItemType_day, u"---01"}, {ItemType_string, u""}, {ItemType_boolean, u"0"}};
     for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, {}), "") << r.kind;
 
     EXPECT_EQ(Check(ItemType_char, u"x", {}), "Unknown type [char].");
