@@ -1,5 +1,10 @@
 #include "kvxml/binding/CXmlObjectBase.h"
 
+#include "kvxml/base/CKvException.h"
+#include "kvxml/base/FormatString.h"
+#include "kvxml/output/CTextStream.h"
+#include "kvxml/output/CXmlTextWriter.h"
+
 namespace KvXmlLib16 {
 
 CXmlObjectBase::CXmlObjectBase() : m_refCount(0) {}
@@ -33,6 +38,152 @@ void CXmlObjectBase::SetElementName(const char16_t* name) { m_elementName = name
 
 void CXmlObjectBase::SetElementName(CXmlObjectBase* object, const char16_t* name) {
     object->SetElementName(name);
+}
+
+// ---- writing ----
+
+
+namespace {
+inline const char16_t* Safe(const char16_t* s) { return s ? s : u""; }
+} // namespace
+
+std::u16string CXmlObjectBase::ToXml(bool includeDeclaration, bool formatted, EOLType eolType,
+                                     const CSerializationContext& context) const {
+    CTextStream stream(4095, XmlEncoding_None);
+    CXmlTextWriter writer(&stream);
+    stream.Open();
+    writer.SetFormatted(formatted);
+    writer.SetIndent(context.GetIndentChars());
+    writer.SetEOLType(eolType);
+    writer.SetWriteDefaultValues(context.GetWriteDefaultElementValues());
+    if (includeDeclaration) writer.WriteXmlDeclaration();
+    // The target namespace is asked of the object as it stands; asking changes nothing.
+    const std::u16string targetNamespace = const_cast<CXmlObjectBase*>(this)->GetTargetNamespace();
+    ToXml_Int(&writer, true, targetNamespace.c_str(), context, false);
+    stream.Close();
+    if (writer.GetCurrentContext()) throw CKvException(u"An Element has not been closed.");
+    return stream.GetText();
+}
+
+void CXmlObjectBase::AttributesToXml_Int(CXmlWriter*, const CSerializationContext&) const {}
+
+void CXmlObjectBase::AttributesToXml_Int(const CXmlObjectBase* object, CXmlWriter* writer,
+                                         const CSerializationContext& context) {
+    object->AttributesToXml_Int(writer, context);
+}
+
+void CXmlObjectBase::ToXml_Int(const CXmlObjectBase* object, CXmlWriter* writer, bool isRoot,
+                               const char16_t* namespaceUri, const CSerializationContext& context,
+                               bool noErrorOnEmptyChoice) {
+    object->ToXml_Int(writer, isRoot, namespaceUri, context, noErrorOnEmptyChoice);
+}
+
+// The pattern is scanned token by token, but after the first blank the rest of the pattern is not
+// what stays: only a single blank does. So the first token alone is tested by its own text, and
+// every later pass tests an empty token (true for the empty namespace, or for a namespace equal to
+// the whole pattern). A later pass that fails would repeat the same test for ever; the library ends
+// that scan with the result false instead of hanging.
+bool CXmlObjectBase::IsNamespaceValid(const char16_t* namespaceUri, const char16_t* pattern,
+                                      const char16_t* targetNamespace) {
+    const std::u16string ns = Safe(namespaceUri);
+    const std::u16string whole = Safe(pattern);
+    const std::u16string target = Safe(targetNamespace);
+    std::u16string rest = whole;
+    for (int pass = 0;; ++pass) {
+        std::u16string token;
+        const size_t blank = rest.find(u' ');
+        if (blank != std::u16string::npos) {
+            token = rest.substr(0, blank);
+            rest = u" ";
+        } else {
+            token = rest;
+            rest.clear();
+        }
+        bool result;
+        if (token == u"##any")
+            result = true;
+        else if (token == u"##other")
+            result = ns != target;
+        else if (token == u"##local")
+            result = ns.empty();
+        else if (token == u"##targetNamespace")
+            result = ns == target;
+        else
+            result = ns == whole || ns.empty();
+        if (result) return true;
+        if (rest.empty()) return false;
+        // From the second pass on, token and rest are the same every time: no later pass can differ.
+        if (pass >= 1) return false;
+    }
+}
+
+void CXmlObjectBase::TestNamespace(const char16_t* namespaceUri, const char16_t* pattern,
+                                   const char16_t* targetNamespace) {
+    if (!IsNamespaceValid(namespaceUri, pattern, targetNamespace))
+        throw CKvInvalidNamespaceException(
+            FormatString(u"Invalid namespace [%s]. The namespace must be one of [%s] where the target namespace is [%s].",
+                         Safe(namespaceUri), Safe(pattern), Safe(targetNamespace)),
+            std::u16string());
+}
+
+void CXmlObjectBase::Throw_IfPropertyIsNull(const CXmlObjectBase* object, const char16_t* propertyName) {
+    if (!object)
+        throw CKvInvalidParamException(
+            FormatString(u"The Property [%s] is mandatory, it may node be NULL", Safe(propertyName)));
+}
+
+void CXmlObjectBase::Throw_IfElementNameDiffers(const CXmlObjectBase* object, const char16_t* requiredName) {
+    if (!object) return;
+    const CXmlObjectBase* base = object->GetBase();
+    const std::u16string& actual = base->m_elementName;
+    if (actual != Safe(requiredName))
+        throw CKvInvalidParamException(
+            FormatString(u"This property requires an element with the name %s the element being set has the element name %s",
+                         Safe(requiredName), actual.c_str()));
+}
+
+void CXmlObjectBase::Choice_SetElementValid(bool valid, const char16_t* propertyName, std::u16string& selectedProperty) {
+    if (!valid) {
+        selectedProperty.clear();
+        return;
+    }
+    // Nothing selected differs from any name too, so a first selection through here fails as well.
+    if (selectedProperty != Safe(propertyName))
+        throw CKvInvalidStateException(FormatString(
+            u"The Property %s is already set. Only one element within this class bay be set at a time",
+            selectedProperty.c_str()));
+    selectedProperty = Safe(propertyName);
+}
+
+void CXmlObjectBase::Choice_SelectElement(const char16_t* propertyName, const CXmlObjectBase* newValue,
+                                          std::u16string& selectedProperty) {
+    if (selectedProperty == Safe(propertyName)) {
+        if (!newValue) selectedProperty.clear();
+        return;
+    }
+    if (!selectedProperty.empty()) {
+        if (!newValue) return;
+        throw CKvInvalidStateException(FormatString(
+            u"The Property [%s] is already set. Only one element within this class bay be set at a time",
+            selectedProperty.c_str()));
+    }
+    selectedProperty = Safe(propertyName);
+}
+
+void CXmlObjectBase::Choice_CollectionChanged(const char16_t* propertyName, int32_t newItemCount,
+                                              std::u16string& selectedProperty) {
+    if (selectedProperty == Safe(propertyName)) {
+        if (newItemCount == 0) selectedProperty.clear();
+        return;
+    }
+    if (!selectedProperty.empty()) {
+        if (newItemCount == 0) return;
+        throw CKvInvalidStateException(FormatString(
+            u"The Property [%s] is already set. Only one element within this class bay be set at a time",
+            selectedProperty.c_str()));
+    }
+    if (newItemCount < 1) return;
+    selectedProperty = Safe(propertyName);
 }
 
 } // namespace KvXmlLib16

@@ -6,6 +6,9 @@
 
 #include "kvxml/base/CSmartPtr.h"
 #include "kvxml/base/IEventSink.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/fastinfoset/FInfoDecl.h"
+#include "kvxml/output/OutputEnums.h"
 #include "kvxml/platform/KvExport.h"
 
 namespace KvXmlLib16 {
@@ -29,8 +32,44 @@ public:
     virtual CXmlObjectBase* GetBase() = 0;
     const CXmlObjectBase* GetBase() const;
 
+    // Writes this object as a document and returns its text. The writer takes its indent and its
+    // default-value rule from the context; an element left open fails the call.
+    virtual std::u16string ToXml(bool includeDeclaration, bool formatted, EOLType eolType,
+                                 const CSerializationContext& context) const;
+
     virtual std::u16string GetTargetNamespace() = 0;
     virtual std::u16string GetNamespace() = 0;
+
+    // Writes the object's attributes into the current start tag; nothing by default.
+    virtual void AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext& context) const;
+    // Writes the object as one element (or, for classes without one, as its content).
+    virtual void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
+                           const CSerializationContext& context, bool noErrorOnEmptyChoice) const = 0;
+
+    static void AttributesToXml_Int(const CXmlObjectBase* object, CXmlWriter* writer,
+                                    const CSerializationContext& context);
+    static void ToXml_Int(const CXmlObjectBase* object, CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
+                          const CSerializationContext& context, bool noErrorOnEmptyChoice);
+
+    // Local names must be equal; the namespaces too unless the context ignores them. Exact,
+    // by code unit.
+    static bool DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,
+                                     const char16_t* name, const char16_t* namespaceUri);
+    // Tests a namespace against a wildcard pattern ("##any", "##other", "##local",
+    // "##targetNamespace" or a URI) given the target namespace.
+    static bool IsNamespaceValid(const char16_t* namespaceUri, const char16_t* pattern, const char16_t* targetNamespace);
+    // As IsNamespaceValid, failing with CKvInvalidNamespaceException instead of returning false.
+    static void TestNamespace(const char16_t* namespaceUri, const char16_t* pattern, const char16_t* targetNamespace);
+    static void Throw_IfPropertyIsNull(const CXmlObjectBase* object, const char16_t* propertyName);
+    // A null object passes; otherwise the element name of its GetBase must equal the required name.
+    static void Throw_IfElementNameDiffers(const CXmlObjectBase* object, const char16_t* requiredName);
+
+    // Keep the one selected property of a choice; selectedProperty is empty while none is selected.
+    static void Choice_SetElementValid(bool valid, const char16_t* propertyName, std::u16string& selectedProperty);
+    static void Choice_SelectElement(const char16_t* propertyName, const CXmlObjectBase* newValue,
+                                     std::u16string& selectedProperty);
+    static void Choice_CollectionChanged(const char16_t* propertyName, int32_t newItemCount,
+                                         std::u16string& selectedProperty);
 
     int32_t AddRef();
     // At 0 the object destroys itself. Release on a count of 0 yields -1 and destroys nothing.
@@ -39,6 +78,8 @@ public:
     std::u16string GetElementName() const { return m_elementName; }
     void SetElementName(const char16_t* name);
     static void SetElementName(CXmlObjectBase* object, const char16_t* name);
+
+    // Reading entry points
 
 protected:
     std::u16string m_elementName;

@@ -1,0 +1,289 @@
+#include "kvxml/values/KvVariant.h"
+
+#include <cstring>
+
+#include "kvxml/base/CKvException.h"
+#include "kvxml/base/FormatString.h"
+#include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/values/CBigInteger.h"
+#include "kvxml/values/CConversions.h"
+#include "kvxml/values/CDateTime.h"
+#include "kvxml/values/CDateTimeSpan.h"
+#include "kvxml/values/CDecimal.h"
+
+namespace KvXmlLib16 {
+
+namespace {
+
+const char16_t* const kTypeNames[] = {
+    nullptr,     u"hexBinary", u"base64Binary", u"i1",       u"i2",       u"i4",        u"i8",
+    u"ui1",      u"ui2",       u"ui4",          u"ui8",      u"r4",       u"r8",        u"duration",
+    u"yearMonth", u"monthDay", u"year",         u"month",    u"day",      u"date",      u"datetime",
+    u"time",     u"char",      u"string",       u"boolean",  u"decimal",  u"integer",
+};
+
+bool IsPointerKind(int32_t kind) {
+    switch (kind) {
+    case ItemType_hexBinary: case ItemType_base64Binary: case ItemType_duration: case ItemType_yearMonth:
+    case ItemType_monthDay: case ItemType_date: case ItemType_datetime: case ItemType_time:
+    case ItemType_string: case ItemType_decimal: case ItemType_integer: case ItemType_xmlObject:
+    case ItemType_xmlCollection:
+        return true;
+    default:
+        return false;
+    }
+}
+
+[[noreturn]] void ThrowInvalidToString(int32_t type) {
+    throw CKvException(FormatString(u"Invalid Type %d to convert to string", static_cast<int>(type)));
+}
+
+} // namespace
+
+KvVariant::KvVariant() : m_isNil(false), m_type(ItemType_Invalid) { m_value.ui8 = 0; }
+
+KvVariant::KvVariant(const KvVariant& other) : KvVariant() { *this = other; }
+
+KvVariant::~KvVariant() { Clear(); }
+
+void KvVariant::Clear() {
+    if (m_type == ItemType_Invalid) return;
+    m_isNil = false;
+    switch (m_type) {
+    case ItemType_hexBinary:
+    case ItemType_base64Binary:
+        delete m_value.bin;
+        m_value.bin = nullptr;
+        break;
+    case ItemType_duration:
+        delete m_value.span;
+        m_value.span = nullptr;
+        break;
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time:
+        delete m_value.dt;
+        m_value.dt = nullptr;
+        break;
+    case ItemType_string:
+        delete m_value.str;
+        m_value.str = nullptr;
+        break;
+    case ItemType_decimal:
+        delete m_value.dec;
+        m_value.dec = nullptr;
+        break;
+    case ItemType_integer:
+        delete m_value.big;
+        m_value.big = nullptr;
+        break;
+    case ItemType_xmlObject:
+    case ItemType_xmlCollection:
+        if (m_value.obj != nullptr) m_value.obj->Release();
+        m_value.obj = nullptr;
+        break;
+    default:
+        break;  // inline kinds keep their bits
+    }
+    m_type = ItemType_Invalid;
+}
+
+KvVariant& KvVariant::operator=(const KvVariant& other) {
+    Clear();
+    m_type = other.m_type;
+    m_isNil = other.m_isNil;
+    // A pointer kind must never inherit the bits an inline kind left in the slot.
+    if (IsPointerKind(m_type)) m_value.obj = nullptr;
+    if (m_isNil) return *this;
+    const Slot& src = other.m_value;
+    switch (m_type) {
+    case ItemType_Invalid:
+        break;
+    case ItemType_hexBinary:
+    case ItemType_base64Binary:
+        if (src.bin != nullptr) m_value.bin = new CBinaryData(*src.bin);
+        break;
+    case ItemType_i1: case ItemType_ui1: case ItemType_month: case ItemType_day: case ItemType_boolean:
+        std::memcpy(&m_value, &src, 1);
+        break;
+    case ItemType_i2: case ItemType_ui2: case ItemType_year: case ItemType_char:
+        std::memcpy(&m_value, &src, 2);
+        break;
+    case ItemType_i4: case ItemType_ui4: case ItemType_r4:
+        std::memcpy(&m_value, &src, 4);
+        break;
+    case ItemType_i8: case ItemType_ui8: case ItemType_r8:
+        std::memcpy(&m_value, &src, 8);
+        break;
+    case ItemType_duration:
+        if (src.span != nullptr) m_value.span = new CDateTimeSpan(*src.span);
+        break;
+    case ItemType_yearMonth: case ItemType_monthDay: case ItemType_date: case ItemType_datetime:
+    case ItemType_time:
+        if (src.dt != nullptr) m_value.dt = new CDateTime(*src.dt);
+        break;
+    case ItemType_string:
+        if (src.str != nullptr) m_value.str = new std::u16string(*src.str);
+        break;
+    case ItemType_decimal:
+        if (src.dec != nullptr) m_value.dec = new CDecimal(*src.dec);
+        break;
+    case ItemType_integer:
+        if (src.big != nullptr) m_value.big = new CBigInteger(*src.big);
+        break;
+    case ItemType_xmlObject:
+    case ItemType_xmlCollection:
+        if (src.obj != nullptr) {
+            src.obj->AddRef();
+            m_value.obj = src.obj;
+        }
+        break;
+    default:
+        throw CKvException(u"Unknown Type");
+    }
+    return *this;
+}
+
+void KvVariant::SetInvalid() {
+    Clear();
+    m_type = ItemType_Invalid;
+}
+
+void KvVariant::SetNil() {
+    const ItemType type = m_type;
+    Clear();
+    m_type = type;
+    m_isNil = true;
+}
+
+std::u16string KvVariant::GetType() const {
+    if (m_type <= ItemType_Invalid || m_type > ItemType_integer)
+        throw CKvException(FormatString(u"Invalid Type %d", static_cast<int>(m_type)));
+    return kTypeNames[m_type];
+}
+
+std::u16string KvVariant::ToString(const char16_t* format) const {
+    const std::u16string fmt = format != nullptr ? std::u16string(format) : std::u16string();
+    // The nil flag is not looked at; a pointer kind without a stored value converts as empty.
+    switch (m_type) {
+    case ItemType_hexBinary:
+        return m_value.bin != nullptr ? CConversions::hexBinaryToString(*m_value.bin) : std::u16string();
+    case ItemType_base64Binary:
+        return m_value.bin != nullptr ? CConversions::base64BinaryToString(*m_value.bin) : std::u16string();
+    case ItemType_i1: return CConversions::i1ToString(m_value.i1);
+    case ItemType_i2: return CConversions::i2ToString(m_value.i2);
+    case ItemType_i4: return CConversions::i4ToString(m_value.i4);
+    case ItemType_i8: return CConversions::i8ToString(m_value.i8);
+    case ItemType_ui1: return CConversions::ui1ToString(m_value.ui1);
+    case ItemType_ui2: return CConversions::ui2ToString(m_value.ui2);
+    case ItemType_ui4: return CConversions::ui4ToString(m_value.ui4);
+    case ItemType_ui8: return CConversions::ui8ToString(m_value.ui8);
+    case ItemType_r4: return CConversions::r4ToString(m_value.r4, fmt);
+    case ItemType_r8: return CConversions::r8ToString(m_value.r8, fmt);
+    case ItemType_char: return CConversions::charToString(m_value.c);
+    case ItemType_string:
+        return m_value.str != nullptr ? CConversions::stringToString(*m_value.str) : std::u16string();
+    case ItemType_boolean: return CConversions::booleanToString(m_value.b);
+    // [datetime/bignum] cases for kinds 13 to 21 (durationToString, dateToString, yearToString,
+    // monthToString, dayToString), 25 (decimalToString, with the format) and 26 (integerToString)
+    // go here. Until then those kinds fall to the invalid-type message below.
+    default:
+        ThrowInvalidToString(m_type);
+    }
+}
+
+void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
+    if (kind < ItemType_hexBinary || kind > ItemType_integer) ThrowInvalidToString(m_type);
+    // Each case converts first and stores only a value that converted.
+    switch (kind) {
+    case ItemType_hexBinary: SetHexBinary(CConversions::hexBinaryFromString(text, rule)); return;
+    case ItemType_base64Binary: SetBase64Binary(CConversions::base64BinaryFromString(text, rule)); return;
+    case ItemType_i1: SetI1(CConversions::i1FromString(text, rule)); return;
+    case ItemType_i2: SetI2(CConversions::i2FromString(text, rule)); return;
+    case ItemType_i4: SetI4(CConversions::i4FromString(text, rule)); return;
+    case ItemType_i8: SetI8(CConversions::i8FromString(text, rule)); return;
+    case ItemType_ui1: SetUI1(CConversions::ui1FromString(text, rule)); return;
+    case ItemType_ui2: SetUI2(CConversions::ui2FromString(text, rule)); return;
+    case ItemType_ui4: SetUI4(CConversions::ui4FromString(text, rule)); return;
+    case ItemType_ui8: SetUI8(CConversions::ui8FromString(text, rule)); return;
+    case ItemType_r4: SetR4(CConversions::r4FromString(text, rule)); return;
+    case ItemType_r8: SetR8(CConversions::r8FromString(text, rule)); return;
+    case ItemType_char: SetChar(CConversions::charFromString(text, rule)); return;
+    case ItemType_string: SetString(CConversions::stringFromString(text, rule)); return;
+    case ItemType_boolean: SetBoolean(CConversions::booleanFromString(text, rule)); return;
+    // [datetime/bignum] cases for kinds 13 to 21 (durationFromString, yearMonthFromString,
+    // monthDayFromString, yearFromString, monthFromString, dayFromString, dateFromString,
+    // datetimeFromString, timeFromString), 25 (decimalFromString) and 26 (integerFromString)
+    // go here. Until then those kinds fall to the invalid-type message below.
+    default:
+        ThrowInvalidToString(m_type);
+    }
+}
+
+void KvVariant::SetI1(int8_t value) { Clear(); m_type = ItemType_i1; m_value.i1 = value; }
+void KvVariant::SetI2(int16_t value) { Clear(); m_type = ItemType_i2; m_value.i2 = value; }
+void KvVariant::SetI4(int32_t value) { Clear(); m_type = ItemType_i4; m_value.i4 = value; }
+void KvVariant::SetI8(int64_t value) { Clear(); m_type = ItemType_i8; m_value.i8 = value; }
+void KvVariant::SetUI1(uint8_t value) { Clear(); m_type = ItemType_ui1; m_value.ui1 = value; }
+void KvVariant::SetUI2(uint16_t value) { Clear(); m_type = ItemType_ui2; m_value.ui2 = value; }
+void KvVariant::SetUI4(uint32_t value) { Clear(); m_type = ItemType_ui4; m_value.ui4 = value; }
+void KvVariant::SetUI8(uint64_t value) { Clear(); m_type = ItemType_ui8; m_value.ui8 = value; }
+void KvVariant::SetR4(float value) { Clear(); m_type = ItemType_r4; m_value.r4 = value; }
+void KvVariant::SetR8(double value) { Clear(); m_type = ItemType_r8; m_value.r8 = value; }
+void KvVariant::SetYear(uint16_t value) { Clear(); m_type = ItemType_year; m_value.ui2 = value; }
+void KvVariant::SetMonth(uint8_t value) { Clear(); m_type = ItemType_month; m_value.ui1 = value; }
+void KvVariant::SetDay(uint8_t value) { Clear(); m_type = ItemType_day; m_value.ui1 = value; }
+void KvVariant::SetChar(char16_t value) { Clear(); m_type = ItemType_char; m_value.c = value; }
+void KvVariant::SetBoolean(bool value) { Clear(); m_type = ItemType_boolean; m_value.b = value; }
+
+void KvVariant::SetString(std::u16string value) {
+    auto* stored = new std::u16string(std::move(value));
+    Clear();
+    m_type = ItemType_string;
+    m_value.str = stored;
+}
+
+std::u16string KvVariant::GetString() const {
+    return m_type == ItemType_string && m_value.str != nullptr ? *m_value.str : std::u16string();
+}
+
+void KvVariant::SetHexBinary(const CBinaryData& value) {
+    auto* stored = new CBinaryData(value);
+    Clear();
+    m_type = ItemType_hexBinary;
+    m_value.bin = stored;
+}
+
+CBinaryData KvVariant::GetHexBinary() const {
+    return (m_type == ItemType_hexBinary || m_type == ItemType_base64Binary) && m_value.bin != nullptr
+               ? CBinaryData(*m_value.bin)
+               : CBinaryData();
+}
+
+void KvVariant::SetBase64Binary(const CBinaryData& value) {
+    auto* stored = new CBinaryData(value);
+    Clear();
+    m_type = ItemType_base64Binary;
+    m_value.bin = stored;
+}
+
+CBinaryData KvVariant::GetBase64Binary() const { return GetHexBinary(); }
+
+void KvVariant::SetObject(ItemType kind, CXmlObjectBase* value) {
+    // The new reference is taken first: the object may be the one this variant already holds.
+    if (value != nullptr) value->AddRef();
+    Clear();
+    m_type = kind;
+    m_value.obj = value;
+}
+
+void KvVariant::SetXmlObject(CXmlObjectBase* value) { SetObject(ItemType_xmlObject, value); }
+
+CSmartPtr<CXmlObjectBase> KvVariant::GetXmlObject() const {
+    if (m_type != ItemType_xmlObject && m_type != ItemType_xmlCollection) return CSmartPtr<CXmlObjectBase>();
+    return CSmartPtr<CXmlObjectBase>(m_value.obj);
+}
+
+} // namespace KvXmlLib16

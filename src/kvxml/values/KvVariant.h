@@ -1,0 +1,140 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "kvxml/base/CSmartPtr.h"
+#include "kvxml/platform/KvExport.h"
+#include "kvxml/values/CBinaryData.h"
+#include "kvxml/values/CWhitespaceUtils.h"
+#include "kvxml/values/ItemType.h"
+
+namespace KvXmlLib16 {
+
+class CXmlObjectBase;
+class CXmlCollectionBase;
+class CDateTime;
+class CDateTimeSpan;
+class CBigInteger;
+class CDecimal;
+
+// One value of one ItemType, plus a nil flag that leaves the kind known. Numbers, calendar
+// components, characters and booleans live inline; strings, binary data and the value classes
+// are owned on the heap; objects and collections are held by one counted reference.
+// Getters do not test the kind: the caller knows it from its metadata.
+class KVXML_API KvVariant {
+public:
+    KvVariant();
+    KvVariant(const KvVariant& other);
+    // No self-test: assigning a variant to itself releases its value (type read back after Clear).
+    KvVariant& operator=(const KvVariant& other);
+    virtual ~KvVariant();
+
+    // With type 0 nothing happens, not even to the nil flag; otherwise the value is released,
+    // nil is reset and the type becomes 0.
+    void Clear();
+    bool IsValid() const { return m_type != ItemType_Invalid || m_isNil; }
+    void SetInvalid();
+    bool IsNil() const { return m_isNil; }
+    // Keeps the type. On a fresh variant this gives type 0 with nil set, which no Clear removes.
+    void SetNil();
+    std::u16string GetType() const;
+    ItemType GetTypeAsEnum() const { return m_type; }
+
+    std::u16string ToString(const char16_t* format = nullptr) const;
+    // The text is converted before anything changes: a failure leaves the variant as it was.
+    void FromString(const std::u16string& text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
+
+    void SetI1(int8_t value);
+    int8_t GetI1() const { return m_value.i1; }
+    void SetI2(int16_t value);
+    int16_t GetI2() const { return m_value.i2; }
+    void SetI4(int32_t value);
+    int32_t GetI4() const { return m_value.i4; }
+    void SetI8(int64_t value);
+    int64_t GetI8() const { return m_value.i8; }
+    void SetUI1(uint8_t value);
+    uint8_t GetUI1() const { return m_value.ui1; }
+    void SetUI2(uint16_t value);
+    uint16_t GetUI2() const { return m_value.ui2; }
+    void SetUI4(uint32_t value);
+    uint32_t GetUI4() const { return m_value.ui4; }
+    void SetUI8(uint64_t value);
+    uint64_t GetUI8() const { return m_value.ui8; }
+    void SetR4(float value);
+    float GetR4() const { return m_value.r4; }
+    void SetR8(double value);
+    double GetR8() const { return m_value.r8; }
+    void SetYear(uint16_t value);
+    uint16_t GetYear() const { return m_value.ui2; }
+    void SetMonth(uint8_t value);
+    uint8_t GetMonth() const { return m_value.ui1; }
+    void SetDay(uint8_t value);
+    uint8_t GetDay() const { return m_value.ui1; }
+    void SetChar(char16_t value);
+    char16_t GetChar() const { return m_value.c; }
+    void SetString(std::u16string value);
+    // Empty when the variant holds no string (nil, or another kind).
+    std::u16string GetString() const;
+    void SetBoolean(bool value);
+    bool GetBoolean() const { return m_value.b; }
+
+    // Binary kinds store a new handle sharing the argument's buffer; getters return another.
+    // On a variant without a stored handle (nil, other kind) the getters return empty data.
+    void SetHexBinary(const CBinaryData& value);
+    CBinaryData GetHexBinary() const;
+    void SetBase64Binary(const CBinaryData& value);
+    CBinaryData GetBase64Binary() const;
+
+    // [datetime] SetDuration/GetDuration, SetYearMonth/..., SetDate, SetDateTime, SetTime go here.
+    // [bignum] SetDecimal/GetDecimal, SetInteger/GetInteger go here.
+
+    // May be null. A non-null object gains one reference, released by Clear.
+    void SetXmlObject(CXmlObjectBase* value);
+    // Empty unless the variant holds an object (kind 27 or 28).
+    CSmartPtr<CXmlObjectBase> GetXmlObject() const;
+
+    // Collections are objects too and are stored as such; the templates let this header do
+    // without the collection class, which need only be complete where these are called.
+    template <class C>
+    void SetXmlCollection(C* value) {
+        SetObject(ItemType_xmlCollection, static_cast<CXmlObjectBase*>(value));
+    }
+    void SetXmlCollection(std::nullptr_t) { SetObject(ItemType_xmlCollection, nullptr); }
+    template <class C = CXmlCollectionBase>
+    CSmartPtr<C> GetXmlCollection() const {
+        return CSmartPtr<C>(m_type == ItemType_xmlCollection ? static_cast<C*>(m_value.obj) : nullptr);
+    }
+
+protected:
+    union Slot {
+        int8_t i1;
+        int16_t i2;
+        int32_t i4;
+        int64_t i8;
+        uint8_t ui1;
+        uint16_t ui2;
+        uint32_t ui4;
+        uint64_t ui8;
+        float r4;
+        double r8;
+        char16_t c;
+        bool b;
+        CBinaryData* bin;
+        CDateTimeSpan* span;
+        CDateTime* dt;
+        std::u16string* str;
+        CDecimal* dec;
+        CBigInteger* big;
+        CXmlObjectBase* obj;
+    };
+
+    void SetObject(ItemType kind, CXmlObjectBase* value);
+
+    bool m_isNil;
+    ItemType m_type;
+    Slot m_value;
+};
+
+} // namespace KvXmlLib16

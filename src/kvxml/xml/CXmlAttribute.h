@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "kvxml/base/CInstanceMonitor.h"
+#include "kvxml/platform/KvExport.h"
+
+namespace KvXmlLib16 {
+
+class CXmlElement;
+
+// One attribute of a tree element. Owned by its element; the element pointer is not owned.
+class KVXML_API CXmlAttribute : public CInstanceMonitor {
+public:
+    CXmlAttribute(CXmlElement* element, const char16_t* name, const char16_t* value,
+                  const char16_t* namespaceURI);
+    // Same, from counted pieces: the parsers hand over names cut out of a longer string.
+    CXmlAttribute(CXmlElement* element, std::u16string_view name, std::u16string_view value,
+                  std::u16string_view namespaceURI);
+    CXmlAttribute(const CXmlAttribute&) = default;
+    CXmlAttribute& operator=(const CXmlAttribute&) = default;
+    ~CXmlAttribute() override;
+
+    CXmlElement* GetElement() const { return m_element; }
+    const std::u16string& GetLocalName() const { return m_localName; }
+    const std::u16string& GetValue() const { return m_value; }
+    const std::u16string& GetNamespaceURI() const { return m_namespaceURI; }
+
+    // "<element path>/p:@name": the alias stands in front of the '@'; messages quote this form.
+    std::u16string GetXPath() const;
+    // xmlns, type, schemaLocation or noNamespaceSchemaLocation in the XML Schema instance
+    // or xmlns namespace: attributes a reader may pass over when the class does not know them.
+    bool IsNamespaceAttribute() const;
+    // nil in the XML Schema instance or xmlns namespace.
+    bool IsNilAttribute() const;
+
+private:
+    CXmlElement* m_element;
+    std::u16string m_localName;
+    std::u16string m_value;
+    std::u16string m_namespaceURI;
+};
+
+} // namespace KvXmlLib16

@@ -1,0 +1,226 @@
+#include "kvxml/xml/CXmlDocument.h"
+
+#include <bit>
+#include <cstring>
+#include <memory>
+
+#include "kvxml/base/CKvException.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/xml/CExpatReader.h"
+
+namespace KvXmlLib16 {
+
+CXmlDocument::CXmlDocument() : CXmlDocument(nullptr, CSerializationContext::GetDefaultContext()) {}
+
+CXmlDocument::CXmlDocument(const CSerializationContext& context) : CXmlDocument(nullptr, context) {}
+
+CXmlDocument::CXmlDocument(XmlElementFilter filter)
+    : CXmlDocument(filter, CSerializationContext::GetDefaultContext()) {}
+
+CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext& context)
+    : m_fileOffset(0), m_fileHandle(0), m_documentElement(nullptr), m_inputBuffer(nullptr),
+      m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context) {
+    Init();
+}
+
+CXmlDocument::~CXmlDocument() {
+    CXmlDocument::Cleanup();
+    m_aliasMap.clear();
+    m_elementStack.clear();
+}
+
+void CXmlDocument::Init() {
+    m_inputBuffer = nullptr;
+    m_inputSize = 0;
+    m_documentElement = nullptr;
+    m_fileOffset = 0;
+    m_schemaType = m_context->GetSchemaType();
+}
+
+void CXmlDocument::Cleanup() {
+    delete m_documentElement;
+    m_documentElement = nullptr;
+    FreeInput();
+    m_elementStack.clear();
+    m_aliasMap.clear();
+}
+
+void CXmlDocument::FreeInput() {
+    delete[] m_inputBuffer;
+    m_inputBuffer = nullptr;
+    m_inputSize = 0;
+}
+
+void CXmlDocument::SetInput(const unsigned char* bytes, size_t count) {
+    if (count > UINT32_MAX) throw CKvException(u"The XML input is larger than 4 GB and cannot be read");
+    FreeInput();
+    m_inputBuffer = new unsigned char[count ? count : 1];
+    if (count) std::memcpy(m_inputBuffer, bytes, count);
+    m_inputSize = static_cast<uint32_t>(count);
+}
+
+std::u16string CXmlDocument::LookupNamespaceFromAlias(const char16_t* alias) const {
+    const auto found = m_aliasMap.find(alias ? std::u16string_view(alias) : std::u16string_view());
+    return found == m_aliasMap.end() ? std::u16string() : found->second;
+}
+
+std::u16string CXmlDocument::LookupAliasFromNamespace(const char16_t* namespaceURI) const {
+    return LookupAliasFromNamespace(namespaceURI ? std::u16string_view(namespaceURI)
+                                                 : std::u16string_view());
+}
+
+std::u16string CXmlDocument::LookupAliasFromNamespace(std::u16string_view namespaceURI) const {
+    for (const auto& entry : m_aliasMap) {
+        if (entry.second == namespaceURI) return entry.first;
+    }
+    return std::u16string();
+}
+
+void CXmlDocument::SetAlias(std::u16string_view alias, std::u16string_view namespaceURI) {
+    const auto found = m_aliasMap.find(alias);
+    if (found != m_aliasMap.end())
+        found->second.assign(namespaceURI);
+    else
+        m_aliasMap.emplace(std::u16string(alias), std::u16string(namespaceURI));
+}
+
+namespace {
+
+std::u16string_view View(const char16_t* text) {
+    return text ? std::u16string_view(text) : std::u16string_view();
+}
+
+} // namespace
+
+CXmlElement* CXmlDocument::AddDocElement(const char16_t* namespaceURI, const char16_t* localName) {
+    return AddRootElement(View(namespaceURI), View(localName));
+}
+
+CXmlElement* CXmlDocument::AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName) {
+    auto root = std::make_unique<CXmlElement>(this, nullptr);
+    root->SetNamespace(namespaceURI);
+    root->SetElementName(localName);
+    // A second root replaces the first; nothing of the old tree may stay on the stack.
+    m_elementStack.clear();
+    m_elementStack.push_back(OpenElement{root.get(), nullptr});
+    delete m_documentElement;
+    m_documentElement = root.release();
+    return m_documentElement;
+}
+
+CXmlElement* CXmlDocument::AddChildElement(const char16_t* namespaceURI, const char16_t* localName) {
+    return AddElement(View(namespaceURI), View(localName));
+}
+
+CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16string_view localName) {
+    if (!m_documentElement) return AddRootElement(namespaceURI, localName);
+    if (m_elementStack.empty())
+        throw CKvException(u"An element was started after the document element was closed");
+    CXmlElement* parent = m_elementStack.back().element;
+    CXmlElement* previous = parent->m_lastChild;
+    CXmlElement* child = parent->CreateNewChildElement();
+    child->SetNamespace(namespaceURI);
+    child->SetElementName(localName);
+    m_elementStack.push_back(OpenElement{child, previous});
+    return child;
+}
+
+void CXmlDocument::EndElement() {
+    if (m_elementStack.empty()) return;
+    const OpenElement open = m_elementStack.back();
+    m_elementStack.pop_back();
+    if (!m_elementFilter) return;
+    CXmlElement* element = open.element;
+    if (!m_elementFilter(element)) return;
+    CXmlElement* parent = element->m_parent;
+    if (!parent) return; // the root has nobody to be unlinked from
+    // The element closed last is its parent's last child; its predecessor was noted when it
+    // was opened, which makes the unlink constant time. Should the filter have reshaped the
+    // sibling list, fall back to a search.
+    CXmlElement* previous = open.previous;
+    const bool linkedAsNoted = parent->m_lastChild == element &&
+                               (previous ? previous->m_nextSibling == element
+                                         : parent->m_firstChild == element);
+    if (!linkedAsNoted) {
+        previous = nullptr;
+        CXmlElement* node = parent->m_firstChild;
+        while (node && node != element) {
+            previous = node;
+            node = node->m_nextSibling;
+        }
+        if (!node) return; // already taken out of the tree by the filter
+    }
+    if (previous)
+        previous->m_nextSibling = element->m_nextSibling;
+    else
+        parent->m_firstChild = element->m_nextSibling;
+    if (parent->m_lastChild == element) parent->m_lastChild = previous;
+    element->m_nextSibling = nullptr;
+    delete element;
+}
+
+void CXmlDocument::AddElementAttribute(CXmlElement* element, const std::u16string& name,
+                                       const std::u16string& value, const std::u16string& namespaceURI) {
+    element->AddAttribute(std::u16string_view(name), std::u16string_view(value),
+                          std::u16string_view(namespaceURI));
+}
+
+void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* text, uint32_t length) {
+    if (!element || !text) return;
+    uint32_t runStart = 0;
+    uint32_t i = 0;
+    for (; i < length; ++i) {
+        const char16_t c = text[i];
+        if (c == u'\r' || c == 0) {
+            if (i > runStart) element->AppendText(text + runStart, i - runStart);
+            runStart = i + 1;
+            if (c == 0) return;
+        }
+    }
+    if (i > runStart) element->AppendText(text + runStart, i - runStart);
+}
+
+void CXmlDocument::PlainParse() {
+    CExpatReader reader(this);
+    reader.Initialise();
+    reader.ParseBuffer(true);
+}
+
+void CXmlDocument::LoadXml(const char* xml) {
+    Cleanup();
+    if (!xml || !*xml) throw CKvException(u"XML String is empty!");
+    SetInput(reinterpret_cast<const unsigned char*>(xml), std::strlen(xml));
+    PlainParse();
+}
+
+void CXmlDocument::LoadXml(const char16_t* xml) {
+    Cleanup();
+    const size_t length = xml ? std::char_traits<char16_t>::length(xml) : 0;
+    if (length >= UINT32_MAX / 2) throw CKvException(u"The XML input is larger than 4 GB and cannot be read");
+    // A little-endian byte-order mark in front makes Expat read the text as UTF-16LE.
+    const size_t size = (length + 1) * 2;
+    m_inputBuffer = new unsigned char[size];
+    m_inputSize = static_cast<uint32_t>(size);
+    m_inputBuffer[0] = 0xFF;
+    m_inputBuffer[1] = 0xFE;
+    if constexpr (std::endian::native == std::endian::little) {
+        if (length) std::memcpy(m_inputBuffer + 2, xml, length * 2);
+    } else {
+        for (size_t i = 0; i < length; ++i) {
+            m_inputBuffer[2 + 2 * i] = static_cast<unsigned char>(xml[i] & 0xFF);
+            m_inputBuffer[3 + 2 * i] = static_cast<unsigned char>(xml[i] >> 8);
+        }
+    }
+    PlainParse();
+}
+
+void CXmlDocument::ParseText() {
+    // The input buffer is what is to be parsed, so only the tree of an earlier load goes.
+    delete m_documentElement;
+    m_documentElement = nullptr;
+    m_elementStack.clear();
+    m_aliasMap.clear();
+    PlainParse();
+}
+
+} // namespace KvXmlLib16

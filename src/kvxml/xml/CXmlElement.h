@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kvxml/base/CInstanceMonitor.h"
+#include "kvxml/platform/KvExport.h"
+#include "kvxml/xml/CXmlAttribute.h"
+
+namespace KvXmlLib16 {
+
+class CXmlDocument;
+class CExpatReader;
+
+// A node of the in-memory tree every input is reduced to. Children form a singly linked list
+// with a last-child pointer, so appending is constant time. All character data of the element,
+// wherever it stood between the children, is one string.
+//
+// Copies are shallow: a copy shares the child, sibling and attribute pointers of its source,
+// and only one of the two may be destroyed.
+class KVXML_API CXmlElement : public CInstanceMonitor {
+public:
+    CXmlElement(CXmlDocument* document, CXmlElement* parent);
+    CXmlElement(const CXmlElement& other);
+    CXmlElement& operator=(const CXmlElement& other) = default;
+    // Frees the whole subtree, without recursion, so any depth is safe.
+    ~CXmlElement() override;
+
+    // Read side.
+    CXmlDocument* GetDocument() const { return m_document; }
+    CXmlElement* GetParentElm() const { return m_parent; }
+    CXmlElement* GetFirstElement() const { return m_firstChild; }
+    CXmlElement* GetNextSiblingElement() const { return m_nextSibling; }
+    const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
+    const std::u16string& GetLocalName() const { return m_localName; }
+    const std::u16string& GetNamespaceURI() const { return m_namespaceURI; }
+    const std::u16string& GetText() const { return m_text; }
+    // First attribute equal in name and namespace URI; an absent one gives an empty string.
+    const std::u16string& GetAttribute(const char16_t* name, const char16_t* namespaceURI) const;
+    std::u16string GetXPath() const;
+
+    // Building side.
+    void SetElementName(const char16_t* name);
+    void SetElementName(std::u16string_view name) { m_localName.assign(name); }
+    void SetNamespace(const char16_t* namespaceURI);
+    void SetNamespace(std::u16string_view namespaceURI) { m_namespaceURI.assign(namespaceURI); }
+    // Appends without looking for a duplicate.
+    void AddAttribute(const char16_t* name, const char16_t* value, const char16_t* namespaceURI);
+    void AddAttribute(std::u16string_view name, std::u16string_view value,
+                      std::u16string_view namespaceURI);
+    void AppendText(const char16_t* text);
+    void AppendText(const char16_t* text, size_t length);
+    CXmlElement* CreateNewChildElement();
+    // Unlinks the last child and hands it to the caller; null when there is none.
+    CXmlElement* RemoveLastChildElement();
+    std::u16string GetQName() const;
+    std::u16string GetNameWithPredicate() const;
+
+    // Number of elements alive in the process, for diagnostics and tests of the filter path.
+    static int64_t GetLiveElementCount();
+
+private:
+    friend class CXmlDocument;
+    friend class CExpatReader;
+
+    CXmlDocument* m_document;
+    CXmlElement* m_parent;
+    CXmlElement* m_nextSibling;
+    CXmlElement* m_firstChild;
+    CXmlElement* m_lastChild;
+    std::vector<CXmlAttribute*> m_attributes;
+    std::u16string m_text;
+    std::u16string m_localName;
+    std::u16string m_namespaceURI;
+};
+
+} // namespace KvXmlLib16
