@@ -5,7 +5,7 @@
 
 #include "kvxml/binding/CElementInfo.h"
 #include "kvxml/platform/KvExport.h"
-#include "kvxml/values/CConversions.h"
+#include "kvxml/values/CWhitespaceUtils.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
 #include "kvxml/values/KvVariant.h"
 

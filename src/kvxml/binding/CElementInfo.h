@@ -6,7 +6,7 @@
 #include "kvxml/base/CSmartPtr.h"
 #include "kvxml/binding/CParentElementInfo.h"
 #include "kvxml/platform/KvExport.h"
-#include "kvxml/values/CConversions.h"
+#include "kvxml/values/CWhitespaceUtils.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
 #include "kvxml/values/KvVariant.h"
 
