@@ -158,7 +158,8 @@ public:
     }
     CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
                              bool) override {
-        while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
+        while (element && element->GetLocalName() == m_elementName &&
+               (context.GetIgnoreNamespaces() || element->GetNamespaceURI() == m_namespace)) {
             CSmartPtr<CTestObject> item = new CTestObject(m_tables, m_elementName.c_str());
             item->FromXml_Int(element, element->GetFirstElement(), context, false);
             AppendItem(item);
@@ -189,7 +190,7 @@ inline std::string Write(const CXmlObjectBase& object, const CSerializationConte
 }
 
 // Reads a document into the object the way the FromXml entry point does.
-inline void Read(CXmlObjectBase& object, const char* xml, const CSerializationContext& context) {
+inline void Read(CXmlGeneratedClass& object, const char* xml, const CSerializationContext& context) {
     CXmlDocument document(context);
     document.LoadXml(xml);
     CXmlElement* root = document.GetDocumentElement();

@@ -300,7 +300,7 @@ const AttributeReadCase kAttributeReadCases[] = {
                                           "xsi:nil='false' must='m'/>",
      false, false, true, "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root"},
     {"value that does not convert", "<root id='a' opt='seven' must='m'/>", false, false, true,
-     "Failed to process the element.\nPath: /root\nInvalid value for i4 [seven]."},
+     "Failed to process the element.\nPath: /root\nThe value [seven] can not be converted to a i4"},
 };
 
 class AttributeRead : public ::testing::TestWithParam<AttributeReadCase> {};
