@@ -73,6 +73,12 @@ CSmartPtr<T> ObjectFrom(const KvVariant& value) {
     return CSmartPtr<T>(dynamic_cast<T*>(object.get()));
 }
 
+// The test of a typed collection: its items' name, and their namespace unless namespaces are ignored.
+bool IsItemElement(const CSerializationContext& context, const CXmlElement* element, const std::u16string& name,
+                   const std::u16string& ns) {
+    return element->GetLocalName() == name && (context.GetIgnoreNamespaces() || element->GetNamespaceURI() == ns);
+}
+
 [[noreturn]] void ThrowUnknownProperty(int32_t index) {
     throw CKvInvalidParamException(FormatString(u"Unknown property index %d", index));
 }
@@ -340,7 +346,7 @@ void CItemCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespaceUri,
 }
 
 CXmlElement* CItemCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) {
-    while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
+    while (element && IsItemElement(context, element, m_elementName, m_namespace)) {
         CSmartPtr<CItem> item = new CItem();
         item->FromXml_Int(element, element->GetFirstElement(), context, false);
         AppendItem(item);
@@ -426,7 +432,9 @@ void CBankTransferPayment::AccessProperty(int32_t index, bool get, KvVariant& va
 }
 
 CSmartPtr<CXmlObjectBase> CPaymentFactory::CreatePayment(CXmlElement* element) {
-    if (GetElementTypeNamespaceUri(element) != kTargetNamespace) return CSmartPtr<CXmlObjectBase>();
+    // A type in no namespace is taken as this schema's, so that documents read without namespaces resolve.
+    const std::u16string ns = GetElementTypeNamespaceUri(element);
+    if (!ns.empty() && ns != kTargetNamespace) return CSmartPtr<CXmlObjectBase>();
     const std::u16string type = GetElementType(element);
     if (type == u"CreditCardPaymentType") return CSmartPtr<CXmlObjectBase>(new CCreditCardPayment());
     if (type == u"BankTransferPaymentType") return CSmartPtr<CXmlObjectBase>(new CBankTransferPayment());
@@ -577,7 +585,7 @@ void CPurchaseOrderCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* name
 
 CXmlElement* CPurchaseOrderCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
                                             bool) {
-    while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
+    while (element && IsItemElement(context, element, m_elementName, m_namespace)) {
         CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
         order->FromXml_Int(element, element->GetFirstElement(), context, false);
         AppendItem(order);
