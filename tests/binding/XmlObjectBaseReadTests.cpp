@@ -145,7 +145,7 @@ TEST(CXmlObjectBaseRead, FromXmlElementReadsATreeBuiltByHand) {
     EXPECT_EQ(person.id, u"42");
     EXPECT_EQ(person.name, u"Hand");
     EXPECT_FALSE(person.seenIgnoreMissingChoice);
-    EXPECT_EQ(MessageOf([&] { person.FromXmlElement(nullptr, context); }),
+    EXPECT_EQ(MessageOf([&] { person.FromXmlElement(static_cast<CXmlElement*>(nullptr), context); }),
               u"FromXmlElement needs an element to read from, not NULL");
 }
 

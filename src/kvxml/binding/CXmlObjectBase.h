@@ -101,6 +101,9 @@ public:
     // encoding chosen by the XML declaration, UTF-8 by default.
     virtual void FromXml(const char16_t* xml, const CSerializationContext& context);
     virtual void FromXml(const char* xml, const CSerializationContext& context);
+    // Writes the untyped element as text (no declaration, unformatted, LF, the default context)
+    // and reads that text with the given context.
+    virtual void FromXmlElement(CElement* element, const CSerializationContext& context);
     // Fills this object from a tree the caller holds, with no parsing.
     virtual void FromXmlElement(CXmlElement* element, const CSerializationContext& context);
     // Reads the object from the element, its content starting at firstChild; returns the element
