@@ -138,13 +138,7 @@ void BM_FromXml(benchmark::State& state) {
     const std::string& bytes = TheDocument().bytes;
     for (auto _ : state) {
         CSmartPtr<CPurchaseOrderBatch> batch = new CPurchaseOrderBatch();
-        {
-            // Reading through the entry point's steps: load the tree, bind, drop the tree.
-            CXmlDocument document(Context());
-            document.LoadXml(bytes.c_str());
-            CXmlElement* root = document.GetDocumentElement();
-            batch->FromXml_Int(root, root->GetFirstElement(), Context(), false);
-        }
+        batch->FromXml(bytes.c_str(), Context());
         benchmark::DoNotOptimize(batch->GetOrders()->GetCount());
         state.PauseTiming();
         batch = nullptr;

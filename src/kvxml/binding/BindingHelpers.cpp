@@ -1,8 +1,6 @@
 #include "kvxml/binding/BindingHelpers.h"
 
-#include "kvxml/base/CKvException.h"
-#include "kvxml/binding/CXmlGeneratedClass.h"
-#include "kvxml/collections/CElement.h"
+#include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
@@ -52,14 +50,7 @@ void CheckFacets(const char16_t* name, const KvVariant& value, ItemType kind,
 
 CXmlElement* CallFromXml(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
                          const CSerializationContext& context, bool ignoreMissingChoice) {
-    // The three families that can stand in a property: generated classes, collections, wildcards.
-    if (auto* generated = dynamic_cast<CXmlGeneratedClass*>(object))
-        return generated->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
-    if (auto* collection = dynamic_cast<CXmlCollectionBase*>(object))
-        return collection->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
-    if (auto* wildcard = dynamic_cast<CElement*>(object))
-        return wildcard->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
-    throw CKvException(u"The object cannot be read from XML.");
+    return object->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
 }
 
 } // namespace BindingHelpers
