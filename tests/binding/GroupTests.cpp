@@ -201,3 +201,33 @@ TEST(Wildcard, AnyAttributeNeedsAnAttributeCollection) {
 
 } // namespace
 } // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+TEST(GroupType, UnknownValueFailsBothWays) {
+    Tables tables(ClassInfo(static_cast<XmlElementGroupType>(7)), {});
+    CTestObject object(tables);
+    EXPECT_EQ(FullMessageOf([&] { Write(object, CSerializationContext()); }),
+              "Failed to convert the element [root] to XML\nUnknown XML Group Type");
+    EXPECT_EQ(FullMessageOf([&] { Read(object, "<root/>", CSerializationContext()); }),
+              "Failed to process the element.\nPath: /root\nUnknown Group Type");
+}
+
+TEST(NilObject, UnexpectedNilValueOnAClass) {
+    Tables tables(ClassInfo(XmlElementGroupType_Seq), {});
+    CNillableTestObject object(tables);
+    EXPECT_EQ(MessageOf([&] {
+                  Read(object, "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:nil='yes'/>",
+                       CSerializationContext());
+              }),
+              "Unexpected Value [yes] for 'nil' Attribute found.\nPath: /root/xsi:@nil");
+    Read(object, "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:nil='TRUE'/>",
+         CSerializationContext());
+    EXPECT_TRUE(object.nil);
+    EXPECT_EQ(Write(object, CSerializationContext()),
+              "<root xmlns:AA=\"http://www.w3.org/2001/XMLSchema-instance\" AA:nil=\"true\"/>");
+}
+
+} // namespace
+} // namespace BindingTest
