@@ -333,6 +333,15 @@ TEST(PurchaseOrder, ItemCountBounds) {
     EXPECT_EQ(back->GetItems()->GetCount(), 101);
 }
 
+TEST(PurchaseOrder, ReadsBinaryValues) {
+    const std::string text = Replace(kOrderText, "<shipMethod/>", "<signature>0aFF10</signature><shipMethod/>");
+    CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
+    Read(*order, text.c_str(), OrderContext());
+    ASSERT_TRUE(order->GetSignature().has_value());
+    EXPECT_EQ(order->GetSignature()->GetLength(), 3u);
+    EXPECT_EQ(order->GetSignature()->GetAsHexString(), u"0AFF10");
+}
+
 TEST(PurchaseOrder, BatchRoundTrip) {
     CSmartPtr<CPurchaseOrderBatch> batch = new CPurchaseOrderBatch();
     batch->SetBatchId(u"B-7");
