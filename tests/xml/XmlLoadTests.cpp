@@ -161,6 +161,38 @@ TEST(CXmlDocumentFilter, DroppingEveryItemKeepsMemoryFlat) {
     EXPECT_EQ(CXmlElement::GetLiveElementCount() - g_baseline, 1);
 }
 
+// Names are shared between nodes, up to a bound: ever new names must still come out right, and
+// their strings must go with their nodes (the leak checker of the sanitizer build sees to that).
+TEST(CXmlDocumentFilter, EverNewNamesAreReadRightAndFreedWithTheirNodes) {
+    std::string xml = "<root xmlns:q='urn:q'>";
+    const int count = 70000;
+    for (int i = 0; i < count; ++i) {
+        const std::string n = std::to_string(i);
+        xml += "<e" + n + " xmlns='urn:" + n + "' q:a" + n + "='" + n + "'/>";
+    }
+    xml += "</root>";
+    g_maxAlive = 0;
+    g_filterCalls = 0;
+    g_baseline = CXmlElement::GetLiveElementCount();
+    {
+        CXmlDocument document(&DropEverything);
+        document.LoadXml(xml.c_str());
+        EXPECT_EQ(g_filterCalls, count + 1);
+        EXPECT_LE(g_maxAlive, 2);
+    }
+    CXmlDocument document;
+    document.LoadXml(xml.c_str());
+    int i = 0;
+    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e; e = e->GetNextSiblingElement(), ++i) {
+        const std::u16string n = Widen(std::to_string(i));
+        ASSERT_EQ(e->GetLocalName(), u"e" + n);
+        ASSERT_EQ(e->GetNamespaceURI(), u"urn:" + n);
+        ASSERT_EQ(e->GetAttributes()[0]->GetLocalName(), u"a" + n);
+        ASSERT_EQ(e->GetAttributes()[0]->GetNamespaceURI(), u"urn:q");
+    }
+    EXPECT_EQ(i, count);
+}
+
 TEST(CXmlDocumentFilter, DroppingSomeSiblingsKeepsTheRestLinked) {
     std::string xml = "<root>";
     const int count = 100000;
@@ -255,4 +287,26 @@ TEST(CXmlDocumentLoad, HundredThousandChildrenAndAttributes) {
         ++children;
     }
     EXPECT_EQ(children, count);
+}
+
+// Paths are built on error paths of every reader: many declarations and siblings must not make
+// them quadratic.
+TEST(CXmlDocumentLoad, PathsStayCheapWithManyDeclarationsAndSiblings) {
+    const int count = 20000;
+    std::string xml = "<r";
+    for (int i = 0; i < count; ++i) xml += " xmlns:p" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
+    xml += ">";
+    for (int i = 0; i < count; ++i) xml += "<p" + std::to_string(i) + ":c/><c/>";
+    xml += "</r>";
+    CXmlDocument document;
+    document.LoadXml(xml.c_str());
+    const CXmlElement* last = document.GetDocumentElement()->GetFirstElement();
+    const CXmlElement* lastPrefixed = nullptr;
+    for (const CXmlElement* e = last; e; e = e->GetNextSiblingElement()) {
+        if (!e->GetNamespaceURI().empty()) lastPrefixed = e;
+        last = e;
+    }
+    EXPECT_EQ(lastPrefixed->GetXPath(), u"/r/p19999:c");
+    EXPECT_EQ(last->GetXPath(), u"/r/c[20000]");
+    EXPECT_EQ(document.LookupAliasFromNamespace(u"urn:123"), u"p123");
 }
