@@ -490,7 +490,10 @@ void CPurchaseOrder::Init() {
     m_orderId.clear();
     m_currency.reset();
     m_status = OrderStatus::Open;
-    if (m_anyAttributes) m_anyAttributes->Clear(); else m_anyAttributes = new CAttributeCol(u"", u"##other", kTargetNamespace);
+    if (m_anyAttributes)
+        m_anyAttributes->Clear();
+    else
+        m_anyAttributes = new CAttributeCol(u"", u"##other", kTargetNamespace);
     m_customer.clear();
     m_customerNumber = 0;
     m_priority.reset();
