@@ -1,6 +1,8 @@
 // The purchase-order example classes: round trips of whole documents and the options of a call.
 #include "BindingTestSupport.h"
 
+#include <thread>
+
 #include "../../examples/purchase_order/PurchaseOrder.cpp"
 
 namespace BindingTest {
@@ -363,6 +365,19 @@ TEST(PurchaseOrder, TablesAreBuiltOnceAndReleasedThroughCleanMetaData) {
     CleanPurchaseOrderMetaData();
     // The next use builds the tables again, and the engine works on them as before.
     EXPECT_EQ(Write(*order, OrderContext()), kOrderText);
+}
+
+TEST(PurchaseOrder, TablesBuiltByManyThreadsAtOnceServeThemAll) {
+    CleanPurchaseOrderMetaData();
+    std::vector<std::string> texts(4);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < texts.size(); ++i)
+        threads.emplace_back([&texts, i] {
+            CSmartPtr<CPurchaseOrder> order = MakeOrder();
+            texts[i] = Write(*order, OrderContext());
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (const std::string& text : texts) EXPECT_EQ(text, kOrderText);
 }
 
 } // namespace
