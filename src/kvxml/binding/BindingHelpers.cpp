@@ -21,17 +21,8 @@ bool EqualsNoCase(const std::u16string& text, const char16_t* literal) {
 }
 
 CSmartPtr<CXmlObjectBase> ObjectOf(const KvVariant& value) {
-    if (value.IsNil()) return CSmartPtr<CXmlObjectBase>();
-    switch (value.GetTypeAsEnum()) {
-    case ItemType_xmlObject:
-        return value.GetXmlObject();
-    case ItemType_xmlCollection: {
-        CSmartPtr<CXmlCollectionBase> collection = value.GetXmlCollection();
-        return CSmartPtr<CXmlObjectBase>(collection.get());
-    }
-    default:
-        return CSmartPtr<CXmlObjectBase>();
-    }
+    // Kinds 27 and 28 both hold an object; any other kind holds none.
+    return value.GetXmlObject();
 }
 
 CSmartPtr<CXmlCollectionBase> CollectionOf(const CSmartPtr<CXmlObjectBase>& object) {
