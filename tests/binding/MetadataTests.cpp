@@ -6,24 +6,6 @@ namespace {
 
 constexpr auto kNone = CWhitespaceUtils::WhitespaceRule_None;
 
-TEST(ParentElementInfo, KeepsItsFieldsAndCopies) {
-    CParentElementInfo info(XmlElementGroupType_All, XmlElementType_Inline, u"T", u"urn:t", true, true, 3,
-                            ItemType_r8, nullptr, true);
-    CParentElementInfo copy(info);
-    for (const CParentElementInfo* p : {&info, &copy}) {
-        EXPECT_EQ(p->GetElementGroupType(), XmlElementGroupType_All);
-        EXPECT_EQ(p->GetElementType(), XmlElementType_Inline);
-        EXPECT_EQ(p->GetElementName(), u"T");
-        EXPECT_EQ(p->GetElementNamespace(), u"urn:t");
-        EXPECT_TRUE(p->GetFromXmlFailIfAttributeUnknown());
-        EXPECT_TRUE(p->GetHasBaseClasses());
-        EXPECT_EQ(p->GetPrimitiveValuePropertyIndex(), 3);
-        EXPECT_EQ(p->GetPrimitiveDataType(), ItemType_r8);
-        EXPECT_EQ(p->GetPrimitiveFormatOverride(), u"");
-        EXPECT_TRUE(p->GetOutputPrimitiveClassAsTextProperty());
-    }
-}
-
 TEST(ElementInfo, IsThisElementComparesNameAndNamespace) {
     CElementInfoSeqPrimOpt record(u"a", u"urn:a", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr);
     CXmlDocument document;
