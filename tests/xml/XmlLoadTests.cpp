@@ -143,7 +143,7 @@ bool ThrowOnBad(CXmlElement* element) {
 
 TEST(CXmlDocumentFilter, DroppingEveryItemKeepsMemoryFlat) {
     std::string xml = "<root>";
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 100000; ++i)
         xml += "<item id='" + std::to_string(i) + "'><name>n</name><v>" + std::to_string(i) + "</v></item>";
     xml += "</root>";
 
@@ -152,7 +152,7 @@ TEST(CXmlDocumentFilter, DroppingEveryItemKeepsMemoryFlat) {
     g_baseline = CXmlElement::GetLiveElementCount();
     CXmlDocument document(&DropEverything);
     document.LoadXml(xml.c_str());
-    EXPECT_EQ(g_filterCalls, 3 * 20000 + 1);
+    EXPECT_EQ(g_filterCalls, 3 * 100000 + 1);
     // At most the root, one item and one of its children are ever alive together.
     EXPECT_LE(g_maxAlive, 3);
     // The root is never dropped: there is nothing to unlink it from.
@@ -264,6 +264,31 @@ TEST(CXmlDocumentLoad, MillionLevelsDeepLoadsWalksAndIsDestroyed) {
         EXPECT_THROW(document.LoadXml(xml.c_str()), CKvException);
     }
     EXPECT_EQ(CXmlElement::GetLiveElementCount(), before);
+}
+
+// A run of text far longer than any buffer on the way, with entities, CRs and a CDATA section
+// spread through it, arrives whole and in order.
+TEST(CXmlDocumentLoad, LongTextRunsComeThroughWhole) {
+    std::string xml = "<a>";
+    std::u16string expected;
+    for (int i = 0; i < 100000; ++i) {
+        xml += "abc&#13;def&amp;\r\n";
+        expected += u"abcdef&\n";
+        if (i == 50000) {
+            xml += "<![CDATA[x\r\ny]]>";
+            expected += u"<![CDATA[x\ny]]>";
+        }
+    }
+    xml += std::string(200000, 'z') + "</a>";
+    expected += std::u16string(200000, u'z');
+    CSerializationContext keepCdata;
+    keepCdata.SetStripCDATA(false);
+    CXmlDocument document(keepCdata);
+    document.LoadXml(xml.c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
+    // UTF-16 input reaches the reader in much larger pieces.
+    document.LoadXml(Widen(xml).c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
 }
 
 TEST(CXmlDocumentLoad, HundredThousandChildrenAndAttributes) {
