@@ -231,3 +231,80 @@ TEST(NilObject, UnexpectedNilValueOnAClass) {
 
 } // namespace
 } // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+// Groups without an element of their own inside a sequence: what passes and what fails.
+TEST(GroupWithoutElement, ChoiceAndAllInsideASequence) {
+    Tables choice(ClassInfo(XmlElementGroupType_Choice, XmlElementType_Inline, u"grp", false),
+                  {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1)});
+    Tables all(ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"grp", false),
+               {new CElementInfoAllPrimMnd(u"x", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                           nullptr)});
+    for (const Tables* group : {&choice, &all}) {
+        Tables root(ClassInfo(XmlElementGroupType_Seq),
+                    {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateRegistered, 0, false),
+                     new CElementInfoSeqPrimOpt(u"z", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                                nullptr)});
+        CTestObject object(root);
+        object.onInit = [group](CTestObject& o) { o.props[0].SetXmlObject(new CTestObject(*group, u"grp")); };
+        // Nothing of the group is there: no failure, the group reports no progress.
+        Read(object, "<root><z>1</z></root>", CSerializationContext());
+        EXPECT_EQ(object.Text(1), "1");
+        Read(object, "<root><x>a</x><z>1</z></root>", CSerializationContext());
+        EXPECT_EQ(object.TestChild(0)->Text(0), "a");
+        EXPECT_EQ(Write(object, CSerializationContext()), "<root><x>a</x><z>1</z></root>");
+    }
+}
+
+TEST(GroupWithoutElement, ChoiceAlternativeThatTookNothingIsEmptiedAgain) {
+    Tables inner(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"in", false),
+                 {new CElementInfoSeqPrimOpt(u"p", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                             nullptr)});
+    Registry()[30] = &inner;
+    Tables root(ClassInfo(XmlElementGroupType_Choice),
+                {new CElementInfoChoiceClsOpt(u"in", u"", 0, XmlElementType_Pseudo, &CreateRegistered, 30),
+                 ChoicePrim(u"q", 1)});
+    CTestObject object(root);
+    Read(object, "<root><q>1</q></root>", CSerializationContext());
+    EXPECT_EQ(object.props[0].GetTypeAsEnum(), ItemType_xmlObject);
+    EXPECT_EQ(object.Child(0), nullptr);
+    EXPECT_EQ(object.Text(1), "1");
+    Read(object, "<root><p>2</p></root>", CSerializationContext());
+    ASSERT_NE(object.TestChild(0), nullptr);
+    EXPECT_EQ(object.TestChild(0)->Text(0), "2");
+}
+
+TEST(SequenceEdge, OptionalBeforeMandatoryOfTheSameName) {
+    Tables root(ClassInfo(XmlElementGroupType_Seq),
+                {new CElementInfoSeqPrimOpt(u"a", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                            nullptr),
+                 new CElementInfoSeqPrimMnd(u"a", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                            nullptr)});
+    CTestObject object(root);
+    Read(object, "<root><a>1</a><a>2</a></root>", CSerializationContext());
+    EXPECT_EQ(object.Text(0) + object.Text(1), "12");
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><a>1</a></root>", CSerializationContext()); }),
+              "Failed to find the required child element [a].\nPath: /root");
+}
+
+TEST(SequenceEdge, WildcardInAGroupWithoutElementFailsAtTheEnd) {
+    Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Inline, u"grp", false),
+                 {new CElementInfoSeqUntpdMnd(u"AnyElement", u"", 0, u"##any", u"")});
+    Tables root(ClassInfo(XmlElementGroupType_Seq),
+                {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateRegistered, 0, false)});
+    CTestObject object(root);
+    object.onInit = [&group](CTestObject& o) {
+        CTestObject* inner = new CTestObject(group, u"grp");
+        inner->onInit = [](CTestObject& i) { i.props[0].SetXmlObject(new CElement(u"any")); };
+        o.props[0].SetXmlObject(inner);
+    };
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root/>", CSerializationContext()); }),
+              "Failed to find the required child element [AnyElement].\nPath: /root");
+    Read(object, "<root><w>x</w></root>", CSerializationContext());
+    EXPECT_EQ(dynamic_cast<CElement*>(object.TestChild(0)->Child(0))->GetText(), u"x");
+}
+
+} // namespace
+} // namespace BindingTest
