@@ -303,11 +303,11 @@ CItem::CItem() {
 void CItem::Init() {
     m_partNumber.clear();
     m_productName.clear();
-    m_quantity = new CQuantity();
-    m_quantity->SetElementName(u"quantity");
+    // Children that always exist are reset in place rather than made anew for every read.
+    if (m_quantity) m_quantity->Init(); else m_quantity = new CQuantity();
     m_unitPrice = 0;
     m_giftWrap.reset();
-    m_tracking = new CItemTracking();
+    if (m_tracking) m_tracking->Init(); else m_tracking = new CItemTracking();
 }
 
 void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
@@ -496,17 +496,21 @@ void CPurchaseOrder::Init() {
     m_orderId.clear();
     m_currency.reset();
     m_status = OrderStatus::Open;
-    m_anyAttributes = new CAttributeCol(u"", u"##other", kTargetNamespace);
+    if (m_anyAttributes) m_anyAttributes->Clear(); else m_anyAttributes = new CAttributeCol(u"", u"##other", kTargetNamespace);
     m_customer.clear();
     m_customerNumber = 0;
     m_priority.reset();
     m_express.reset();
     m_signature.reset();
     m_shipMethod.reset();
-    m_billTo = new CAddress();
-    m_billTo->SetElementName(u"billTo");
+    if (m_billTo) {
+        m_billTo->Init();
+    } else {
+        m_billTo = new CAddress();
+        m_billTo->SetElementName(u"billTo");
+    }
     m_shipTo = nullptr;
-    m_items = new CItemCol();
+    if (m_items) m_items->Clear(); else m_items = new CItemCol();
     m_payment = nullptr;
     m_extension = nullptr;
 }
@@ -617,7 +621,7 @@ CPurchaseOrderBatch::CPurchaseOrderBatch() {
 
 void CPurchaseOrderBatch::Init() {
     m_batchId.reset();
-    m_orders = new CPurchaseOrderCol();
+    if (m_orders) m_orders->Clear(); else m_orders = new CPurchaseOrderCol();
 }
 
 void CPurchaseOrderBatch::AccessProperty(int32_t index, bool get, KvVariant& value) {

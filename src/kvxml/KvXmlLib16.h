@@ -12,4 +12,23 @@
 #include "kvxml/base/FormatString.h"
 #include "kvxml/base/IEventSink.h"
 
+#include "kvxml/values/CBigInteger.h"
+#include "kvxml/values/CBinaryData.h"
+#include "kvxml/values/CConversions.h"
+#include "kvxml/values/CDateTime.h"
+#include "kvxml/values/CDateTimeSpan.h"
+#include "kvxml/values/CDecimal.h"
+#include "kvxml/values/CWhitespaceUtils.h"
+#include "kvxml/values/ItemType.h"
+#include "kvxml/values/KvVariant.h"
+
+#include "kvxml/output/CStringBuffer.h"
+#include "kvxml/output/CTextStream.h"
+#include "kvxml/output/CXmlTextWriter.h"
+#include "kvxml/output/CXmlWriter.h"
+#include "kvxml/output/OutputEnums.h"
+
+#include "kvxml/fastinfoset/FInfoDecl.h"
+
+#include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/CountedProbe.h"
+
 #include <thread>
 #include <vector>
 
@@ -9,18 +11,7 @@ using namespace KvXmlLib16;
 
 namespace {
 
-class Probe : public CXmlObjectBase {
-public:
-    explicit Probe(int* destroyed) : m_destroyed(destroyed) {}
-    ~Probe() override { ++*m_destroyed; }
-    CXmlObjectBase* GetBase() override { return this; }
-    std::u16string GetTargetNamespace() override { return u""; }
-    std::u16string GetNamespace() override { return u""; }
-    int32_t Count() const { return m_refCount.load(); }
-
-private:
-    int* m_destroyed;
-};
+using Probe = KvTest::CountedProbe;
 
 } // namespace
 

@@ -37,7 +37,7 @@ public:
         writer->WriteStartElement(m_elementName, u"");
         writer->WriteEndElement();
     }
-    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext&, bool) {
+    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext&, bool) override {
         return element ? element->GetNextSiblingElement() : nullptr;
     }
 };

@@ -119,6 +119,20 @@ TEST(CXmlTextWriter, ElementLayout) {
         w.WriteEndElement();
         w.WriteEndElement();
     };
+    // The text-only sibling follows an element that had a child: nothing of that carries over.
+    auto siblingAfterParent = [](CXmlTextWriter& w) {
+        w.WriteStartElement(u"r", u"");
+        w.WriteStartElement(u"a", u"urn:a");
+        w.WriteStartElement(u"x", u"");
+        w.WriteEndElement();
+        w.WriteEndElement();
+        w.WriteStartElement(u"b", u"");
+        w.WriteElementText(u"text", kString, false);
+        w.WriteEndElement();
+        w.WriteStartElement(u"c", u"urn:a");
+        w.WriteEndElement();
+        w.WriteEndElement();
+    };
     auto emptyText = [](CXmlTextWriter& w) {
         w.WriteStartElement(u"a", u"");
         w.WriteElementText(u"", kString, false);
@@ -132,19 +146,9 @@ TEST(CXmlTextWriter, ElementLayout) {
         {"text then child", true, EOLType_LF, mixed, u"<a>text\t<b/>\n</a>\n"},
         {"text then child unformatted", false, EOLType_LF, mixed, u"<a>text<b/></a>"},
         {"empty text closes empty", true, EOLType_LF, emptyText, u"<a/>\n"},
+        {"sibling after a parent", true, EOLType_LF, siblingAfterParent,
+         u"<r>\n\t<AA:a xmlns:AA=\"urn:a\">\n\t\t<x/>\n\t</AA:a>\n\t<b>text</b>\n\t<AA:c xmlns:AA=\"urn:a\"/>\n</r>\n"},
     });
-}
-
-TEST(CXmlTextWriter, IndentIsWrittenOncePerLevel) {
-    Harness h;
-    h.writer.SetIndent(u"  ");
-    h.writer.WriteStartElement(u"a", u"");
-    h.writer.WriteStartElement(u"b", u"");
-    h.writer.WriteStartElement(u"c", u"");
-    h.writer.WriteEndElement();
-    h.writer.WriteEndElement();
-    h.writer.WriteEndElement();
-    EXPECT_EQ(h.Text(), u"<a>\n  <b>\n    <c/>\n  </b>\n</a>\n");
 }
 
 // Escaping of text and attribute values. The line break in text follows the EOL type, also
@@ -473,7 +477,6 @@ TEST(CXmlTextWriter, FailureMessages) {
              w.CloseOutput();
          },
          u"An Element has not been closed."},
-        {"EOL type refused", [](CXmlTextWriter& w) { w.SetEOLType(static_cast<EOLType>(-1)); }, u"Invalid EOL type."},
     };
     for (const Case& c : cases) {
         Harness h;

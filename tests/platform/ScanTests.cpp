@@ -260,13 +260,3 @@ TEST(PlatformScan, WcsICmpFoldsAsciiToLowerCase) {
     EXPECT_EQ(WcsICmp(nullptr, u"x"), INT_MAX);
     EXPECT_EQ(errno, EINVAL);
 }
-
-TEST(PlatformErrors, ErrnoMapsToWin32Codes) {
-    const std::pair<int, uint32_t> cases[] = {
-        {0, 0},        {ENOENT, 2},   {ENOTDIR, 3},       {EACCES, 5},   {EPERM, 5},
-        {EISDIR, 5},   {EBADF, 6},    {ENOMEM, 8},        {EEXIST, 80},  {EINVAL, 87},
-        {ENOSPC, 112}, {EROFS, 19},   {EMFILE, 4},        {ENFILE, 4},   {ENAMETOOLONG, 206},
-        {EIO, 1117},   {ENOTEMPTY, 145}, {EHOSTDOWN, 31},
-    };
-    for (const auto& c : cases) EXPECT_EQ(Win32ErrorFromErrno(c.first), c.second) << c.first;
-}

@@ -112,8 +112,8 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
         // calendar components: %d
         {"year", Var([](KvVariant& v) { v.SetYear(2024); }), ItemType_year, MinInc(u"2025"), u"Invalid Value for v [2024]"},
         {"year ok", Var([](KvVariant& v) { v.SetYear(2025); }), ItemType_year, MinInc(u"2025"), u""},
-        {"month", Var([](KvVariant& v) { v.SetMonth(12); }), ItemType_month, MaxExc(u"12"), u"Invalid Value for v [12]"},
-        {"day", Var([](KvVariant& v) { v.SetDay(1); }), ItemType_day, MinExc(u"1"), u"Invalid Value for v [1]"},
+        {"month", Var([](KvVariant& v) { v.SetMonth(12); }), ItemType_month, MaxExc(u"--12"), u"Invalid Value for v [12]"},
+        {"day", Var([](KvVariant& v) { v.SetDay(1); }), ItemType_day, MinExc(u"---01"), u"Invalid Value for v [1]"},
         {"day digits ignored", Var([](KvVariant& v) { v.SetDay(31); }), ItemType_day, Digits(1), u""},
         // boolean passes whatever the facets say
         {"boolean", Var([](KvVariant& v) { v.SetBoolean(true); }), ItemType_boolean,

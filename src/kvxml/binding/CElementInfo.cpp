@@ -22,7 +22,8 @@ CElementInfo::CElementInfo(const char16_t* elementName, const char16_t* elementN
       m_nillable(false),
       m_enumToText(nullptr),
       m_enumFromText(nullptr),
-      m_isPrimitive(false) {}
+      m_isPrimitive(false),
+      m_usesNamespace(false) {}
 
 CElementInfo::CElementInfo(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
                            bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,

@@ -80,6 +80,8 @@ public:
     const std::u16string& ElementNameRef() const { return m_elementName; }
     const std::u16string& ElementNamespaceRef() const { return m_elementNamespace; }
     bool IsPrimitive() const { return m_isPrimitive; }
+    // True for the wildcard records, the only ones that read the namespace argument of ElementFromXml.
+    bool UsesNamespace() const { return m_usesNamespace; }
     bool IsNillable() const { return m_nillable; }
     const std::u16string& DefaultValueRef() const { return m_defaultValue; }
 
@@ -142,6 +144,7 @@ protected:
     EnumToTextFunc m_enumToText;
     EnumFromTextFunc m_enumFromText;
     bool m_isPrimitive;
+    bool m_usesNamespace;
 };
 
 } // namespace KvXmlLib16Data

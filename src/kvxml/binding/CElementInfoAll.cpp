@@ -296,7 +296,9 @@ CElementInfoAllUntpdMnd::CElementInfoAllUntpdMnd(const char16_t* elementName, co
                                                  const char16_t* targetNamespace)
     : CElementInfo(elementName, elementNamespace, propertyIndex),
       m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {}
+      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
+    m_usesNamespace = true;
+}
 
 bool CElementInfoAllUntpdMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
     return MandatoryRule(ElementToXmlCls(context, object, writer, false));
@@ -320,7 +322,9 @@ CElementInfoAllUntpdOpt::CElementInfoAllUntpdOpt(const char16_t* elementName, co
                                                  const char16_t* targetNamespace)
     : CElementInfo(elementName, elementNamespace, propertyIndex),
       m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {}
+      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
+    m_usesNamespace = true;
+}
 
 bool CElementInfoAllUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
     return ElementToXmlCls(context, object, writer, false);

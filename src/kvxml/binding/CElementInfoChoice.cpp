@@ -136,7 +136,9 @@ CElementInfoChoiceUntpdOpt::CElementInfoChoiceUntpdOpt(const char16_t* elementNa
                                                        const char16_t* targetNamespace)
     : CElementInfo(elementName, elementNamespace, propertyIndex),
       m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {}
+      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
+    m_usesNamespace = true;
+}
 
 bool CElementInfoChoiceUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
     return ElementToXmlCls(context, object, writer, false);

@@ -296,7 +296,9 @@ CElementInfoSeqUntpdMnd::CElementInfoSeqUntpdMnd(const char16_t* elementName, co
                                                  const char16_t* targetNamespace)
     : CElementInfo(elementName, elementNamespace, propertyIndex),
       m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {}
+      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
+    m_usesNamespace = true;
+}
 
 bool CElementInfoSeqUntpdMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
     return MandatoryRule(ElementToXmlCls(context, object, writer, false));
@@ -322,7 +324,9 @@ CElementInfoSeqUntpdOpt::CElementInfoSeqUntpdOpt(const char16_t* elementName, co
                                                  const char16_t* targetNamespace)
     : CElementInfo(elementName, elementNamespace, propertyIndex),
       m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {}
+      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
+    m_usesNamespace = true;
+}
 
 bool CElementInfoSeqUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
     return ElementToXmlCls(context, object, writer, false);

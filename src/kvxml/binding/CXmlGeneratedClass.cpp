@@ -28,7 +28,8 @@ class FoundFlags {
 public:
     explicit FoundFlags(size_t count) : m_heap(count > kInline ? new bool[count]() : nullptr) {
         m_flags = m_heap ? m_heap.get() : m_inline;
-        for (size_t i = 0; i < kInline; ++i) m_inline[i] = false;
+        if (!m_heap)
+            for (size_t i = 0; i < count; ++i) m_inline[i] = false;
     }
     bool& operator[](size_t i) { return m_flags[i]; }
 
@@ -308,6 +309,13 @@ void CXmlGeneratedClass::ReadBody(const CParentElementInfo& info, CXmlElement* e
     }
 }
 
+std::u16string CXmlGeneratedClass::NamespaceFor(CElementInfo** records, size_t count) {
+    // Only the wildcard records read the namespace; asking for it costs a string per object.
+    for (size_t i = 0; i < count; ++i)
+        if (records[i]->UsesNamespace()) return GetNamespace();
+    return std::u16string();
+}
+
 void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& context, CXmlElement* element,
                                                   bool failIfUnknown) {
     CAttributeInfo** records = GetClassAttributeInfo();
@@ -348,7 +356,7 @@ CXmlElement* CXmlGeneratedClass::ProcessElementSeqFromXml(const CSerializationCo
                                                           CXmlElement* firstChild, XmlElementType parentType) {
     CElementInfo** records = GetClassElementInfo();
     const size_t count = CountOf(records);
-    const std::u16string ns = GetNamespace();
+    const std::u16string ns = NamespaceFor(records, count);
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
     size_t i = 0;
@@ -374,7 +382,7 @@ CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializatio
                                                              XmlElementType parentType, bool ignoreMissingChoice) {
     CElementInfo** records = GetClassElementInfo();
     const size_t count = CountOf(records);
-    const std::u16string ns = GetNamespace();
+    const std::u16string ns = NamespaceFor(records, count);
     const bool ignoreUnknown = context.GetIgnoreUnknownElements();
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
@@ -410,7 +418,7 @@ CXmlElement* CXmlGeneratedClass::ProcessElementAllFromXml(const CSerializationCo
                                                           CXmlElement* firstChild, XmlElementType parentType) {
     CElementInfo** records = GetClassElementInfo();
     const size_t count = CountOf(records);
-    const std::u16string ns = GetNamespace();
+    const std::u16string ns = NamespaceFor(records, count);
     FoundFlags found(count);
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -73,6 +74,8 @@ private:
                                 CXmlWriter* writer) const;
     void ProcessElementChoiceToXml(const CSerializationContext& context, KvXmlLib16Data::CElementInfo** elements,
                                    CXmlWriter* writer, bool noErrorOnEmptyChoice) const;
+    // The namespace handed to the records, asked for only when one of them reads it.
+    std::u16string NamespaceFor(KvXmlLib16Data::CElementInfo** records, size_t count);
     void WriteBody(const KvXmlLib16Data::CParentElementInfo& classInfo, const CSerializationContext& context,
                    CXmlWriter* writer, bool noErrorOnEmptyChoice) const;
     void ReadBody(const KvXmlLib16Data::CParentElementInfo& classInfo, CXmlElement* element,

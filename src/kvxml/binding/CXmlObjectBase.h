@@ -95,6 +95,23 @@ public:
     static void SetElementName(CXmlObjectBase* object, const char16_t* name);
 
     // Reading entry points
+    //
+    // Parses the text into a document on the stack and fills this object from its root; the
+    // root's name is not compared with anything here. The narrow form takes bytes as they stand,
+    // encoding chosen by the XML declaration, UTF-8 by default.
+    virtual void FromXml(const char16_t* xml, const CSerializationContext& context);
+    virtual void FromXml(const char* xml, const CSerializationContext& context);
+    // Writes the untyped element as text (no declaration, unformatted, LF, the default context)
+    // and reads that text with the given context.
+    virtual void FromXmlElement(CElement* element, const CSerializationContext& context);
+    // Fills this object from a tree the caller holds, with no parsing.
+    virtual void FromXmlElement(CXmlElement* element, const CSerializationContext& context);
+    // Reads the object from the element, its content starting at firstChild; returns the element
+    // where reading stopped.
+    virtual CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild,
+                                     const CSerializationContext& context, bool ignoreMissingChoice) = 0;
+    static CXmlElement* FromXml_Int(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
+                                    const CSerializationContext& context);
 
 protected:
     std::u16string m_elementName;

@@ -21,6 +21,9 @@ public:
     CAttributeCol& operator=(const CAttributeCol& other) = default;
     ~CAttributeCol() override;
 
+    // Both give the collection's namespace.
+    std::u16string GetTargetNamespace() override { return m_namespace; }
+
     // Each form tests the namespace against the restriction before adding; the pointer form
     // only appends.
     CAttribute* Add(const char16_t* name, const char16_t* value, const char16_t* namespaceUri);

@@ -180,4 +180,13 @@ CXmlElement* CElement::FromXml_Int(CXmlElement*, CXmlElement* element, const CSe
     return element->GetNextSiblingElement();
 }
 
+// ---- reading an object from an untyped element ----
+
+// The element goes through text, whatever the context passed: only the reading uses it.
+void CXmlObjectBase::FromXmlElement(CElement* element, const CSerializationContext& context) {
+    if (!element) throw CKvInvalidParamException(u"FromXmlElement needs an element to read from, not NULL");
+    const std::u16string xml = element->ToXml(false, false, EOLType_LF, CSerializationContext::GetDefaultContext());
+    FromXml(xml.c_str(), context);
+}
+
 } // namespace KvXmlLib16

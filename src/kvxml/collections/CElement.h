@@ -65,8 +65,8 @@ public:
                    bool noErrorOnEmptyChoice) const override;
     // Reads `element` if its namespace passes the restriction; returns its next sibling, or
     // `element` itself when it was not taken.
-    virtual CXmlElement* FromXml_Int(CXmlElement* parent, CXmlElement* element, const CSerializationContext& context,
-                                     bool ignoreMissingChoice);
+    CXmlElement* FromXml_Int(CXmlElement* parent, CXmlElement* element, const CSerializationContext& context,
+                             bool ignoreMissingChoice) override;
 
 protected:
     void Init(const char16_t* name, const char16_t* namespaceUri, const char16_t* restriction,

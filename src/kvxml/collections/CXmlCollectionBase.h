@@ -33,8 +33,8 @@ public:
     std::u16string GetNamespace() override { return m_namespace; }
 
     // Reads items from `element` on and returns the first element not taken.
-    virtual CXmlElement* FromXml_Int(CXmlElement* parent, CXmlElement* element, const CSerializationContext& context,
-                                     bool ignoreMissingChoice) = 0;
+    CXmlElement* FromXml_Int(CXmlElement* parent, CXmlElement* element, const CSerializationContext& context,
+                             bool ignoreMissingChoice) override = 0;
 
     virtual int32_t GetCount() const = 0;
     virtual void Clear() = 0;

@@ -28,9 +28,10 @@ void CXmlTextWriter::CloseOutput() {
 }
 
 void CXmlTextWriter::SetEOLType(EOLType type) {
+    static const std::u16string crLf(u"\r\n"), lf(u"\n");
     switch (type) {
-    case EOLType_CRLF: m_endOfLine = u"\r\n"; break;
-    case EOLType_LF: m_endOfLine = u"\n"; break;
+    case EOLType_CRLF: m_endOfLine = crLf; break;
+    case EOLType_LF: m_endOfLine = lf; break;
     default: throw CKvException(u"Invalid EOL type.");
     }
     m_eolType = type;

@@ -1,6 +1,7 @@
 #include "kvxml/values/CBinaryData.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <memory>
@@ -76,12 +77,20 @@ void WithWideBytes(const char16_t* text, size_t chars, F&& f) {
 
 constexpr char16_t kHexDigits[] = u"0123456789ABCDEF";
 
-inline int HexValue(char16_t c) {
-    if (c >= u'0' && c <= u'9') return c - u'0';
-    if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-    if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-    return -1;
+constexpr std::array<int8_t, 256> MakeHexTable() {
+    std::array<int8_t, 256> t{};
+    for (auto& e : t) e = -1;
+    for (int i = 0; i < 10; ++i) t['0' + i] = static_cast<int8_t>(i);
+    for (int i = 0; i < 6; ++i) {
+        t['A' + i] = static_cast<int8_t>(10 + i);
+        t['a' + i] = static_cast<int8_t>(10 + i);
+    }
+    return t;
 }
+
+constexpr std::array<int8_t, 256> kHexValues = MakeHexTable();
+
+inline int HexValue(char16_t c) { return c < 256 ? kHexValues[c] : -1; }
 
 } // namespace
 
@@ -181,12 +190,44 @@ unsigned char* CBinaryData::GetData() const { return m_pBuffer != nullptr ? m_pB
 
 uint32_t CBinaryData::GetLength() const { return m_pBuffer != nullptr ? m_pBuffer->m_length : 0; }
 
+namespace {
+
+// Appends to a buffer that the caller holds alone, under its lock.
+void AppendToSoleBuffer(CBinaryBuffer* buffer, const unsigned char* bytes, uint32_t length) {
+    const uint64_t newLength = uint64_t{buffer->m_length} + length;
+    if (newLength > kMaxLength) throw CKvException(u"Binary data can not hold more than 4294967295 bytes");
+    if (newLength > buffer->m_capacity) {
+        // Twice the needed size, without the floor of new buffers.
+        const uint32_t capacity = GrowCapacity(newLength, 0);
+        unsigned char* block = new unsigned char[capacity];
+        std::memcpy(block, buffer->m_data, buffer->m_length);
+        // The source may lie in the old block (a handle appended to itself): copy before freeing.
+        std::memcpy(block + buffer->m_length, bytes, length);
+        delete[] buffer->m_data;
+        buffer->m_data = block;
+        buffer->m_capacity = capacity;
+    } else {
+        std::memmove(buffer->m_data + buffer->m_length, bytes, length);
+    }
+    buffer->m_length = static_cast<uint32_t>(newLength);
+}
+
+} // namespace
+
 void CBinaryData::Append(const unsigned char* bytes, uint32_t length) {
     if (length == 0) return;
     if (bytes == nullptr) throw CKvException(u"Failed to append. [No data]");
     if (m_pBuffer == nullptr) {
         m_pBuffer = NewCopyBuffer(bytes, length);
         return;
+    }
+    {
+        // Usual case, a writer that holds its buffer alone: one pass under the lock.
+        CKVCriticalSectionGuard guard(m_pBuffer->m_cs);
+        if (m_pBuffer->m_refCount < 2) {
+            AppendToSoleBuffer(m_pBuffer, bytes, length);
+            return;
+        }
     }
     Detach();
     CBinaryBuffer* buffer = m_pBuffer;
@@ -195,22 +236,7 @@ void CBinaryData::Append(const unsigned char* bytes, uint32_t length) {
         CKVCriticalSectionGuard guard(buffer->m_cs);
         count = buffer->m_refCount;
         if (count < 2) {
-            const uint64_t newLength = uint64_t{buffer->m_length} + length;
-            if (newLength > kMaxLength)
-                throw CKvException(u"Binary data can not hold more than 4294967295 bytes");
-            if (newLength > buffer->m_capacity) {
-                const uint32_t capacity = GrowCapacity(newLength, 0);
-                unsigned char* block = new unsigned char[capacity];
-                std::memcpy(block, buffer->m_data, buffer->m_length);
-                // The source may lie in the old block (appending a handle to itself): copy first.
-                std::memcpy(block + buffer->m_length, bytes, length);
-                delete[] buffer->m_data;
-                buffer->m_data = block;
-                buffer->m_capacity = capacity;
-            } else {
-                std::memmove(buffer->m_data + buffer->m_length, bytes, length);
-            }
-            buffer->m_length = static_cast<uint32_t>(newLength);
+            AppendToSoleBuffer(buffer, bytes, length);
             return;
         }
     }
@@ -298,10 +324,11 @@ uint32_t CBinaryData::ConvertToHexData(const char16_t* text, unsigned char** dat
     std::unique_ptr<unsigned char[]> block(new unsigned char[count]);
     for (size_t i = 0; i < count; ++i) {
         const char16_t hc = text[2 * i], lc = text[2 * i + 1];
-        const int hi = HexValue(hc);
-        if (hi < 0) throw CKvException(FormatString(u"Invalid char in hex string [%c]", static_cast<int>(hc)));
-        const int lo = HexValue(lc);
-        if (lo < 0) throw CKvException(FormatString(u"Invalid char in hex string [%c]", static_cast<int>(lc)));
+        const int hi = HexValue(hc), lo = HexValue(lc);
+        if ((hi | lo) < 0) {
+            const char16_t bad = hi < 0 ? hc : lc;  // the high nibble is looked at first
+            throw CKvException(FormatString(u"Invalid char in hex string [%c]", static_cast<int>(bad)));
+        }
         block[i] = static_cast<unsigned char>((hi << 4) | lo);
     }
     *data = block.release();

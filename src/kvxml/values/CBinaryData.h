@@ -17,8 +17,9 @@ class KVXML_API CBinaryData {
 public:
     CBinaryData();
     CBinaryData(const CBinaryData& other);
-    // A length of 0 gives an empty handle. With adopt the block (allocated by new[]) is taken
-    // over as it stands, capacity equal to length; otherwise the bytes are copied.
+    // A length of 0 gives an empty handle (an adopted block is then freed). With adopt the block
+    // (allocated by new[]) is taken over as it stands, capacity equal to length; otherwise the
+    // bytes are copied.
     CBinaryData(const unsigned char* bytes, uint32_t length, bool adopt);
     explicit CBinaryData(const char16_t* text);
     virtual ~CBinaryData();

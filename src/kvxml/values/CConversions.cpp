@@ -92,18 +92,6 @@ bool SameCText(const std::u16string& text, const char16_t* word) {
     return *p == *word;
 }
 
-bool IsCSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); }
-
-// Only the plain decimal form counts as a number: the words inf, infinity and nan, and
-// hexadecimal floating point, are refused whatever the platform's scanner would take.
-bool LooksDecimal(const char16_t* p) {
-    while (IsCSpace(*p)) ++p;
-    if (*p == u'+' || *p == u'-') ++p;
-    if (*p == u'0' && (p[1] == u'x' || p[1] == u'X')) return false;
-    if (*p >= u'0' && *p <= u'9') return true;
-    return *p == u'.' && p[1] >= u'0' && p[1] <= u'9';
-}
-
 double ScanReal(const std::u16string& text, Rule rule, const char16_t* typeName) {
     std::u16string scratch;
     const std::u16string& t = CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch);
@@ -113,8 +101,8 @@ double ScanReal(const std::u16string& text, Rule rule, const char16_t* typeName)
     if (SameCText(t, u"-INF")) return -std::numeric_limits<double>::infinity();
     if (SameCText(t, u"INF")) return std::numeric_limits<double>::infinity();
     const char16_t* start = t.c_str();
-    if (!LooksDecimal(start)) ThrowNotConverted(t, typeName);
     char16_t* end = nullptr;
+    // The platform scanner takes the plain decimal form only (no inf/nan words, no hex floats).
     // No errno test: a magnitude out of range is infinity (or 0), without complaint.
     const double value = Platform::WcsToD(start, &end);
     if (end == start || *end != 0) ThrowNotConverted(t, typeName);

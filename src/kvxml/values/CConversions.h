@@ -9,6 +9,9 @@
 
 namespace KvXmlLib16 {
 
+class CDateTime;     // [datetime]
+class CDateTimeSpan; // [datetime]
+
 // The one place where primitive values become text and text becomes values. Failures of the
 // ...FromString members are CKvInvalidValueException; the caller's value is never touched.
 class KVXML_API CConversions {
@@ -33,7 +36,13 @@ public:
     static std::u16string booleanToString(bool value);
     static std::u16string hexBinaryToString(const CBinaryData& value);
     static std::u16string base64BinaryToString(const CBinaryData& value);
-    // [datetime] dateToString, yearToString, monthToString, dayToString, durationToString go here.
+    // ---- [datetime] ----
+    static std::u16string dateToString(const CDateTime& value);
+    static std::u16string yearToString(uint16_t value);
+    static std::u16string monthToString(uint8_t value);
+    static std::u16string dayToString(uint8_t value);
+    static std::u16string durationToString(const CDateTimeSpan& value);
+    // ---- [datetime] end ----
     // [bignum] integerToString, decimalToString go here.
 
     // ---- from text ----
@@ -52,9 +61,19 @@ public:
     static bool booleanFromString(const std::u16string& text, WhitespaceRule rule);
     static CBinaryData hexBinaryFromString(const std::u16string& text, WhitespaceRule rule);
     static CBinaryData base64BinaryFromString(const std::u16string& text, WhitespaceRule rule);
-    // [datetime] yearMonthFromString, monthDayFromString, yearFromString, monthFromString,
-    //            dayFromString, datetimeFromString, timeFromString, dateFromString,
-    //            durationFromString go here.
+    // ---- [datetime] ----
+    // The date forms take their type from the text: none insists on its own kind.
+    static CDateTime dateFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDateTime yearMonthFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDateTime monthDayFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDateTime timeFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDateTime datetimeFromString(const std::u16string& text, WhitespaceRule rule);
+    // The year comes back as 16 unsigned bits, so a negative year wraps.
+    static uint16_t yearFromString(const std::u16string& text, WhitespaceRule rule);
+    static uint8_t monthFromString(const std::u16string& text, WhitespaceRule rule);
+    static uint8_t dayFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDateTimeSpan durationFromString(const std::u16string& text, WhitespaceRule rule);
+    // ---- [datetime] end ----
     // [bignum] integerFromString, decimalFromString go here.
 };
 

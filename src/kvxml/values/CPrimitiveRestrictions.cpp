@@ -29,58 +29,33 @@ bool BoundsHold(T value, const CPrimitiveRestrictions& r, FromString fromString)
     return true;
 }
 
-// totalDigits on the integral kinds counts every character of the value's text, a minus sign too.
-bool DigitsHold(const std::u16string& text, const CPrimitiveRestrictions& r) {
+// totalDigits on the integral kinds counts every character of the value's text, a minus sign
+// too. The text is made only when the facet is present.
+template <class T, class ToString>
+bool DigitsHold(T value, const CPrimitiveRestrictions& r, ToString toString) {
     const int32_t totalDigits = r.GetTotalDigits();
-    return totalDigits < 0 || text.length() <= static_cast<std::size_t>(totalDigits);
+    return totalDigits < 0 || toString(value).length() <= static_cast<std::size_t>(totalDigits);
 }
 
 // Kinds shown by "%d": the number as a 32-bit int, as the wide formatter sees it.
 template <class T, class FromString, class ToString>
 void CheckSmallIntegral(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString,
                         ToString toString) {
-    if (!BoundsHold(value, r, fromString) || !DigitsHold(toString(value), r))
+    if (!BoundsHold(value, r, fromString) || !DigitsHold(value, r, toString))
         throw CKvException(FormatString(u"Invalid Value for %s [%d]", name, static_cast<int32_t>(value)));
 }
 
 template <class T, class FromString, class ToString>
 void CheckWideIntegral(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString,
                        ToString toString) {
-    if (!BoundsHold(value, r, fromString)) ThrowInvalidText(name, toString(value));
-    const std::u16string text = toString(value);
-    if (!DigitsHold(text, r)) ThrowInvalidText(name, text);
+    if (!BoundsHold(value, r, fromString) || !DigitsHold(value, r, toString))
+        ThrowInvalidText(name, toString(value));
 }
 
 template <class T, class FromString>
 void CheckFloating(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString) {
     if (!BoundsHold(value, r, fromString))
         throw CKvException(FormatString(u"Invalid Value for %s [%f]", name, static_cast<double>(value)));
-}
-
-// Bounds of the calendar components go through the calendar conversions. Where those are not part
-// of the build, the plain unsigned conversions of the same width stand in.
-template <class Conv = CConversions>
-auto YearFromString(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    if constexpr (requires { Conv::yearFromString(text, rule); })
-        return Conv::yearFromString(text, rule);
-    else
-        return Conv::ui2FromString(text, rule);
-}
-
-template <class Conv = CConversions>
-auto MonthFromString(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    if constexpr (requires { Conv::monthFromString(text, rule); })
-        return Conv::monthFromString(text, rule);
-    else
-        return Conv::ui1FromString(text, rule);
-}
-
-template <class Conv = CConversions>
-auto DayFromString(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    if constexpr (requires { Conv::dayFromString(text, rule); })
-        return Conv::dayFromString(text, rule);
-    else
-        return Conv::ui1FromString(text, rule);
 }
 
 template <class T, class FromString>
@@ -151,9 +126,9 @@ void CheckPrimitiveRestrictions(const char16_t* name, const KvVariant& value, It
     case ItemType_ui8: return CheckWideIntegral(name, value.GetUI8(), r, C::ui8FromString, C::ui8ToString);
     case ItemType_r4: return CheckFloating(name, value.GetR4(), r, C::r4FromString);
     case ItemType_r8: return CheckFloating(name, value.GetR8(), r, C::r8FromString);
-    case ItemType_year: return CheckCalendarComponent(name, value.GetYear(), r, YearFromString<>);
-    case ItemType_month: return CheckCalendarComponent(name, value.GetMonth(), r, MonthFromString<>);
-    case ItemType_day: return CheckCalendarComponent(name, value.GetDay(), r, DayFromString<>);
+    case ItemType_year: return CheckCalendarComponent(name, value.GetYear(), r, C::yearFromString);
+    case ItemType_month: return CheckCalendarComponent(name, value.GetMonth(), r, C::monthFromString);
+    case ItemType_day: return CheckCalendarComponent(name, value.GetDay(), r, C::dayFromString);
     case ItemType_string: return CheckStringRestrictions(name, value.GetString(), r);
     case ItemType_boolean: return;
     default:

@@ -186,6 +186,16 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_string:
         return m_value.str != nullptr ? CConversions::stringToString(*m_value.str) : std::u16string();
     case ItemType_boolean: return CConversions::booleanToString(m_value.b);
+    // [datetime]
+    case ItemType_duration:
+        return m_value.span != nullptr ? CConversions::durationToString(*m_value.span) : std::u16string();
+    case ItemType_yearMonth: case ItemType_monthDay: case ItemType_date: case ItemType_datetime:
+    case ItemType_time:
+        return m_value.dt != nullptr ? CConversions::dateToString(*m_value.dt) : std::u16string();
+    case ItemType_year: return CConversions::yearToString(m_value.ui2);
+    case ItemType_month: return CConversions::monthToString(m_value.ui1);
+    case ItemType_day: return CConversions::dayToString(m_value.ui1);
+    // [datetime] end
     // [datetime/bignum] cases for kinds 13 to 21 (durationToString, dateToString, yearToString,
     // monthToString, dayToString), 25 (decimalToString, with the format) and 26 (integerToString)
     // go here. Until then those kinds fall to the invalid-type message below.
@@ -213,6 +223,17 @@ void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespac
     case ItemType_char: SetChar(CConversions::charFromString(text, rule)); return;
     case ItemType_string: SetString(CConversions::stringFromString(text, rule)); return;
     case ItemType_boolean: SetBoolean(CConversions::booleanFromString(text, rule)); return;
+    // [datetime]
+    case ItemType_duration: SetDuration(CConversions::durationFromString(text, rule)); return;
+    case ItemType_yearMonth: SetYearMonth(CConversions::yearMonthFromString(text, rule)); return;
+    case ItemType_monthDay: SetMonthDay(CConversions::monthDayFromString(text, rule)); return;
+    case ItemType_year: SetYear(CConversions::yearFromString(text, rule)); return;
+    case ItemType_month: SetMonth(CConversions::monthFromString(text, rule)); return;
+    case ItemType_day: SetDay(CConversions::dayFromString(text, rule)); return;
+    case ItemType_date: SetDate(CConversions::dateFromString(text, rule)); return;
+    case ItemType_datetime: SetDateTime(CConversions::datetimeFromString(text, rule)); return;
+    case ItemType_time: SetTime(CConversions::timeFromString(text, rule)); return;
+    // [datetime] end
     // [datetime/bignum] cases for kinds 13 to 21 (durationFromString, yearMonthFromString,
     // monthDayFromString, yearFromString, monthFromString, dayFromString, dateFromString,
     // datetimeFromString, timeFromString), 25 (decimalFromString) and 26 (integerFromString)

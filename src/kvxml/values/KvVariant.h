@@ -87,7 +87,22 @@ public:
     void SetBase64Binary(const CBinaryData& value);
     CBinaryData GetBase64Binary() const;
 
-    // [datetime] SetDuration/GetDuration, SetYearMonth/..., SetDate, SetDateTime, SetTime go here.
+    // ---- [datetime] date, time and duration kinds (13, 14, 15, 19, 20, 21) ----
+    // Setters store a heap copy that keeps the argument's own DTType. Getters return a copy;
+    // without a stored value (nil, or another kind) they return an empty value.
+    void SetDuration(const CDateTimeSpan& value);
+    CDateTimeSpan GetDuration() const;
+    void SetYearMonth(const CDateTime& value);
+    CDateTime GetYearMonth() const;
+    void SetMonthDay(const CDateTime& value);
+    CDateTime GetMonthDay() const;
+    void SetDate(const CDateTime& value);
+    CDateTime GetDate() const;
+    void SetDateTime(const CDateTime& value);
+    CDateTime GetDateTime() const;
+    void SetTime(const CDateTime& value);
+    CDateTime GetTime() const;
+    // ---- [datetime] end ----
     // [bignum] SetDecimal/GetDecimal, SetInteger/GetInteger go here.
 
     // May be null. A non-null object gains one reference, released by Clear.
@@ -131,6 +146,8 @@ protected:
     };
 
     void SetObject(ItemType kind, CXmlObjectBase* value);
+    void SetDateKind(ItemType kind, const CDateTime& value); // [datetime]
+    CDateTime GetDateKind() const;                           // [datetime]
 
     bool m_isNil;
     ItemType m_type;

@@ -2,7 +2,9 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -29,22 +31,27 @@ inline std::u16string_view WideView(const XML_Char* text) {
 }
 
 // "uri|local" as the namespace-aware parser delivers it; a name without a separator is local.
+// One pass finds both the separator and the end.
 inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16string_view& local) {
-    const std::u16string_view whole = WideView(name);
-    const size_t bar = whole.find(kNamespaceSeparator);
-    if (bar == std::u16string_view::npos) {
+    const char16_t* text = Wide(name);
+    const char16_t* p = text;
+    while (*p && *p != kNamespaceSeparator) ++p;
+    if (!*p) {
         uri = std::u16string_view();
-        local = whole;
-    } else {
-        uri = whole.substr(0, bar);
-        local = whole.substr(bar + 1);
+        local = std::u16string_view(text, static_cast<size_t>(p - text));
+        return;
     }
+    uri = std::u16string_view(text, static_cast<size_t>(p - text));
+    const char16_t* localStart = ++p;
+    while (*p) ++p;
+    local = std::u16string_view(localStart, static_cast<size_t>(p - localStart));
 }
 
 } // namespace
 
 CExpatReader::CExpatReader(CXmlDocument* document)
-    : m_document(document), m_scratchSize(kScratchSize), m_parser(nullptr) {}
+    : m_document(document), m_scratchSize(kScratchSize), m_parser(nullptr), m_pendingLength(0),
+      m_pendingCapacity(0) {}
 
 CExpatReader::~CExpatReader() { FreeParser(); }
 
@@ -59,6 +66,7 @@ void CExpatReader::Initialise() {
     m_scratchBuffer.reset(new unsigned char[m_scratchSize]);
     FreeParser();
     m_failure = nullptr;
+    m_pendingLength = 0;
     if (m_document->m_schemaType == SchemaType_NoNamespaces)
         m_parser = XML_ParserCreate(nullptr);
     else
@@ -85,6 +93,13 @@ void CExpatReader::ParseBuffer(bool final) {
         status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         data += piece;
     } while (status == XML_STATUS_OK && remaining > 0);
+    if (!m_failure) {
+        try {
+            FlushText();
+        } catch (...) {
+            m_failure = std::current_exception();
+        }
+    }
 
     if (status == XML_STATUS_OK && !m_failure) {
         if (final) FreeParser();
@@ -111,10 +126,34 @@ void CExpatReader::Fail() {
     XML_StopParser(m_parser, XML_FALSE);
 }
 
+void CExpatReader::FlushText() {
+    if (m_pendingLength == 0) return;
+    const size_t length = m_pendingLength;
+    m_pendingLength = 0;
+    if (!m_document->m_elementStack.empty())
+        m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, m_pendingText.get(),
+                                          static_cast<uint32_t>(length));
+}
+
+void CExpatReader::AppendPending(const char16_t* text, size_t length) {
+    // A run longer than the 32-bit length the tree takes goes in more than one append.
+    if (m_pendingLength + length >= UINT32_MAX) FlushText();
+    if (m_pendingLength + length > m_pendingCapacity) {
+        const size_t capacity = std::max(m_pendingLength + length, 2 * m_pendingCapacity + 256);
+        std::unique_ptr<char16_t[]> grown(new char16_t[capacity]);
+        if (m_pendingLength) std::memcpy(grown.get(), m_pendingText.get(), m_pendingLength * sizeof(char16_t));
+        m_pendingText = std::move(grown);
+        m_pendingCapacity = capacity;
+    }
+    std::memcpy(m_pendingText.get() + m_pendingLength, text, length * sizeof(char16_t));
+    m_pendingLength += length;
+}
+
 void CExpatReader::StartElement(void* user, const XML_Char* name, const XML_Char** attributes) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
+        self->FlushText();
         CXmlDocument* document = self->m_document;
         std::u16string_view uri;
         std::u16string_view local;
@@ -138,6 +177,7 @@ void CExpatReader::EndElement(void* user, const XML_Char*) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
+        self->FlushText();
         self->m_document->EndElement();
     } catch (...) {
         self->Fail();
@@ -148,10 +188,7 @@ void CExpatReader::CharacterData(void* user, const XML_Char* text, int length) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure || length <= 0) return;
     try {
-        CXmlDocument* document = self->m_document;
-        if (document->m_elementStack.empty()) return;
-        document->AppendTextExcludingCR(document->m_elementStack.back().element, Wide(text),
-                                        static_cast<uint32_t>(length));
+        self->AppendPending(Wide(text), static_cast<size_t>(length));
     } catch (...) {
         self->Fail();
     }
@@ -174,9 +211,7 @@ void CExpatReader::StartCdata(void* user) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
-        CXmlDocument* document = self->m_document;
-        if (document->m_elementStack.empty()) return;
-        document->AppendTextExcludingCR(document->m_elementStack.back().element, u"<![CDATA[", 9);
+        self->AppendPending(u"<![CDATA[", 9);
     } catch (...) {
         self->Fail();
     }
@@ -186,9 +221,7 @@ void CExpatReader::EndCdata(void* user) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
-        CXmlDocument* document = self->m_document;
-        if (document->m_elementStack.empty()) return;
-        document->AppendTextExcludingCR(document->m_elementStack.back().element, u"]]>", 3);
+        self->AppendPending(u"]]>", 3);
     } catch (...) {
         self->Fail();
     }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <string>
 
 #include "kvxml/base/CInstanceMonitor.h"
 
@@ -31,6 +32,10 @@ private:
     // here, stops the parser, and ParseBuffer rethrows it.
     void Fail();
     void FreeParser();
+    // Expat hands one run of text over in many pieces (lines, entities, buffer ends). They are
+    // gathered here and reach the open element in one append when the next tag comes.
+    void FlushText();
+    void AppendPending(const char16_t* text, size_t length);
 
     static void StartElement(void* user, const unsigned short* name, const unsigned short** attributes);
     static void EndElement(void* user, const unsigned short* name);
@@ -45,6 +50,9 @@ private:
     uint32_t m_scratchSize;
     XML_ParserStruct* m_parser;
     std::exception_ptr m_failure;
+    std::unique_ptr<char16_t[]> m_pendingText;
+    size_t m_pendingLength;
+    size_t m_pendingCapacity;
 };
 
 } // namespace KvXmlLib16

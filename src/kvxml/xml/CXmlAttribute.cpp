@@ -2,6 +2,7 @@
 
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
+#include "kvxml/xml/CXmlNodePool.h"
 
 namespace KvXmlLib16 {
 
@@ -22,18 +23,57 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, const char16_t* name, const c
 
 CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name,
                              std::u16string_view value, std::u16string_view namespaceURI)
-    : m_element(element), m_localName(name), m_value(value), m_namespaceURI(namespaceURI) {}
+    : m_element(element), m_pool(element ? element->m_pool : nullptr),
+      m_localName(&CXmlNodePool::EmptyString()), m_value(value),
+      m_namespaceURI(&CXmlNodePool::EmptyString()) {
+    if (m_pool) m_pool->AddRef();
+    m_localName = CXmlNodePool::MakeName(m_pool, name);
+    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI);
+}
 
-CXmlAttribute::~CXmlAttribute() = default;
+CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
+    : CInstanceMonitor(other), m_element(other.m_element), m_pool(other.m_pool),
+      m_localName(CXmlNodePool::CopyName(other.m_pool, other.m_localName)), m_value(other.m_value),
+      m_namespaceURI(CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI)) {
+    if (m_pool) m_pool->AddRef();
+}
+
+CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
+    if (this == &other) return *this;
+    const std::u16string* localName = CXmlNodePool::CopyName(other.m_pool, other.m_localName);
+    const std::u16string* namespaceURI = CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI);
+    m_value = other.m_value;
+    if (other.m_pool) other.m_pool->AddRef();
+    CXmlNodePool::DropName(m_pool, m_localName);
+    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    if (m_pool) m_pool->Release();
+    m_element = other.m_element;
+    m_pool = other.m_pool;
+    m_localName = localName;
+    m_namespaceURI = namespaceURI;
+    return *this;
+}
+
+CXmlAttribute::~CXmlAttribute() {
+    CXmlNodePool::DropName(m_pool, m_localName);
+    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    if (m_pool) m_pool->Release();
+}
+
+void* CXmlAttribute::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
+void* CXmlAttribute::operator new(size_t size, CXmlNodePool* pool) { return CXmlNodePool::Allocate(size, pool); }
+void CXmlAttribute::operator delete(void* block, size_t size) { CXmlNodePool::Free(block, size); }
+void CXmlAttribute::operator delete(void* block, CXmlNodePool*) { CXmlNodePool::Free(block, sizeof(CXmlAttribute)); }
+static_assert(alignof(CXmlAttribute) <= 8, "pool blocks are aligned to 8 bytes");
 
 std::u16string CXmlAttribute::GetXPath() const {
     std::u16string path;
     if (m_element) {
         path = m_element->GetXPath();
         path += u'/';
-        if (m_element->GetDocument() && !m_namespaceURI.empty()) {
+        if (m_element->GetDocument() && !m_namespaceURI->empty()) {
             const std::u16string alias =
-                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI));
+                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(*m_namespaceURI));
             if (!alias.empty()) {
                 path += alias;
                 path += u':';
@@ -41,19 +81,20 @@ std::u16string CXmlAttribute::GetXPath() const {
         }
     }
     path += u'@';
-    path += m_localName;
+    path += *m_localName;
     return path;
 }
 
 bool CXmlAttribute::IsNamespaceAttribute() const {
-    if (m_namespaceURI != kXsiNamespace && m_namespaceURI != kXmlnsNamespace) return false;
-    return m_localName == u"xmlns" || m_localName == u"type" || m_localName == u"schemaLocation" ||
-           m_localName == u"noNamespaceSchemaLocation";
+    if (*m_namespaceURI != kXsiNamespace && *m_namespaceURI != kXmlnsNamespace) return false;
+    const std::u16string& name = *m_localName;
+    return name == u"xmlns" || name == u"type" || name == u"schemaLocation" ||
+           name == u"noNamespaceSchemaLocation";
 }
 
 bool CXmlAttribute::IsNilAttribute() const {
-    if (m_namespaceURI != kXsiNamespace && m_namespaceURI != kXmlnsNamespace) return false;
-    return m_localName == u"nil";
+    if (*m_namespaceURI != kXsiNamespace && *m_namespaceURI != kXmlnsNamespace) return false;
+    return *m_localName == u"nil";
 }
 
 } // namespace KvXmlLib16

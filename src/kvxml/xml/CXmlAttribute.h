@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,7 @@
 namespace KvXmlLib16 {
 
 class CXmlElement;
+class CXmlNodePool;
 
 // One attribute of a tree element. Owned by its element; the element pointer is not owned.
 class KVXML_API CXmlAttribute : public CInstanceMonitor {
@@ -18,14 +20,20 @@ public:
     // Same, from counted pieces: the parsers hand over names cut out of a longer string.
     CXmlAttribute(CXmlElement* element, std::u16string_view name, std::u16string_view value,
                   std::u16string_view namespaceURI);
-    CXmlAttribute(const CXmlAttribute&) = default;
-    CXmlAttribute& operator=(const CXmlAttribute&) = default;
+    CXmlAttribute(const CXmlAttribute& other);
+    CXmlAttribute& operator=(const CXmlAttribute& other);
     ~CXmlAttribute() override;
 
+    // Tree nodes come from the document's block pool; any node may still be deleted plainly.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, CXmlNodePool* pool);
+    static void operator delete(void* block, size_t size);
+    static void operator delete(void* block, CXmlNodePool* pool);
+
     CXmlElement* GetElement() const { return m_element; }
-    const std::u16string& GetLocalName() const { return m_localName; }
+    const std::u16string& GetLocalName() const { return *m_localName; }
     const std::u16string& GetValue() const { return m_value; }
-    const std::u16string& GetNamespaceURI() const { return m_namespaceURI; }
+    const std::u16string& GetNamespaceURI() const { return *m_namespaceURI; }
 
     // "<element path>/p:@name": the alias stands in front of the '@'; messages quote this form.
     std::u16string GetXPath() const;
@@ -37,9 +45,11 @@ public:
 
 private:
     CXmlElement* m_element;
-    std::u16string m_localName;
+    // Names are interned in the element's pool when it has one, else owned; never null.
+    CXmlNodePool* m_pool;
+    const std::u16string* m_localName;
     std::u16string m_value;
-    std::u16string m_namespaceURI;
+    const std::u16string* m_namespaceURI;
 };
 
 } // namespace KvXmlLib16

@@ -3,10 +3,14 @@
 #include <bit>
 #include <cstring>
 #include <memory>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/xml/CExpatReader.h"
+#include "kvxml/xml/CXmlNodePool.h"
 
 namespace KvXmlLib16 {
 
@@ -19,7 +23,8 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter)
 
 CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext& context)
     : m_fileOffset(0), m_fileHandle(0), m_documentElement(nullptr), m_inputBuffer(nullptr),
-      m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context) {
+      m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context),
+      m_nodePool(nullptr) {
     Init();
 }
 
@@ -27,6 +32,12 @@ CXmlDocument::~CXmlDocument() {
     CXmlDocument::Cleanup();
     m_aliasMap.clear();
     m_elementStack.clear();
+    if (m_nodePool) m_nodePool->Detach();
+}
+
+CXmlNodePool* CXmlDocument::NodePool() {
+    if (!m_nodePool) m_nodePool = CXmlNodePool::Create();
+    return m_nodePool;
 }
 
 void CXmlDocument::Init() {
@@ -40,6 +51,7 @@ void CXmlDocument::Init() {
 void CXmlDocument::Cleanup() {
     delete m_documentElement;
     m_documentElement = nullptr;
+    if (m_nodePool) m_nodePool->Trim();
     FreeInput();
     m_elementStack.clear();
     m_aliasMap.clear();
@@ -97,7 +109,7 @@ CXmlElement* CXmlDocument::AddDocElement(const char16_t* namespaceURI, const cha
 }
 
 CXmlElement* CXmlDocument::AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName) {
-    auto root = std::make_unique<CXmlElement>(this, nullptr);
+    std::unique_ptr<CXmlElement> root(new (NodePool()) CXmlElement(this, nullptr));
     root->SetNamespace(namespaceURI);
     root->SetElementName(localName);
     // A second root replaces the first; nothing of the old tree may stay on the stack.
@@ -165,19 +177,56 @@ void CXmlDocument::AddElementAttribute(CXmlElement* element, const std::u16strin
                           std::u16string_view(namespaceURI));
 }
 
-void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* text, uint32_t length) {
-    if (!element || !text) return;
-    uint32_t runStart = 0;
-    uint32_t i = 0;
-    for (; i < length; ++i) {
-        const char16_t c = text[i];
-        if (c == u'\r' || c == 0) {
-            if (i > runStart) element->AppendText(text + runStart, i - runStart);
-            runStart = i + 1;
-            if (c == 0) return;
-        }
+namespace {
+
+// Index of the first CR or NUL in text[from, length), or length. Text is scanned eight units at
+// a time where SSE2 is at hand: this runs over every character of every document.
+inline uint32_t FindCROrNul(const char16_t* text, uint32_t from, uint32_t length) {
+    uint32_t i = from;
+#if defined(__SSE2__)
+    const __m128i cr = _mm_set1_epi16(0x000D);
+    const __m128i zero = _mm_setzero_si128();
+    while (length - i >= 8) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(chunk, cr), _mm_cmpeq_epi16(chunk, zero)));
+        if (mask) return i + static_cast<uint32_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+        i += 8;
     }
-    if (i > runStart) element->AppendText(text + runStart, i - runStart);
+#endif
+    for (; i < length; ++i) {
+        if (text[i] == u'\r' || text[i] == 0) return i;
+    }
+    return length;
+}
+
+} // namespace
+
+void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* text, uint32_t length) {
+    if (!element || !text || length == 0) return;
+    // With no explicit length the text ends at its terminator: find it first, so the block
+    // scan never reads past it.
+    if (length == UINT32_MAX) {
+        const size_t terminated = std::char_traits<char16_t>::length(text);
+        length = terminated < UINT32_MAX ? static_cast<uint32_t>(terminated) : UINT32_MAX - 1;
+    }
+    uint32_t runStart = 0;
+    if (element->m_text.empty()) {
+        // The usual case: the element's whole text in one piece with no CR in it.
+        const uint32_t stop = FindCROrNul(text, 0, length);
+        if (stop == length) {
+            element->m_text.assign(text, length);
+            return;
+        }
+        if (stop > 0) element->AppendText(text, stop);
+        if (text[stop] == 0) return;
+        runStart = stop + 1;
+    }
+    for (;;) {
+        const uint32_t stop = FindCROrNul(text, runStart, length);
+        if (stop > runStart) element->AppendText(text + runStart, stop - runStart);
+        if (stop == length || text[stop] == 0) return;
+        runStart = stop + 1;
+    }
 }
 
 void CXmlDocument::PlainParse() {

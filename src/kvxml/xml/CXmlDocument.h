@@ -18,6 +18,7 @@ class CSerializationContext;
 enum SchemaType : int32_t;
 class CExpatReader;
 class CFastInfosetReader;
+class CXmlNodePool;
 
 // Called with each element once it is complete (children first). Returning true drops the
 // element from the tree at once, which lets a caller read a huge document in constant memory.
@@ -57,6 +58,7 @@ public:
 private:
     friend class CExpatReader;
     friend class CFastInfosetReader;
+    friend class CXmlElement;
 
     // An open element and its preceding sibling, so that a dropped element is unlinked in
     // constant time however many siblings it has.
@@ -81,6 +83,8 @@ private:
     void SetInput(const unsigned char* bytes, size_t count);
     void FreeInput();
     void PlainParse();
+    // The block pool of the tree, made on first use.
+    CXmlNodePool* NodePool();
 
     uint64_t m_fileOffset;
     intptr_t m_fileHandle;
@@ -92,6 +96,7 @@ private:
     SchemaType m_schemaType;
     XmlElementFilter m_elementFilter;
     const CSerializationContext* m_context;
+    CXmlNodePool* m_nodePool;
 };
 
 } // namespace KvXmlLib16

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "kvxml/xml/CXmlDocument.h"
+#include "kvxml/xml/CXmlNodePool.h"
 
 namespace KvXmlLib16 {
 
@@ -20,7 +21,9 @@ std::u16string_view OrEmpty(const char16_t* text) {
 
 CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
     : m_document(document), m_parent(parent), m_nextSibling(nullptr), m_firstChild(nullptr),
-      m_lastChild(nullptr) {
+      m_lastChild(nullptr), m_pool(document ? document->NodePool() : nullptr),
+      m_localName(&CXmlNodePool::EmptyString()), m_namespaceURI(&CXmlNodePool::EmptyString()) {
+    if (m_pool) m_pool->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
 
@@ -28,8 +31,31 @@ CXmlElement::CXmlElement(const CXmlElement& other)
     : CInstanceMonitor(other), m_document(other.m_document), m_parent(other.m_parent),
       m_nextSibling(other.m_nextSibling), m_firstChild(other.m_firstChild),
       m_lastChild(other.m_lastChild), m_attributes(other.m_attributes), m_text(other.m_text),
-      m_localName(other.m_localName), m_namespaceURI(other.m_namespaceURI) {
+      m_pool(other.m_pool), m_localName(CXmlNodePool::CopyName(other.m_pool, other.m_localName)),
+      m_namespaceURI(CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI)) {
+    if (m_pool) m_pool->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
+}
+
+CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
+    if (this == &other) return *this;
+    const std::u16string* localName = CXmlNodePool::CopyName(other.m_pool, other.m_localName);
+    const std::u16string* namespaceURI = CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI);
+    m_text = other.m_text;
+    m_attributes = other.m_attributes;
+    if (other.m_pool) other.m_pool->AddRef();
+    CXmlNodePool::DropName(m_pool, m_localName);
+    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    if (m_pool) m_pool->Release();
+    m_document = other.m_document;
+    m_parent = other.m_parent;
+    m_nextSibling = other.m_nextSibling;
+    m_firstChild = other.m_firstChild;
+    m_lastChild = other.m_lastChild;
+    m_pool = other.m_pool;
+    m_localName = localName;
+    m_namespaceURI = namespaceURI;
+    return *this;
 }
 
 CXmlElement::~CXmlElement() {
@@ -49,8 +75,17 @@ CXmlElement::~CXmlElement() {
         delete node;
     }
     for (CXmlAttribute* attribute : m_attributes) delete attribute;
+    CXmlNodePool::DropName(m_pool, m_localName);
+    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    if (m_pool) m_pool->Release();
     g_liveElements.fetch_sub(1, std::memory_order_relaxed);
 }
+
+void* CXmlElement::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
+void* CXmlElement::operator new(size_t size, CXmlNodePool* pool) { return CXmlNodePool::Allocate(size, pool); }
+void CXmlElement::operator delete(void* block, size_t size) { CXmlNodePool::Free(block, size); }
+void CXmlElement::operator delete(void* block, CXmlNodePool*) { CXmlNodePool::Free(block, sizeof(CXmlElement)); }
+static_assert(alignof(CXmlElement) <= 8, "pool blocks are aligned to 8 bytes");
 
 int64_t CXmlElement::GetLiveElementCount() { return g_liveElements.load(std::memory_order_relaxed); }
 
@@ -79,10 +114,20 @@ std::u16string CXmlElement::GetXPath() const {
     return path;
 }
 
-void CXmlElement::SetElementName(const char16_t* name) { m_localName.assign(OrEmpty(name)); }
+void CXmlElement::SetElementName(const char16_t* name) { SetElementName(OrEmpty(name)); }
 
-void CXmlElement::SetNamespace(const char16_t* namespaceURI) {
-    m_namespaceURI.assign(OrEmpty(namespaceURI));
+void CXmlElement::SetElementName(std::u16string_view name) {
+    const std::u16string* old = m_localName;
+    m_localName = CXmlNodePool::MakeName(m_pool, name);
+    CXmlNodePool::DropName(m_pool, old);
+}
+
+void CXmlElement::SetNamespace(const char16_t* namespaceURI) { SetNamespace(OrEmpty(namespaceURI)); }
+
+void CXmlElement::SetNamespace(std::u16string_view namespaceURI) {
+    const std::u16string* old = m_namespaceURI;
+    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI);
+    CXmlNodePool::DropName(m_pool, old);
 }
 
 void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value,
@@ -92,7 +137,8 @@ void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value,
 
 void CXmlElement::AddAttribute(std::u16string_view name, std::u16string_view value,
                                std::u16string_view namespaceURI) {
-    auto attribute = std::make_unique<CXmlAttribute>(this, name, value, namespaceURI);
+    std::unique_ptr<CXmlAttribute> attribute(
+        new (m_pool) CXmlAttribute(this, name, value, namespaceURI));
     m_attributes.push_back(attribute.get());
     attribute.release();
 }
@@ -112,7 +158,7 @@ void CXmlElement::AppendText(const char16_t* text, size_t length) {
 }
 
 CXmlElement* CXmlElement::CreateNewChildElement() {
-    CXmlElement* child = new CXmlElement(m_document, this);
+    CXmlElement* child = new (m_pool) CXmlElement(m_document, this);
     if (m_lastChild)
         m_lastChild->m_nextSibling = child;
     else
@@ -136,15 +182,15 @@ CXmlElement* CXmlElement::RemoveLastChildElement() {
 }
 
 std::u16string CXmlElement::GetQName() const {
-    if (m_document && !m_namespaceURI.empty()) {
-        std::u16string alias = m_document->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI));
+    if (m_document && !m_namespaceURI->empty()) {
+        std::u16string alias = m_document->LookupAliasFromNamespace(std::u16string_view(*m_namespaceURI));
         if (!alias.empty()) {
             alias += u':';
-            alias += m_localName;
+            alias += *m_localName;
             return alias;
         }
     }
-    return m_localName;
+    return *m_localName;
 }
 
 std::u16string CXmlElement::GetNameWithPredicate() const {

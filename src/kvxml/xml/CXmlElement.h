@@ -13,6 +13,7 @@
 namespace KvXmlLib16 {
 
 class CXmlDocument;
+class CXmlNodePool;
 class CExpatReader;
 
 // A node of the in-memory tree every input is reduced to. Children form a singly linked list
@@ -20,14 +21,21 @@ class CExpatReader;
 // wherever it stood between the children, is one string.
 //
 // Copies are shallow: a copy shares the child, sibling and attribute pointers of its source,
-// and only one of the two may be destroyed.
+// and only one of the two may be destroyed. Names of elements built by a document are held by
+// the document's node pool, which lives as long as any element that uses them.
 class KVXML_API CXmlElement : public CInstanceMonitor {
 public:
     CXmlElement(CXmlDocument* document, CXmlElement* parent);
     CXmlElement(const CXmlElement& other);
-    CXmlElement& operator=(const CXmlElement& other) = default;
+    CXmlElement& operator=(const CXmlElement& other);
     // Frees the whole subtree, without recursion, so any depth is safe.
     ~CXmlElement() override;
+
+    // Tree nodes come from the document's block pool; any node may still be deleted plainly.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, CXmlNodePool* pool);
+    static void operator delete(void* block, size_t size);
+    static void operator delete(void* block, CXmlNodePool* pool);
 
     // Read side.
     CXmlDocument* GetDocument() const { return m_document; }
@@ -35,8 +43,8 @@ public:
     CXmlElement* GetFirstElement() const { return m_firstChild; }
     CXmlElement* GetNextSiblingElement() const { return m_nextSibling; }
     const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
-    const std::u16string& GetLocalName() const { return m_localName; }
-    const std::u16string& GetNamespaceURI() const { return m_namespaceURI; }
+    const std::u16string& GetLocalName() const { return *m_localName; }
+    const std::u16string& GetNamespaceURI() const { return *m_namespaceURI; }
     const std::u16string& GetText() const { return m_text; }
     // First attribute equal in name and namespace URI; an absent one gives an empty string.
     const std::u16string& GetAttribute(const char16_t* name, const char16_t* namespaceURI) const;
@@ -44,9 +52,9 @@ public:
 
     // Building side.
     void SetElementName(const char16_t* name);
-    void SetElementName(std::u16string_view name) { m_localName.assign(name); }
+    void SetElementName(std::u16string_view name);
     void SetNamespace(const char16_t* namespaceURI);
-    void SetNamespace(std::u16string_view namespaceURI) { m_namespaceURI.assign(namespaceURI); }
+    void SetNamespace(std::u16string_view namespaceURI);
     // Appends without looking for a duplicate.
     void AddAttribute(const char16_t* name, const char16_t* value, const char16_t* namespaceURI);
     void AddAttribute(std::u16string_view name, std::u16string_view value,
@@ -65,6 +73,7 @@ public:
 private:
     friend class CXmlDocument;
     friend class CExpatReader;
+    friend class CXmlAttribute;
 
     CXmlDocument* m_document;
     CXmlElement* m_parent;
@@ -73,8 +82,10 @@ private:
     CXmlElement* m_lastChild;
     std::vector<CXmlAttribute*> m_attributes;
     std::u16string m_text;
-    std::u16string m_localName;
-    std::u16string m_namespaceURI;
+    // Interned in the pool when there is one, else owned; never null.
+    CXmlNodePool* m_pool;
+    const std::u16string* m_localName;
+    const std::u16string* m_namespaceURI;
 };
 
 } // namespace KvXmlLib16

@@ -1,0 +1,172 @@
+// Throughput of writing a large document through ToXml, against a floor that only appends the
+// same text, piece by piece, to one std::u16string.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "kvxml/base/CSmartPtr.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/output/CXmlWriter.h"
+
+using namespace KvXmlLib16;
+
+namespace {
+
+const ItemType kString = static_cast<ItemType>(23);
+
+struct Attribute {
+    std::u16string name, value;
+};
+
+class Node : public CXmlObjectBase {
+public:
+    Node(const char16_t* name, const char16_t* ns) : m_ns(ns) { SetElementName(name); }
+    CXmlObjectBase* GetBase() override { return this; }
+    std::u16string GetTargetNamespace() override { return m_ns; }
+    std::u16string GetNamespace() override { return m_ns; }
+
+    void AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext&) const override {
+        for (const Attribute& a : m_attributes) writer->WriteAttribute(a.name, std::u16string(), a.value, kString);
+    }
+    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
+                   bool) const override {
+        if (isRoot) writer->SetDefaultNamespace(context.GetDefaultNamespaceURI());
+        writer->WriteStartElement(m_elementName, m_nsString);
+        CXmlObjectBase::AttributesToXml_Int(this, writer, context);
+        writer->WriteElementText(m_text, kString, false);
+        for (const auto& child : m_children)
+            CXmlObjectBase::ToXml_Int(child.get(), writer, false, namespaceUri, context, false);
+        writer->WriteEndElement();
+    }
+
+    // The same text, appended without a writer: what ToXml cannot beat.
+    void AppendTo(std::u16string& out, int depth) const {
+        for (int i = 0; i < depth; ++i) out += u'\t';
+        out += u'<';
+        out += m_elementName;
+        if (depth == 0) {
+            out += u" xmlns=\"";
+            out += m_ns;
+            out += u'"';
+        }
+        for (const Attribute& a : m_attributes) {
+            out += u' ';
+            out += a.name;
+            out += u"=\"";
+            out += a.value;
+            out += u'"';
+        }
+        if (m_text.empty() && m_children.empty()) {
+            out += u"/>\n";
+            return;
+        }
+        out += u'>';
+        if (!m_children.empty()) out += u'\n';
+        out += m_text;
+        for (const auto& child : m_children) child->AppendTo(out, depth + 1);
+        if (!m_children.empty())
+            for (int i = 0; i < depth; ++i) out += u'\t';
+        out += u"</";
+        out += m_elementName;
+        out += u">\n";
+    }
+
+    std::u16string m_ns;
+    std::u16string m_nsString = m_ns;
+    std::vector<Attribute> m_attributes;
+    std::u16string m_text;
+    std::vector<CSmartPtr<Node>> m_children;
+};
+
+const char16_t* kNs = u"urn:example:orders";
+
+std::u16string Number(int n) {
+    const std::string s = std::to_string(n);
+    return std::u16string(s.begin(), s.end());
+}
+
+// About 60 000 orders of a few lines each: well over 10 MB of UTF-16 text.
+CSmartPtr<Node> BuildDocument() {
+    CSmartPtr<Node> root(new Node(u"orders", kNs));
+    for (int i = 0; i < 60000; ++i) {
+        Node* order = new Node(u"order", kNs);
+        order->m_attributes.push_back({u"id", u"ORD-" + Number(i)});
+        order->m_attributes.push_back({u"status", i % 3 ? u"shipped" : u"pending"});
+        Node* customer = new Node(u"customer", kNs);
+        customer->m_text = u"Customer number " + Number(i * 7);
+        order->m_children.emplace_back(customer);
+        for (int k = 0; k < 3; ++k) {
+            Node* line = new Node(u"line", kNs);
+            line->m_attributes.push_back({u"sku", u"SKU-0000" + std::u16string(1, char16_t(u'0' + k))});
+            Node* qty = new Node(u"quantity", kNs);
+            qty->m_text = std::u16string(1, char16_t(u'1' + (i + k) % 9));
+            Node* desc = new Node(u"description", kNs);
+            desc->m_text = u"A plain description of the ordered article, long enough to matter";
+            line->m_children.emplace_back(qty);
+            line->m_children.emplace_back(desc);
+            order->m_children.emplace_back(line);
+        }
+        order->m_children.emplace_back(new Node(u"remark", kNs));
+        root->m_children.emplace_back(order);
+    }
+    return root;
+}
+
+const CSmartPtr<Node>& Document() {
+    static const CSmartPtr<Node> doc = [] {
+        CSmartPtr<Node> d = BuildDocument();
+        CSerializationContext context;
+        context.SetDefaultNamespaceURI(kNs);
+        std::u16string floor;
+        d->AppendTo(floor, 0);
+        const std::u16string written = d->ToXml(false, true, EOLType_LF, context);
+        if (written != floor) {
+            size_t i = 0;
+            while (i < written.size() && i < floor.size() && written[i] == floor[i]) ++i;
+            std::fprintf(stderr, "floor text and ToXml text differ at %zu of %zu/%zu\n", i, written.size(), floor.size());
+            std::string a(written.begin() + (i > 40 ? i - 40 : 0), written.begin() + std::min(written.size(), i + 40));
+            std::string b(floor.begin() + (i > 40 ? i - 40 : 0), floor.begin() + std::min(floor.size(), i + 40));
+            std::fprintf(stderr, "[%s]\n[%s]\n", a.c_str(), b.c_str());
+            std::abort();
+        }
+        return d;
+    }();
+    return doc;
+}
+
+void BM_ToXml(benchmark::State& state) {
+    const CSmartPtr<Node>& doc = Document();
+    CSerializationContext context;
+    context.SetDefaultNamespaceURI(kNs);
+    size_t chars = 0;
+    for (auto _ : state) {
+        std::u16string text = doc->ToXml(false, true, EOLType_LF, context);
+        chars = text.size();
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(chars * sizeof(char16_t)));
+    state.counters["output_MB"] = static_cast<double>(chars * sizeof(char16_t)) / 1e6;
+}
+
+void BM_AppendFloor(benchmark::State& state) {
+    const CSmartPtr<Node>& doc = Document();
+    size_t chars = 0;
+    for (auto _ : state) {
+        std::u16string text;
+        doc->AppendTo(text, 0);
+        chars = text.size();
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(chars * sizeof(char16_t)));
+    state.counters["output_MB"] = static_cast<double>(chars * sizeof(char16_t)) / 1e6;
+}
+
+} // namespace
+
+BENCHMARK(BM_ToXml)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AppendFloor)->Unit(benchmark::kMillisecond);

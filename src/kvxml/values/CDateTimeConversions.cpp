@@ -1,0 +1,140 @@
+// Text conversions and variant accessors of the date, time and duration kinds.
+
+#include "kvxml/values/CConversions.h"
+#include "kvxml/values/CDateTime.h"
+#include "kvxml/values/CDateTimeSpan.h"
+#include "kvxml/values/DateTimeText.h"
+#include "kvxml/values/KvVariant.h"
+
+namespace KvXmlLib16 {
+
+// ---- CConversions ----
+
+std::u16string CConversions::dateToString(const CDateTime& value) { return value.ToString(u"s"); }
+
+std::u16string CConversions::yearToString(uint16_t value) {
+    std::u16string out;
+    DateTimeText::AppendNumber(out, value);
+    return out;
+}
+
+std::u16string CConversions::monthToString(uint8_t value) {
+    std::u16string out(u"--");
+    DateTimeText::AppendNumber(out, value, 2);
+    return out;
+}
+
+std::u16string CConversions::dayToString(uint8_t value) {
+    std::u16string out(u"---");
+    DateTimeText::AppendNumber(out, value, 2);
+    return out;
+}
+
+std::u16string CConversions::durationToString(const CDateTimeSpan& value) { return value.ToString(); }
+
+namespace {
+
+CDateTime ScanDateText(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
+    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    CDateTime value;
+    value.ScanDate(applied.c_str(), applied.size());
+    value.Validate();
+    return value;
+}
+
+} // namespace
+
+CDateTime CConversions::dateFromString(const std::u16string& text, WhitespaceRule rule) {
+    return ScanDateText(text, rule);
+}
+
+CDateTime CConversions::yearMonthFromString(const std::u16string& text, WhitespaceRule rule) {
+    return ScanDateText(text, rule);
+}
+
+CDateTime CConversions::monthDayFromString(const std::u16string& text, WhitespaceRule rule) {
+    return ScanDateText(text, rule);
+}
+
+CDateTime CConversions::timeFromString(const std::u16string& text, WhitespaceRule rule) {
+    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    CDateTime value;
+    value.ScanTime(applied.c_str(), applied.size());
+    value.Validate();
+    return value;
+}
+
+CDateTime CConversions::datetimeFromString(const std::u16string& text, WhitespaceRule rule) {
+    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    CDateTime value;
+    value.ParseXSDDateTime(applied.c_str());
+    return value;
+}
+
+uint16_t CConversions::yearFromString(const std::u16string& text, WhitespaceRule rule) {
+    return static_cast<uint16_t>(ScanDateText(text, rule).GetYear());
+}
+
+uint8_t CConversions::monthFromString(const std::u16string& text, WhitespaceRule rule) {
+    return ScanDateText(text, rule).GetMonth();
+}
+
+uint8_t CConversions::dayFromString(const std::u16string& text, WhitespaceRule rule) {
+    return ScanDateText(text, rule).GetDay();
+}
+
+CDateTimeSpan CConversions::durationFromString(const std::u16string& text, WhitespaceRule rule) {
+    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    CDateTimeSpan value;
+    value.ParseXSDDuration(applied.c_str());
+    return value;
+}
+
+// ---- KvVariant ----
+
+void KvVariant::SetDuration(const CDateTimeSpan& value) {
+    auto* stored = new CDateTimeSpan(value);
+    Clear();
+    m_type = ItemType_duration;
+    m_value.span = stored;
+}
+
+CDateTimeSpan KvVariant::GetDuration() const {
+    return m_type == ItemType_duration && m_value.span != nullptr ? *m_value.span : CDateTimeSpan();
+}
+
+void KvVariant::SetDateKind(ItemType kind, const CDateTime& value) {
+    auto* stored = new CDateTime(value);
+    Clear();
+    m_type = kind;
+    m_value.dt = stored;
+}
+
+CDateTime KvVariant::GetDateKind() const {
+    switch (m_type) {
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time:
+        if (m_value.dt != nullptr)
+            return *m_value.dt;
+        break;
+    default:
+        break;
+    }
+    return CDateTime();
+}
+
+void KvVariant::SetYearMonth(const CDateTime& value) { SetDateKind(ItemType_yearMonth, value); }
+CDateTime KvVariant::GetYearMonth() const { return GetDateKind(); }
+void KvVariant::SetMonthDay(const CDateTime& value) { SetDateKind(ItemType_monthDay, value); }
+CDateTime KvVariant::GetMonthDay() const { return GetDateKind(); }
+void KvVariant::SetDate(const CDateTime& value) { SetDateKind(ItemType_date, value); }
+CDateTime KvVariant::GetDate() const { return GetDateKind(); }
+void KvVariant::SetDateTime(const CDateTime& value) { SetDateKind(ItemType_datetime, value); }
+CDateTime KvVariant::GetDateTime() const { return GetDateKind(); }
+void KvVariant::SetTime(const CDateTime& value) { SetDateKind(ItemType_time, value); }
+CDateTime KvVariant::GetTime() const { return GetDateKind(); }
+
+} // namespace KvXmlLib16

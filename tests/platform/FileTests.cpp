@@ -1,0 +1,305 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kvxml/platform/KvFile.h"
+
+using namespace KvXmlLib16;
+using namespace KvXmlLib16::Platform;
+namespace fs = std::filesystem;
+
+namespace {
+
+// A private directory per test, removed with everything in it afterwards.
+class PlatformFile : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::random_device rd;
+        m_dir = fs::temp_directory_path() /
+                ("kvxml_platform_" + std::to_string(rd()) + "_" + std::to_string(rd()));
+        fs::create_directories(m_dir);
+    }
+    void TearDown() override {
+        std::error_code ec;
+        fs::remove_all(m_dir, ec);
+    }
+
+    // Wide name of a file in the directory (ASCII names only here).
+    std::u16string Name(const std::string& leaf) const {
+        const std::string full = (m_dir / leaf).string();
+        return std::u16string(full.begin(), full.end());
+    }
+    void Put(const std::string& leaf, const std::string& bytes) const {
+        std::ofstream(m_dir / leaf, std::ios::binary) << bytes;
+    }
+    std::string Get(const std::string& leaf) const {
+        std::ifstream in(m_dir / leaf, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+
+    fs::path m_dir;
+};
+
+} // namespace
+
+TEST_F(PlatformFile, WritesAtOffsetsReadBackAtOffsets) {
+    const std::u16string name = Name("data.bin");
+    {
+        CPlatformFile file;
+        ASSERT_EQ(file.CreateForWrite(name.c_str()), KV_ERROR_SUCCESS);
+        CFileOperation op;
+        uint32_t count = 99;
+        // A fresh record waits as a finished transfer of nothing.
+        EXPECT_EQ(file.WaitForOperation(&op, &count), KV_ERROR_SUCCESS);
+        EXPECT_EQ(count, 0u);
+
+        struct Piece {
+            uint64_t offset;
+            const char* bytes;
+        };
+        // Out of order, with a hole that must read back as zeros.
+        for (const Piece& p : {Piece{10, "world"}, Piece{0, "hello"}, Piece{20, "!"}}) {
+            const uint32_t started = file.StartWrite(&op, p.offset, p.bytes, uint32_t(std::strlen(p.bytes)));
+            ASSERT_TRUE(started == KV_ERROR_SUCCESS || started == KV_ERROR_IO_PENDING) << started;
+            ASSERT_EQ(file.WaitForOperation(&op, &count), KV_ERROR_SUCCESS);
+            EXPECT_EQ(count, std::strlen(p.bytes));
+            EXPECT_EQ(op.GetOffset(), p.offset);
+        }
+        uint64_t size = 0;
+        ASSERT_EQ(file.GetSize(&size), KV_ERROR_SUCCESS);
+        EXPECT_EQ(size, 21u);
+        EXPECT_EQ(file.Close(), KV_ERROR_SUCCESS);
+        EXPECT_FALSE(file.IsOpen());
+    }
+    EXPECT_EQ(Get("data.bin"), std::string("hello\0\0\0\0\0world\0\0\0\0\0!", 21));
+
+    CPlatformFile file;
+    ASSERT_EQ(file.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
+    struct ReadCase {
+        uint64_t offset;
+        uint32_t asked;
+        uint32_t status;     // of the wait
+        std::string bytes;   // what arrives
+    };
+    const ReadCase cases[] = {
+        {10, 5, KV_ERROR_SUCCESS, "world"},
+        {3, 8, KV_ERROR_SUCCESS, std::string("lo\0\0\0\0\0w", 8)},
+        {18, 100, KV_ERROR_SUCCESS, std::string("\0\0!", 3)},  // short read near the end
+        {21, 100, KV_ERROR_HANDLE_EOF, ""},                     // exactly at the end
+        {5000, 1, KV_ERROR_HANDLE_EOF, ""},                     // far beyond it
+        {21, 0, KV_ERROR_SUCCESS, ""},                          // nothing asked, nothing wrong
+    };
+    for (const ReadCase& c : cases) {
+        SCOPED_TRACE(c.offset);
+        std::vector<char> buffer(c.asked + 1, 'x');
+        CFileOperation op;
+        const uint32_t started = file.StartRead(&op, c.offset, buffer.data(), c.asked);
+        if (c.status == KV_ERROR_HANDLE_EOF) {
+            EXPECT_TRUE(started == KV_ERROR_HANDLE_EOF || started == KV_ERROR_IO_PENDING) << started;
+        } else {
+            EXPECT_TRUE(started == KV_ERROR_SUCCESS || started == KV_ERROR_IO_PENDING) << started;
+        }
+        uint32_t count = 77;
+        EXPECT_EQ(file.WaitForOperation(&op, &count, started != KV_ERROR_HANDLE_EOF), c.status);
+        EXPECT_EQ(count, c.bytes.size());
+        EXPECT_EQ(std::string(buffer.data(), count), c.bytes);
+        EXPECT_EQ(buffer[count], 'x');  // nothing written past the count
+        op.Reset();
+        EXPECT_EQ(file.WaitForOperation(&op, &count), KV_ERROR_SUCCESS);
+        EXPECT_EQ(count, 0u);
+    }
+}
+
+// The chunked loader's walk: full chunks until a read meets the end. A file of an exact
+// multiple of the chunk size ends in a read that reports the end, not in a short read.
+TEST_F(PlatformFile, ChunkWalkEndsWithEndOfFile) {
+    constexpr uint32_t kChunk = 4096;
+    std::string content(2 * kChunk, '\0');
+    for (size_t i = 0; i < content.size(); ++i) content[i] = char('a' + i % 26);
+    Put("chunks.xml", content);
+
+    CPlatformFile file;
+    ASSERT_EQ(file.OpenForRead(Name("chunks.xml").c_str()), KV_ERROR_SUCCESS);
+    std::vector<char> buffer(kChunk);
+    std::string collected;
+    uint64_t offset = 0;
+    uint32_t last = KV_ERROR_SUCCESS;
+    for (int guard = 0; guard < 10; ++guard) {
+        CFileOperation op;
+        const uint32_t started = file.StartRead(&op, offset, buffer.data(), kChunk);
+        uint32_t count = 0;
+        last = file.WaitForOperation(&op, &count, started != KV_ERROR_HANDLE_EOF);
+        if (last != KV_ERROR_SUCCESS) break;
+        EXPECT_EQ(count, kChunk);
+        collected.append(buffer.data(), count);
+        offset += count;
+    }
+    EXPECT_EQ(last, KV_ERROR_HANDLE_EOF);
+    EXPECT_EQ(collected, content);
+}
+
+TEST_F(PlatformFile, OffsetsBeyondFourGigabytes) {
+    const std::u16string name = Name("sparse.bin");
+    const uint64_t far = 0x100000010ULL;
+    CPlatformFile file;
+    ASSERT_EQ(file.CreateForWrite(name.c_str()), KV_ERROR_SUCCESS);
+    CFileOperation op;
+    uint32_t count = 0;
+    const uint32_t started = file.StartWrite(&op, far, "tail", 4);
+    ASSERT_TRUE(started == KV_ERROR_SUCCESS || started == KV_ERROR_IO_PENDING);
+    ASSERT_EQ(file.WaitForOperation(&op, &count), KV_ERROR_SUCCESS);
+    uint64_t size = 0;
+    ASSERT_EQ(file.GetSize(&size), KV_ERROR_SUCCESS);
+    EXPECT_EQ(size, far + 4);
+    file.Close();
+
+    ASSERT_EQ(file.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
+    char buffer[8] = {};
+    file.StartRead(&op, far - 2, buffer, sizeof buffer);
+    ASSERT_EQ(file.WaitForOperation(&op, &count), KV_ERROR_SUCCESS);
+    EXPECT_EQ(std::string(buffer, count), std::string("\0\0tail", 6));
+    // A low half alone would land at 16.
+    file.StartRead(&op, 16, buffer, 4);
+    ASSERT_EQ(file.WaitForOperation(&op, &count), KV_ERROR_SUCCESS);
+    EXPECT_EQ(std::string(buffer, 4), std::string(4, '\0'));
+}
+
+TEST_F(PlatformFile, BlockingReadAndWriteMoveThePosition) {
+    const std::u16string name = Name("plain.txt");
+    CPlatformFile file;
+    ASSERT_EQ(file.CreateForWrite(name.c_str()), KV_ERROR_SUCCESS);
+    uint32_t done = 0;
+    ASSERT_EQ(file.Write("abc", 3, &done), KV_ERROR_SUCCESS);
+    EXPECT_EQ(done, 3u);
+    ASSERT_EQ(file.Write("defg", 4, &done), KV_ERROR_SUCCESS);
+    ASSERT_EQ(file.Write(nullptr, 0, &done), KV_ERROR_SUCCESS);
+    EXPECT_EQ(done, 0u);
+    file.Close();
+
+    ASSERT_EQ(file.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
+    uint64_t size = 0;
+    ASSERT_EQ(file.GetSize(&size), KV_ERROR_SUCCESS);
+    ASSERT_EQ(size, 7u);
+    char buffer[16] = {};
+    ASSERT_EQ(file.Read(buffer, 4, &done), KV_ERROR_SUCCESS);
+    EXPECT_EQ(std::string(buffer, done), "abcd");
+    ASSERT_EQ(file.Read(buffer, 16, &done), KV_ERROR_SUCCESS);
+    EXPECT_EQ(std::string(buffer, done), "efg");
+    // At the end a blocking read succeeds with nothing, unlike a started one.
+    EXPECT_EQ(file.Read(buffer, 16, &done), KV_ERROR_SUCCESS);
+    EXPECT_EQ(done, 0u);
+}
+
+TEST_F(PlatformFile, CreateTruncatesAnExistingFile) {
+    Put("old.txt", std::string(1000, 'z'));
+    CPlatformFile file;
+    ASSERT_EQ(file.CreateForWrite(Name("old.txt").c_str()), KV_ERROR_SUCCESS);
+    uint64_t size = 99;
+    ASSERT_EQ(file.GetSize(&size), KV_ERROR_SUCCESS);
+    EXPECT_EQ(size, 0u);
+    uint32_t done = 0;
+    ASSERT_EQ(file.Write("new", 3, &done), KV_ERROR_SUCCESS);
+    file.Close();
+    EXPECT_EQ(Get("old.txt"), "new");
+}
+
+// Readers share; a writer shares with no one, and a refused writer leaves the content alone.
+TEST_F(PlatformFile, SharingRules) {
+    Put("shared.txt", "content");
+    const std::u16string name = Name("shared.txt");
+
+    CPlatformFile reader1;
+    CPlatformFile reader2;
+    ASSERT_EQ(reader1.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
+    EXPECT_EQ(reader2.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
+    CPlatformFile writer;
+    EXPECT_EQ(writer.CreateForWrite(name.c_str()), KV_ERROR_SHARING_VIOLATION);
+    EXPECT_FALSE(writer.IsOpen());
+    EXPECT_EQ(Get("shared.txt"), "content");
+    reader1.Close();
+    reader2.Close();
+
+    ASSERT_EQ(writer.CreateForWrite(name.c_str()), KV_ERROR_SUCCESS);
+    CPlatformFile other;
+    EXPECT_EQ(other.OpenForRead(name.c_str()), KV_ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(other.CreateForWrite(name.c_str()), KV_ERROR_SHARING_VIOLATION);
+    writer.Close();
+    EXPECT_EQ(other.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
+}
+
+TEST_F(PlatformFile, FailuresCarryWin32Codes) {
+    Put("file.txt", "x");
+    fs::create_directories(m_dir / "sub");
+    struct Case {
+        std::u16string name;
+        bool create;
+        uint32_t code;
+    };
+    const Case cases[] = {
+        {Name("missing.xml"), false, KV_ERROR_FILE_NOT_FOUND},
+        {Name("file.txt/inner.xml"), false, KV_ERROR_PATH_NOT_FOUND},
+        {Name("file.txt/inner.xml"), true, KV_ERROR_PATH_NOT_FOUND},
+        {Name("sub"), false, KV_ERROR_ACCESS_DENIED},
+        {Name("sub"), true, KV_ERROR_ACCESS_DENIED},
+        {Name(std::string(5000, 'n')), true, KV_ERROR_FILENAME_EXCED_RANGE},
+        {Name("bad") + u'\xD800' + u"x", true, KV_ERROR_INVALID_NAME},
+        {Name("bad") + u'\xDC00', false, KV_ERROR_INVALID_NAME},
+    };
+    for (const Case& c : cases) {
+        CPlatformFile file;
+        EXPECT_EQ(c.create ? file.CreateForWrite(c.name.c_str()) : file.OpenForRead(c.name.c_str()), c.code)
+            << std::string(c.name.begin(), c.name.end());
+        EXPECT_FALSE(file.IsOpen());
+    }
+
+    CPlatformFile closed;
+    EXPECT_EQ(closed.OpenForRead(nullptr), KV_ERROR_INVALID_PARAMETER);
+    uint64_t size = 0;
+    uint32_t done = 0;
+    char buffer[4];
+    CFileOperation op;
+    EXPECT_EQ(closed.GetSize(&size), KV_ERROR_INVALID_HANDLE);
+    EXPECT_EQ(closed.Read(buffer, 4, &done), KV_ERROR_INVALID_HANDLE);
+    EXPECT_EQ(closed.StartRead(&op, 0, buffer, 4), KV_ERROR_INVALID_HANDLE);
+    EXPECT_EQ(closed.StartWrite(&op, 0, buffer, 4), KV_ERROR_INVALID_HANDLE);
+    EXPECT_EQ(closed.Close(), KV_ERROR_SUCCESS);
+
+    // A read handle does not write.
+    CPlatformFile reader;
+    ASSERT_EQ(reader.OpenForRead(Name("file.txt").c_str()), KV_ERROR_SUCCESS);
+    EXPECT_EQ(reader.StartWrite(&op, 0, "y", 1), KV_ERROR_INVALID_HANDLE);
+    EXPECT_EQ(reader.Write("y", 1, &done), KV_ERROR_INVALID_HANDLE);
+}
+
+TEST_F(PlatformFile, NamesAreUtf16OnTheWayInAndUtf8OnDisk) {
+    const std::u16string wide = Name("") + u"caf\u00E9_\u65E5\U0001F600.xml";
+    CPlatformFile file;
+    ASSERT_EQ(file.CreateForWrite(wide.c_str()), KV_ERROR_SUCCESS);
+    uint32_t done = 0;
+    ASSERT_EQ(file.Write("<a/>", 4, &done), KV_ERROR_SUCCESS);
+    file.Close();
+    EXPECT_EQ(Get("caf\xC3\xA9_\xE6\x97\xA5\xF0\x9F\x98\x80.xml"), "<a/>");
+    EXPECT_EQ(file.OpenForRead(wide.c_str()), KV_ERROR_SUCCESS);
+}
+
+// A moved handle has one owner, which alone closes it (and so releases its lock).
+TEST_F(PlatformFile, MovingHandsTheHandleOver) {
+    Put("m.txt", "abc");
+    CPlatformFile a;
+    ASSERT_EQ(a.OpenForRead(Name("m.txt").c_str()), KV_ERROR_SUCCESS);
+    CPlatformFile b(std::move(a));
+    CPlatformFile c;
+    c = std::move(b);
+    EXPECT_FALSE(a.IsOpen() || b.IsOpen());
+    uint64_t size = 0;
+    ASSERT_EQ(c.GetSize(&size), KV_ERROR_SUCCESS);
+    EXPECT_EQ(size, 3u);
+    c = CPlatformFile();
+    CPlatformFile writer;
+    EXPECT_EQ(writer.CreateForWrite(Name("m.txt").c_str()), KV_ERROR_SUCCESS);
+}

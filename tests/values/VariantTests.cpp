@@ -1,0 +1,372 @@
+#include <cmath>
+#include <functional>
+#include <string>
+
+#include "ValuesTestUtil.h"
+#include "support/CountedProbe.h"
+#include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/values/CBigInteger.h"
+#include "kvxml/values/CDateTime.h"
+#include "kvxml/values/CDateTimeSpan.h"
+#include "kvxml/values/CDecimal.h"
+#include "kvxml/values/KvVariant.h"
+
+using namespace KvXmlLib16;
+using KvTest::N;
+using W = CWhitespaceUtils;
+
+namespace {
+
+using TestObject = KvTest::CountedProbe;
+
+// Stands in for a collection: anything derived from the object base can be stored as kind 28.
+class TestCollection : public TestObject {
+public:
+    using TestObject::TestObject;
+};
+
+// Reaches the stored fields, to plant the value-class kinds and impossible type numbers.
+class VariantProbe : public KvVariant {
+public:
+    void Plant(ItemType type, void* p) {
+        Clear();
+        m_type = type;
+        switch (type) {
+        case ItemType_duration: m_value.span = static_cast<CDateTimeSpan*>(p); break;
+        case ItemType_decimal: m_value.dec = static_cast<CDecimal*>(p); break;
+        case ItemType_integer: m_value.big = static_cast<CBigInteger*>(p); break;
+        default: m_value.dt = static_cast<CDateTime*>(p); break;
+        }
+    }
+    void ForceType(int32_t type) { m_type = static_cast<ItemType>(type); }
+    const void* Pointer() const { return m_value.dt; }
+};
+
+struct KindCase {
+    const char* name;
+    std::function<void(KvVariant&)> set;
+    ItemType kind;
+    std::u16string typeText;
+    std::u16string text;
+};
+
+CBinaryData Bytes(std::initializer_list<unsigned char> bytes) {
+    const std::basic_string<unsigned char> b(bytes);
+    return CBinaryData(b.data(), static_cast<uint32_t>(b.size()), false);
+}
+
+const KindCase kKinds[] = {
+    {"hexBinary", [](KvVariant& v) { v.SetHexBinary(Bytes({0x0A, 0xFF})); }, ItemType_hexBinary, u"hexBinary", u"0AFF"},
+    {"base64Binary", [](KvVariant& v) { v.SetBase64Binary(Bytes({'M', 'a', 'n'})); }, ItemType_base64Binary, u"base64Binary", u"TWFu"},
+    {"i1", [](KvVariant& v) { v.SetI1(-5); }, ItemType_i1, u"i1", u"-5"},
+    {"i2", [](KvVariant& v) { v.SetI2(-300); }, ItemType_i2, u"i2", u"-300"},
+    {"i4", [](KvVariant& v) { v.SetI4(-70000); }, ItemType_i4, u"i4", u"-70000"},
+    {"i8", [](KvVariant& v) { v.SetI8(-5000000000LL); }, ItemType_i8, u"i8", u"-5000000000"},
+    {"ui1", [](KvVariant& v) { v.SetUI1(200); }, ItemType_ui1, u"ui1", u"200"},
+    {"ui2", [](KvVariant& v) { v.SetUI2(60000); }, ItemType_ui2, u"ui2", u"60000"},
+    {"ui4", [](KvVariant& v) { v.SetUI4(4000000000u); }, ItemType_ui4, u"ui4", u"4000000000"},
+    {"ui8", [](KvVariant& v) { v.SetUI8(10000000000000000000ull); }, ItemType_ui8, u"ui8", u"10000000000000000000"},
+    {"r4", [](KvVariant& v) { v.SetR4(0.1f); }, ItemType_r4, u"r4", u"0.1"},
+    {"r8", [](KvVariant& v) { v.SetR8(1e20); }, ItemType_r8, u"r8", u"1e+20"},
+    {"char", [](KvVariant& v) { v.SetChar(u'\u00e9'); }, ItemType_char, u"char", u"\u00e9"},
+    {"string", [](KvVariant& v) { v.SetString(u"text"); }, ItemType_string, u"string", u"text"},
+    {"boolean", [](KvVariant& v) { v.SetBoolean(true); }, ItemType_boolean, u"boolean", u"true"},
+};
+
+} // namespace
+
+TEST(Variant, FreshVariantIsInvalid) {
+    KvVariant v;
+    EXPECT_FALSE(v.IsValid());
+    EXPECT_FALSE(v.IsNil());
+    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_Invalid);
+    EXPECT_EQ(v.GetI8(), 0);
+    EXPECT_KV_THROW(v.GetType(), CKvException, u"Invalid Type 0");
+    EXPECT_KV_THROW(v.ToString(), CKvException, u"Invalid Type 0 to convert to string");
+}
+
+TEST(Variant, EachKindSetsConvertsAndCopies) {
+    for (const auto& c : kKinds) {
+        SCOPED_TRACE(c.name);
+        KvVariant v;
+        v.SetI8(-1);  // leftover bits and a previous kind must not matter
+        c.set(v);
+        EXPECT_EQ(v.GetTypeAsEnum(), c.kind);
+        EXPECT_EQ(N(v.GetType()), N(c.typeText));
+        EXPECT_EQ(N(v.ToString()), N(c.text));
+        EXPECT_TRUE(v.IsValid());
+        EXPECT_FALSE(v.IsNil());
+
+        KvVariant copy(v);
+        KvVariant assigned;
+        assigned.SetString(u"old value");
+        assigned = v;
+        for (const KvVariant* w : {&copy, &assigned}) {
+            EXPECT_EQ(w->GetTypeAsEnum(), c.kind);
+            EXPECT_EQ(N(w->ToString()), N(c.text));
+        }
+        // The copy owns its own value: clearing the source leaves it intact.
+        v.Clear();
+        EXPECT_EQ(N(copy.ToString()), N(c.text));
+        EXPECT_EQ(N(assigned.ToString()), N(c.text));
+
+        // The conversion back from the text gives the same value.
+        KvVariant parsed;
+        parsed.FromString(c.text, c.kind, W::WhitespaceRule_Collapse);
+        EXPECT_EQ(parsed.GetTypeAsEnum(), c.kind);
+        EXPECT_EQ(N(parsed.ToString()), N(c.text));
+    }
+}
+
+TEST(Variant, CalendarComponentsAndStringGetter) {
+    KvVariant v;
+    v.SetYear(2024);
+    EXPECT_EQ(v.GetYear(), 2024);
+    EXPECT_EQ(v.GetType(), u"year");
+    v.SetMonth(12);
+    EXPECT_EQ(v.GetType(), u"month");
+    v.SetDay(31);
+    EXPECT_EQ(v.GetType(), u"day");
+    EXPECT_EQ(v.GetDay(), 31);
+    v.SetString(u"abc");
+    EXPECT_EQ(v.GetString(), u"abc");
+    v.SetI4(1);
+    EXPECT_EQ(v.GetString(), u"") << "a non-string kind has no string";
+}
+
+TEST(Variant, NilKeepsTheKind) {
+    KvVariant v;
+    v.SetI4(5);
+    v.SetNil();
+    EXPECT_TRUE(v.IsNil());
+    EXPECT_TRUE(v.IsValid());
+    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_i4);
+    EXPECT_EQ(v.GetType(), u"i4");
+    // A kind held before SetNil loses the flag at the next setter.
+    v.SetI4(7);
+    EXPECT_FALSE(v.IsNil());
+    EXPECT_EQ(v.GetI4(), 7);
+}
+
+TEST(Variant, NilOnFreshVariantSticks) {
+    KvVariant v;
+    v.SetNil();
+    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_Invalid);
+    EXPECT_TRUE(v.IsNil());
+    EXPECT_TRUE(v.IsValid());
+    v.SetInvalid();
+    EXPECT_TRUE(v.IsNil());
+    EXPECT_TRUE(v.IsValid());
+    v.Clear();
+    EXPECT_TRUE(v.IsNil());
+    v.SetI4(3);  // the setter's Clear sees type 0 and leaves the flag
+    EXPECT_TRUE(v.IsNil());
+    EXPECT_EQ(v.GetI4(), 3);
+    v.SetI4(4);  // now the type is known, and the flag goes
+    EXPECT_FALSE(v.IsNil());
+}
+
+TEST(Variant, NilStringCopiesWithoutValue) {
+    KvVariant nilString;
+    nilString.SetString(u"gone");
+    nilString.SetNil();
+    EXPECT_EQ(nilString.GetString(), u"");
+    EXPECT_EQ(nilString.ToString(), u"");
+
+    KvVariant target;
+    target.SetI8(-1);  // inline bits left in the slot must not pass for a string pointer
+    target = nilString;
+    EXPECT_TRUE(target.IsNil());
+    EXPECT_EQ(target.GetTypeAsEnum(), ItemType_string);
+    EXPECT_EQ(target.GetString(), u"");
+    KvVariant copy(target);
+    EXPECT_TRUE(copy.IsNil());
+    target.SetString(u"new");  // releases nothing, as no string was stored
+    EXPECT_FALSE(target.IsNil());
+    EXPECT_EQ(target.GetString(), u"new");
+
+    KvVariant nilBinary;
+    nilBinary.SetHexBinary(CBinaryData(u"x"));
+    nilBinary.SetNil();
+    KvVariant binCopy(nilBinary);
+    EXPECT_EQ(binCopy.GetHexBinary().GetData(), nullptr);
+    EXPECT_EQ(binCopy.ToString(), u"");
+}
+
+TEST(Variant, SelfAssignmentReleasesTheValue) {
+    KvVariant v;
+    v.SetString(u"value");
+    KvVariant& alias = v;
+    v = alias;
+    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_Invalid);
+    EXPECT_FALSE(v.IsValid());
+}
+
+TEST(Variant, UnknownAndObjectTypeNumbers) {
+    VariantProbe bogus;
+    bogus.ForceType(40);
+    KvVariant target;
+    EXPECT_KV_THROW(target = bogus, CKvException, u"Unknown Type");
+    EXPECT_KV_THROW(bogus.GetType(), CKvException, u"Invalid Type 40");
+    EXPECT_KV_THROW(bogus.ToString(), CKvException, u"Invalid Type 40 to convert to string");
+    bogus.ForceType(0);
+
+    int destroyed = 0;
+    KvVariant object;
+    object.SetXmlObject(new TestObject(&destroyed));
+    EXPECT_KV_THROW(object.GetType(), CKvException, u"Invalid Type 27");
+    EXPECT_KV_THROW(object.ToString(u"%d"), CKvException, u"Invalid Type 27 to convert to string");
+    object.Clear();
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST(Variant, FromStringLeavesTheVariantOnFailure) {
+    KvVariant v;
+    v.SetString(u"keep");
+    EXPECT_KV_THROW(v.FromString(u"abc", ItemType_i4, W::WhitespaceRule_None), CKvInvalidValueException,
+                    u"The value [abc] can not be converted to a i4");
+    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_string);
+    EXPECT_EQ(v.GetString(), u"keep");
+    EXPECT_KV_THROW(v.FromString(u"0G", ItemType_hexBinary, W::WhitespaceRule_None), CKvException,
+                    u"Invalid char in hex string [G]");
+    EXPECT_EQ(v.GetString(), u"keep");
+
+    // Out-of-range kinds report the variant's present type, not the kind asked for.
+    EXPECT_KV_THROW(v.FromString(u"1", ItemType_xmlObject, W::WhitespaceRule_None), CKvException,
+                    u"Invalid Type 23 to convert to string");
+    EXPECT_KV_THROW(v.FromString(u"1", ItemType_Invalid, W::WhitespaceRule_None), CKvException,
+                    u"Invalid Type 23 to convert to string");
+    EXPECT_EQ(v.GetString(), u"keep");
+
+    // A successful parse replaces the value and clears a nil flag of a known kind.
+    v.SetNil();
+    v.FromString(u" 42 ", ItemType_ui2, W::WhitespaceRule_Collapse);
+    EXPECT_FALSE(v.IsNil());
+    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_ui2);
+    EXPECT_EQ(v.GetUI2(), 42);
+}
+
+TEST(Variant, RealFormatOverridePassesThrough) {
+    KvVariant v;
+    v.SetR8(2.0 / 3.0);
+    EXPECT_EQ(v.ToString(u"%.3f"), u"0.667");
+    EXPECT_EQ(v.ToString(nullptr), u"0.6666666666666666");
+    EXPECT_EQ(v.ToString(u""), u"0.6666666666666666");
+    v.SetI4(12);
+    EXPECT_EQ(v.ToString(u"%.3f"), u"12") << "integers ignore the format";
+}
+
+TEST(Variant, BinaryKindsShareTheBuffer) {
+    CBinaryData data = Bytes({1, 2, 3});
+    KvVariant v;
+    v.SetBase64Binary(data);
+    KvVariant copy(v);
+    EXPECT_EQ(copy.GetBase64Binary().GetData(), data.GetData());
+    EXPECT_EQ(v.GetBase64Binary().GetData(), data.GetData());
+    // A write through one handle detaches it; the variant's value stays as it was.
+    CBinaryData out = copy.GetBase64Binary();
+    out[0] = 9;
+    EXPECT_NE(out.GetData(), data.GetData());
+    EXPECT_EQ(copy.ToString(), u"AQID");
+    EXPECT_EQ(data[0], 1);
+}
+
+TEST(Variant, ObjectsAreCounted) {
+    int destroyed = 0;
+    auto* obj = new TestObject(&destroyed);
+    {
+        KvVariant v;
+        v.SetXmlObject(obj);
+        EXPECT_EQ(obj->Count(), 1);
+        EXPECT_EQ(v.GetTypeAsEnum(), ItemType_xmlObject);
+        {
+            KvVariant copy(v);
+            KvVariant assigned;
+            assigned = v;
+            EXPECT_EQ(obj->Count(), 3);
+            CSmartPtr<CXmlObjectBase> p = copy.GetXmlObject();
+            EXPECT_EQ(p.get(), obj);
+            EXPECT_EQ(obj->Count(), 4);
+        }
+        EXPECT_EQ(obj->Count(), 1);
+        v.SetXmlObject(obj);  // the same object again: must survive the release of the old reference
+        EXPECT_EQ(obj->Count(), 1);
+        EXPECT_EQ(destroyed, 0);
+        KvVariant nilObj(v);
+        nilObj.SetNil();
+        EXPECT_EQ(obj->Count(), 1);
+        EXPECT_TRUE(nilObj.GetXmlObject().IsNull());
+    }
+    EXPECT_EQ(destroyed, 1);
+
+    KvVariant none;
+    none.SetXmlObject(nullptr);
+    EXPECT_EQ(none.GetTypeAsEnum(), ItemType_xmlObject);
+    EXPECT_TRUE(none.GetXmlObject().IsNull());
+    KvVariant noneCopy(none);
+    noneCopy.Clear();
+    EXPECT_EQ(noneCopy.GetTypeAsEnum(), ItemType_Invalid);
+
+    KvVariant notObject;
+    notObject.SetString(u"s");
+    EXPECT_TRUE(notObject.GetXmlObject().IsNull()) << "a string is not taken for an object";
+}
+
+TEST(Variant, CollectionsAreCounted) {
+    int destroyed = 0;
+    auto* col = new TestCollection(&destroyed);
+    {
+        KvVariant v;
+        v.SetXmlCollection(col);
+        EXPECT_EQ(v.GetTypeAsEnum(), ItemType_xmlCollection);
+        EXPECT_EQ(col->Count(), 1);
+        KvVariant copy = v;
+        EXPECT_EQ(col->Count(), 2);
+        CSmartPtr<TestCollection> back = copy.GetXmlCollection<TestCollection>();
+        EXPECT_EQ(back.get(), col);
+        EXPECT_EQ(col->Count(), 3);
+    }
+    EXPECT_EQ(destroyed, 1);
+    KvVariant none;
+    none.SetXmlCollection(nullptr);
+    EXPECT_EQ(none.GetTypeAsEnum(), ItemType_xmlCollection);
+    EXPECT_TRUE(none.GetXmlCollection<TestCollection>().IsNull());
+    KvVariant object;
+    object.SetXmlObject(nullptr);
+    EXPECT_TRUE(object.GetXmlCollection<TestCollection>().IsNull());
+}
+
+TEST(Variant, ValueClassKindsAreCopiedAndReleased) {
+    struct Row {
+        ItemType kind;
+        std::function<void*()> make;
+        const char16_t* text;
+    };
+    const Row rows[] = {
+        {ItemType_duration, [] { return static_cast<void*>(new CDateTimeSpan); }, u"duration"},
+        {ItemType_yearMonth, [] { return static_cast<void*>(new CDateTime); }, u"yearMonth"},
+        {ItemType_monthDay, [] { return static_cast<void*>(new CDateTime); }, u"monthDay"},
+        {ItemType_date, [] { return static_cast<void*>(new CDateTime); }, u"date"},
+        {ItemType_datetime, [] { return static_cast<void*>(new CDateTime); }, u"datetime"},
+        {ItemType_time, [] { return static_cast<void*>(new CDateTime); }, u"time"},
+        {ItemType_decimal, [] { return static_cast<void*>(new CDecimal); }, u"decimal"},
+        {ItemType_integer, [] { return static_cast<void*>(new CBigInteger); }, u"integer"},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(N(r.text));
+        VariantProbe v;
+        v.Plant(r.kind, r.make());
+        EXPECT_EQ(v.GetType(), r.text);
+        VariantProbe copy;
+        static_cast<KvVariant&>(copy) = v;
+        EXPECT_EQ(copy.GetTypeAsEnum(), r.kind);
+        EXPECT_NE(copy.Pointer(), nullptr);
+        EXPECT_NE(copy.Pointer(), v.Pointer()) << "a heap copy of its own";
+        v.SetNil();
+        EXPECT_EQ(v.Pointer(), nullptr);
+        VariantProbe nilCopy;
+        static_cast<KvVariant&>(nilCopy) = v;
+        EXPECT_EQ(nilCopy.Pointer(), nullptr);
+        EXPECT_TRUE(nilCopy.IsNil());
+    }
+}
