@@ -340,7 +340,7 @@ CWallet::CWallet() {
 
 void CWallet::Init() {
     m_paypalAccount.reset();
-    m_giftCards = new CGiftCardCol();
+    if (m_giftCards) m_giftCards->Clear(); else m_giftCards = new CGiftCardCol();
 }
 
 void CWallet::AccessProperty(int32_t index, bool get, KvVariant& value) {
@@ -459,8 +459,9 @@ CCheckout::CCheckout() {
 
 void CCheckout::Init() {
     m_orderRef.clear();
-    m_contact = new CContact();
-    m_paymentMethod = new CPaymentMethod();
+    // Children that always exist are reset in place rather than made anew for every read.
+    if (m_contact) m_contact->Init(); else m_contact = new CContact();
+    if (m_paymentMethod) m_paymentMethod->Init(); else m_paymentMethod = new CPaymentMethod();
     m_giftMessage.reset();
 }
 
