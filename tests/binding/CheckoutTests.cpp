@@ -253,7 +253,8 @@ TEST(Checkout, WalletWithTooManyGiftCards) {
 TEST(Checkout, SettersKeepOneAlternative) {
     CSmartPtr<CCheckout> checkout = MakeCheckout();
     CPaymentMethod* method = checkout->GetPaymentMethod();
-    EXPECT_EQ(MessageOf([&] { method->SetInvoice(new CInvoice()); }),
+    CSmartPtr<CInvoice> invoice = new CInvoice();
+    EXPECT_EQ(MessageOf([&] { method->SetInvoice(invoice); }),
               "The Property [card] is already set. Only one element within this class bay be set at a time");
     method->SetCard(nullptr);
     CSmartPtr<CBankTransfer> transfer = new CBankTransfer();
