@@ -147,7 +147,8 @@ const ValidateCase kValidateCases[] = {
     {"class mnd found", [] { return ClsMnd(XmlElementType_Pseudo, true); }, true, true, "true"},
     {"prim opt missing", [] { return AllPrimOpt(u"k", 0); }, false, true, "true"},
     {"enum opt missing, not strict", [] { return AllEnumOpt(u"k", 0); }, false, false, "true"},
-    {"class opt missing", [] { return new CElementInfoAllClsOpt(u"k", u"", 0, XmlElementType_Element, &CreateClass, 0); },
+    {"class opt missing",
+     [] { return new CElementInfoAllClsOpt(u"k", u"", 0, XmlElementType_Element, &CreateClass, 0); },
      false, true, "true"},
     {"abstract opt missing",
      [] { return new CElementInfoAllAbsClsOpt(u"k", u"", 0, XmlElementType_Element, &NoObject); }, false, true,
@@ -227,8 +228,8 @@ TEST(ClassAll, MissingChildren) {
     f.Attach(root);
     Read(root, "<root><home><street>h</street></home></root>", CSerializationContext());
     EXPECT_EQ(root.Child(1), nullptr);
-    EXPECT_EQ(FullMessageOf([&] { Read(root, "<root><work><street>w</street></work></root>", CSerializationContext()); }),
-              Missing("home"));
+    const char* workOnly = "<root><work><street>w</street></work></root>";
+    EXPECT_EQ(FullMessageOf([&] { Read(root, workOnly, CSerializationContext()); }), Missing("home"));
     // A failure inside a child has the child's path once.
     EXPECT_EQ(FullMessageOf([&] { Read(root, "<root><home/></root>", CSerializationContext()); }),
               "Failed to find the required child element [street].\nPath: /root/home");

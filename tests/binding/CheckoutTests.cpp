@@ -171,6 +171,8 @@ TEST(Checkout, ReadValues) {
     EXPECT_EQ(checkout->GetPaymentMethod()->GetWallet(), nullptr);
 }
 
+const char kFourGiftCards[] = "<giftCard>1</giftCard><giftCard>2</giftCard><giftCard>3</giftCard><giftCard>4</giftCard>";
+
 struct FailureCase {
     const char* name;
     std::string document;
@@ -194,13 +196,13 @@ const FailureCase kFailureCases[] = {
      "processed\nPath: /checkout/contact",
      "/checkout/contact"},
     {"too many gift cards",
-     Document(kShortContact, "<giftCard>1</giftCard><giftCard>2</giftCard><giftCard>3</giftCard><giftCard>4</giftCard>"),
+     Document(kShortContact, kFourGiftCards),
      false,
      "Failed read all the elements held within the element [paymentMethod]. The unexpected element [giftCard] "
      "remains un processed\nPath: /checkout/paymentMethod",
      "/checkout/paymentMethod"},
     {"too many gift cards, counts ignored",
-     Document(kShortContact, "<giftCard>1</giftCard><giftCard>2</giftCard><giftCard>3</giftCard><giftCard>4</giftCard>"),
+     Document(kShortContact, kFourGiftCards),
      true, "<none>", ""},
     {"card and paypal", Document(kShortContact, std::string(kCard) + "<paypalAccount>x</paypalAccount>"), false,
      "Failed read all the elements held within the element [paymentMethod]. The unexpected element [paypalAccount] "
@@ -240,14 +242,14 @@ TEST(Checkout, WalletWithTooManyGiftCards) {
     CSmartPtr<CCheckout> checkout = new CCheckout();
     CSerializationContext lenient = CheckoutContext();
     lenient.SetIgnoreInvalidCollectionCounts(true);
-    const std::string four = Document(
-        kShortContact, "<giftCard>1</giftCard><giftCard>2</giftCard><giftCard>3</giftCard><giftCard>4</giftCard>");
+    const std::string four = Document(kShortContact, kFourGiftCards);
     Read(*checkout, four.c_str(), lenient);
     ASSERT_EQ(checkout->GetPaymentMethod()->GetWallet()->GetGiftCards()->GetCount(), 4);
     EXPECT_EQ(Write(*checkout, lenient), four);
     EXPECT_EQ(FullMessageOf([&] { Write(*checkout, CheckoutContext()); }),
               "Failed to convert the element [checkout] to XML\nFailed to convert the element [paymentMethod] to "
-              "XML\nFailed to convert the element [Wallet] to XML\nThe Maximum number of [giftCard] elements allowed in this collection is 3");
+              "XML\nFailed to convert the element [Wallet] to XML\nThe Maximum number of [giftCard] elements allowed "
+              "in this collection is 3");
 }
 
 TEST(Checkout, SettersKeepOneAlternative) {

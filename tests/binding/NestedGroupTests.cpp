@@ -27,7 +27,8 @@ struct Document {
                  {SeqPrimMnd(u"a", 0),
                   new CElementInfoSeqClsOpt(u"Extra", u"", 1, XmlElementType_Inline, &CreateClass, 305)}};
     Tables body{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Element, u"body"),
-                {ChoicePrim(u"text", 0), ChoiceCls(u"list", 1, 303), ChoiceCls(u"Mixed", 2, 304, XmlElementType_Pseudo)}};
+                {ChoicePrim(u"text", 0), ChoiceCls(u"list", 1, 303),
+                 ChoiceCls(u"Mixed", 2, 304, XmlElementType_Pseudo)}};
     Tables meta{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Inline, u"Meta"),
                 {ChoicePrim(u"author", 0), ChoicePrim(u"editor", 1)}};
     Tables root{ClassInfo(XmlElementGroupType_All),
