@@ -360,6 +360,34 @@ TEST(AbstractAll, CreatorWithoutAnObjectIsRefused) {
               "Failed to process the element.\nPath: /root\nThe creator function made no object for [pay].");
 }
 
+// The creator of a group without an element: it is handed the element the group would start at.
+int g_groupCreatorNullCalls = 0;
+CSmartPtr<CXmlObjectBase> CreateInlineGroup(CXmlElement* element) {
+    if (!element) ++g_groupCreatorNullCalls;
+    return CreateClass(206, u"grp");
+}
+
+TEST(AbstractAll, GroupsWithoutAnElementChosenByTheirFirstElement) {
+    Tables group(ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"grp"),
+                 {AllPrimOpt(u"p", 0), AllPrimOpt(u"q", 1)});
+    Define(206, group);
+    Tables tables(ClassInfo(XmlElementGroupType_All),
+                  {AllPrimOpt(u"k", 0),
+                   new CElementInfoAllAbsClsMnd(u"grp", u"", 1, XmlElementType_Inline, &CreateInlineGroup, 0),
+                   new CElementInfoAllAbsClsOpt(u"opt", u"", 2, XmlElementType_Inline, &CreateInlineGroup)});
+    CTestObject root(tables);
+    Read(root, "<root><p>1</p><k>2</k></root>", CSerializationContext());
+    ASSERT_NE(root.TestChild(1), nullptr);
+    EXPECT_EQ(root.TestChild(1)->Text(0), "1");
+    EXPECT_EQ(root.Child(2), nullptr);
+    EXPECT_EQ(root.Text(0), "2");
+    EXPECT_EQ(Write(root, CSerializationContext()), "<root><k>2</k><p>1</p></root>");
+    // Once k has used up the children, only the mandatory form still asks its creator, with no element.
+    g_groupCreatorNullCalls = 0;
+    EXPECT_EQ(FullMessageOf([&] { Read(root, "<root><k>2</k></root>", CSerializationContext()); }), Missing("grp"));
+    EXPECT_EQ(g_groupCreatorNullCalls, 1);
+}
+
 TEST(WildcardAll, NamedAndAnyElementInEitherOrder) {
     Tables tables(ClassInfo(XmlElementGroupType_All),
                   {new CElementInfoAllUntpdOpt(u"ext", u"", 0, u"##any", u""),
