@@ -73,12 +73,6 @@ CSmartPtr<T> ObjectFrom(const KvVariant& value) {
     return CSmartPtr<T>(dynamic_cast<T*>(object.get()));
 }
 
-// The test of a typed collection: its items' name, and their namespace unless namespaces are ignored.
-bool IsItemElement(const CSerializationContext& context, const CXmlElement* element, const std::u16string& name,
-                   const std::u16string& ns) {
-    return element->GetLocalName() == name && (context.GetIgnoreNamespaces() || element->GetNamespaceURI() == ns);
-}
-
 [[noreturn]] void ThrowUnknownProperty(int32_t index) {
     throw CKvInvalidParamException(FormatString(u"Unknown property index %d", index));
 }
@@ -346,7 +340,7 @@ void CItemCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespaceUri,
 }
 
 CXmlElement* CItemCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) {
-    while (element && IsItemElement(context, element, m_elementName, m_namespace)) {
+    while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
         CSmartPtr<CItem> item = new CItem();
         item->FromXml_Int(element, element->GetFirstElement(), context, false);
         AppendItem(item);
@@ -496,7 +490,10 @@ void CPurchaseOrder::Init() {
     m_orderId.clear();
     m_currency.reset();
     m_status = OrderStatus::Open;
-    if (m_anyAttributes) m_anyAttributes->Clear(); else m_anyAttributes = new CAttributeCol(u"", u"##other", kTargetNamespace);
+    if (m_anyAttributes)
+        m_anyAttributes->Clear();
+    else
+        m_anyAttributes = new CAttributeCol(u"", u"##other", kTargetNamespace);
     m_customer.clear();
     m_customerNumber = 0;
     m_priority.reset();
@@ -589,7 +586,7 @@ void CPurchaseOrderCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* name
 
 CXmlElement* CPurchaseOrderCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
                                             bool) {
-    while (element && IsItemElement(context, element, m_elementName, m_namespace)) {
+    while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
         CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
         order->FromXml_Int(element, element->GetFirstElement(), context, false);
         AppendItem(order);

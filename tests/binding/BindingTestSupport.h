@@ -158,8 +158,7 @@ public:
     }
     CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
                              bool) override {
-        while (element && element->GetLocalName() == m_elementName &&
-               (context.GetIgnoreNamespaces() || element->GetNamespaceURI() == m_namespace)) {
+        while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
             CSmartPtr<CTestObject> item = new CTestObject(m_tables, m_elementName.c_str());
             item->FromXml_Int(element, element->GetFirstElement(), context, false);
             AppendItem(item);
@@ -189,12 +188,9 @@ inline std::string Write(const CXmlObjectBase& object, const CSerializationConte
     return Narrow(object.ToXml(false, formatted, EOLType_LF, context));
 }
 
-// Reads a document into the object the way the FromXml entry point does.
-inline void Read(CXmlGeneratedClass& object, const char* xml, const CSerializationContext& context) {
-    CXmlDocument document(context);
-    document.LoadXml(xml);
-    CXmlElement* root = document.GetDocumentElement();
-    object.FromXml_Int(root, root->GetFirstElement(), context, false);
+// Reads a document into the object through the entry point.
+inline void Read(CXmlObjectBase& object, const char* xml, const CSerializationContext& context) {
+    object.FromXml(xml, context);
 }
 
 // The message of the exception that the call throws, or "<no exception>".

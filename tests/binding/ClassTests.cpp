@@ -539,3 +539,38 @@ TEST(ClassFactory, ReadsTheStatedType) {
 
 } // namespace
 } // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+TEST(Nesting, DeepDocumentsAndCyclesFailInsteadOfExhaustingTheStack) {
+    Tables node(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"node"),
+                {new CElementInfoSeqClsOpt(u"node", u"", 0, XmlElementType_Element, &CreateRegistered, 20)});
+    Registry()[20] = &node;
+    std::string deep;
+    for (int i = 0; i < 5000; ++i) deep += "<node>";
+    for (int i = 0; i < 5000; ++i) deep += "</node>";
+    CTestObject object(node, u"node");
+    const std::string message = FullMessageOf([&] { Read(object, deep.c_str(), CSerializationContext()); });
+    EXPECT_NE(message.find("The nesting of elements exceeds 500 levels."), std::string::npos);
+
+    // A modest depth still reads and writes.
+    std::string shallow;
+    for (int i = 0; i < 100; ++i) shallow += "<node>";
+    for (int i = 0; i < 100; ++i) shallow += "</node>";
+    Read(object, shallow.c_str(), CSerializationContext());
+    std::string written = shallow;
+    // The innermost element has no content and closes at once.
+    written.replace(99 * 6, 13, "<node/>");
+    EXPECT_EQ(Write(object, CSerializationContext()), written);
+
+    // An object that holds itself.
+    CSmartPtr<CTestObject> cyclic = new CTestObject(node, u"node");
+    cyclic->props[0].SetXmlObject(cyclic);
+    EXPECT_NE(FullMessageOf([&] { Write(*cyclic, CSerializationContext()); }).find("exceeds 500 levels"),
+              std::string::npos);
+    cyclic->props[0] = KvVariant();
+}
+
+} // namespace
+} // namespace BindingTest

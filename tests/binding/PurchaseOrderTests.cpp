@@ -1,6 +1,8 @@
 // The purchase-order example classes: round trips of whole documents and the options of a call.
 #include "BindingTestSupport.h"
 
+#include <thread>
+
 #include "../../examples/purchase_order/PurchaseOrder.cpp"
 
 namespace BindingTest {
@@ -254,7 +256,8 @@ TEST(PurchaseOrder, ReadingFailuresCarryTheInnermostPath) {
          "/purchaseOrder/payment"},
         {"unknown payment type", Replace(good, "CreditCardPaymentType", "CashPaymentType"),
          "Failed to find a suitable substitution element for [payment].\nPath: /purchaseOrder", "/purchaseOrder"},
-        {"unknown attribute of the target namespace", Replace(good, "orderId=", "xmlns:po=\"urn:kvxml:samples:purchase-order\" po:bogus=\"1\" orderId="),
+        {"unknown attribute of the target namespace",
+         Replace(good, "orderId=", "xmlns:po=\"urn:kvxml:samples:purchase-order\" po:bogus=\"1\" orderId="),
          "Unexpected Attribute found.\nPath: /purchaseOrder/@bogus", "/purchaseOrder/@bogus"},
         {"unknown element", Replace(good, "<payment", "<discount/><payment"),
          "Failed to find a suitable substitution element for [payment].\nPath: /purchaseOrder", "/purchaseOrder"},
@@ -333,6 +336,15 @@ TEST(PurchaseOrder, ItemCountBounds) {
     EXPECT_EQ(back->GetItems()->GetCount(), 101);
 }
 
+TEST(PurchaseOrder, ReadsBinaryValues) {
+    const std::string text = Replace(kOrderText, "<shipMethod/>", "<signature>0aFF10</signature><shipMethod/>");
+    CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
+    Read(*order, text.c_str(), OrderContext());
+    ASSERT_TRUE(order->GetSignature().has_value());
+    EXPECT_EQ(order->GetSignature()->GetLength(), 3u);
+    EXPECT_EQ(order->GetSignature()->GetAsHexString(), u"0AFF10");
+}
+
 TEST(PurchaseOrder, BatchRoundTrip) {
     CSmartPtr<CPurchaseOrderBatch> batch = new CPurchaseOrderBatch();
     batch->SetBatchId(u"B-7");
@@ -353,6 +365,19 @@ TEST(PurchaseOrder, TablesAreBuiltOnceAndReleasedThroughCleanMetaData) {
     CleanPurchaseOrderMetaData();
     // The next use builds the tables again, and the engine works on them as before.
     EXPECT_EQ(Write(*order, OrderContext()), kOrderText);
+}
+
+TEST(PurchaseOrder, TablesBuiltByManyThreadsAtOnceServeThemAll) {
+    CleanPurchaseOrderMetaData();
+    std::vector<std::string> texts(4);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < texts.size(); ++i)
+        threads.emplace_back([&texts, i] {
+            CSmartPtr<CPurchaseOrder> order = MakeOrder();
+            texts[i] = Write(*order, OrderContext());
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (const std::string& text : texts) EXPECT_EQ(text, kOrderText);
 }
 
 } // namespace

@@ -46,6 +46,7 @@ public:
                              bool ignoreMissingChoice) override {
         seenElement = element;
         seenFirstChild = firstChild;
+        seenNames = element->GetLocalName() + u"/" + (firstChild ? firstChild->GetLocalName() : u"-");
         seenIgnoreMissingChoice = ignoreMissingChoice;
         id = element->GetAttribute(u"id", u"");
         CXmlElement* current = firstChild;
@@ -73,6 +74,7 @@ public:
     std::vector<CSmartPtr<Person>> contacts;
     CXmlElement* seenElement = nullptr;
     CXmlElement* seenFirstChild = nullptr;
+    std::u16string seenNames;
     bool seenIgnoreMissingChoice = true;
 };
 
@@ -120,6 +122,7 @@ TEST(CXmlObjectBaseRead, NarrowTextIsReadAsUtf8AndTheRootNameIsNotChecked) {
     CSerializationContext context;
     Person person;
     person.FromXml("<other xmlns='urn:people' id='1'><name>J\xC3\xBCrg</name><city>Bern</city></other>", context);
+    EXPECT_EQ(person.seenNames, u"other/name");
     EXPECT_EQ(person.id, u"1");
     EXPECT_EQ(person.name, u"J\u00FCrg");
     EXPECT_EQ(person.city, u"Bern");

@@ -90,6 +90,20 @@ TEST(PatternMatch, CachedAndUncachedAgreeOnEveryCase) {
     }
 }
 
+// Long subjects through recursive groups: the cached form (JIT where available) must give the
+// interpreter's answer even where the JIT's own stack runs short.
+TEST(PatternMatch, CachedAndUncachedAgreeOnLongRecursiveSubjects) {
+    const std::u16string longA(20000, u'a');
+    for (const char* p : {"(a|b)*", "(a|b)*c", "((a)|(b))+"}) {
+        for (const std::u16string& v : {longA, longA + u"c"}) {
+            bool uncached = false, cached = true;
+            EXPECT_NO_THROW(uncached = PatternMatchUncached(p, v));
+            EXPECT_NO_THROW(cached = PatternMatch(p, v));
+            EXPECT_EQ(cached, uncached) << p << " length " << v.size();
+        }
+    }
+}
+
 TEST(PatternMatch, WidePatternIsConvertedToItsFirstNul) {
     EXPECT_TRUE(PatternMatchWide(u"\u00e9+", u"\u00e9\u00e9"));
     EXPECT_TRUE(PatternMatchWide(std::u16string(u"a\0b", 3).c_str(), u"a"));

@@ -143,7 +143,7 @@ bool ThrowOnBad(CXmlElement* element) {
 
 TEST(CXmlDocumentFilter, DroppingEveryItemKeepsMemoryFlat) {
     std::string xml = "<root>";
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 100000; ++i)
         xml += "<item id='" + std::to_string(i) + "'><name>n</name><v>" + std::to_string(i) + "</v></item>";
     xml += "</root>";
 
@@ -152,13 +152,45 @@ TEST(CXmlDocumentFilter, DroppingEveryItemKeepsMemoryFlat) {
     g_baseline = CXmlElement::GetLiveElementCount();
     CXmlDocument document(&DropEverything);
     document.LoadXml(xml.c_str());
-    EXPECT_EQ(g_filterCalls, 3 * 20000 + 1);
+    EXPECT_EQ(g_filterCalls, 3 * 100000 + 1);
     // At most the root, one item and one of its children are ever alive together.
     EXPECT_LE(g_maxAlive, 3);
     // The root is never dropped: there is nothing to unlink it from.
     ASSERT_TRUE(document.GetDocumentElement());
     EXPECT_EQ(document.GetDocumentElement()->GetFirstElement(), nullptr);
     EXPECT_EQ(CXmlElement::GetLiveElementCount() - g_baseline, 1);
+}
+
+// Names are shared between nodes, up to a bound: ever new names must still come out right, and
+// their strings must go with their nodes (the leak checker of the sanitizer build sees to that).
+TEST(CXmlDocumentFilter, EverNewNamesAreReadRightAndFreedWithTheirNodes) {
+    std::string xml = "<root xmlns:q='urn:q'>";
+    const int count = 70000;
+    for (int i = 0; i < count; ++i) {
+        const std::string n = std::to_string(i);
+        xml += "<e" + n + " xmlns='urn:" + n + "' q:a" + n + "='" + n + "'/>";
+    }
+    xml += "</root>";
+    g_maxAlive = 0;
+    g_filterCalls = 0;
+    g_baseline = CXmlElement::GetLiveElementCount();
+    {
+        CXmlDocument document(&DropEverything);
+        document.LoadXml(xml.c_str());
+        EXPECT_EQ(g_filterCalls, count + 1);
+        EXPECT_LE(g_maxAlive, 2);
+    }
+    CXmlDocument document;
+    document.LoadXml(xml.c_str());
+    int i = 0;
+    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e; e = e->GetNextSiblingElement(), ++i) {
+        const std::u16string n = Widen(std::to_string(i));
+        ASSERT_EQ(e->GetLocalName(), u"e" + n);
+        ASSERT_EQ(e->GetNamespaceURI(), u"urn:" + n);
+        ASSERT_EQ(e->GetAttributes()[0]->GetLocalName(), u"a" + n);
+        ASSERT_EQ(e->GetAttributes()[0]->GetNamespaceURI(), u"urn:q");
+    }
+    EXPECT_EQ(i, count);
 }
 
 TEST(CXmlDocumentFilter, DroppingSomeSiblingsKeepsTheRestLinked) {
@@ -234,6 +266,31 @@ TEST(CXmlDocumentLoad, MillionLevelsDeepLoadsWalksAndIsDestroyed) {
     EXPECT_EQ(CXmlElement::GetLiveElementCount(), before);
 }
 
+// A run of text far longer than any buffer on the way, with entities, CRs and a CDATA section
+// spread through it, arrives whole and in order.
+TEST(CXmlDocumentLoad, LongTextRunsComeThroughWhole) {
+    std::string xml = "<a>";
+    std::u16string expected;
+    for (int i = 0; i < 100000; ++i) {
+        xml += "abc&#13;def&amp;\r\n";
+        expected += u"abcdef&\n";
+        if (i == 50000) {
+            xml += "<![CDATA[x\r\ny]]>";
+            expected += u"<![CDATA[x\ny]]>";
+        }
+    }
+    xml += std::string(200000, 'z') + "</a>";
+    expected += std::u16string(200000, u'z');
+    CSerializationContext keepCdata;
+    keepCdata.SetStripCDATA(false);
+    CXmlDocument document(keepCdata);
+    document.LoadXml(xml.c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
+    // UTF-16 input reaches the reader in much larger pieces.
+    document.LoadXml(Widen(xml).c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
+}
+
 TEST(CXmlDocumentLoad, HundredThousandChildrenAndAttributes) {
     const int count = 100000;
     std::string xml = "<r";
@@ -255,4 +312,26 @@ TEST(CXmlDocumentLoad, HundredThousandChildrenAndAttributes) {
         ++children;
     }
     EXPECT_EQ(children, count);
+}
+
+// Paths are built on error paths of every reader: many declarations and siblings must not make
+// them quadratic.
+TEST(CXmlDocumentLoad, PathsStayCheapWithManyDeclarationsAndSiblings) {
+    const int count = 20000;
+    std::string xml = "<r";
+    for (int i = 0; i < count; ++i) xml += " xmlns:p" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
+    xml += ">";
+    for (int i = 0; i < count; ++i) xml += "<p" + std::to_string(i) + ":c/><c/>";
+    xml += "</r>";
+    CXmlDocument document;
+    document.LoadXml(xml.c_str());
+    const CXmlElement* last = document.GetDocumentElement()->GetFirstElement();
+    const CXmlElement* lastPrefixed = nullptr;
+    for (const CXmlElement* e = last; e; e = e->GetNextSiblingElement()) {
+        if (!e->GetNamespaceURI().empty()) lastPrefixed = e;
+        last = e;
+    }
+    EXPECT_EQ(lastPrefixed->GetXPath(), u"/r/p19999:c");
+    EXPECT_EQ(last->GetXPath(), u"/r/c[20000]");
+    EXPECT_EQ(document.LookupAliasFromNamespace(u"urn:123"), u"p123");
 }

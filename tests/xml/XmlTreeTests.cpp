@@ -106,19 +106,6 @@ TEST(CXmlElement, TextPiecesConcatenateAndNullsAreEmpty) {
     EXPECT_EQ(element.GetText(), expected);
 }
 
-TEST(CXmlElement, DeletingAnElementFreesItsWholeSubtree) {
-    const int64_t aliveBefore = CXmlElement::GetLiveElementCount();
-    auto* root = new CXmlElement(nullptr, nullptr);
-    CXmlElement* level = root;
-    for (int depth = 0; depth < 50; ++depth) {
-        level->CreateNewChildElement()->AddAttribute(u"a", u"b", u"");
-        level = level->CreateNewChildElement();
-    }
-    EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore + 101);
-    delete root;
-    EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore);
-}
-
 TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
     const char16_t* xsi = u"http://www.w3.org/2001/XMLSchema-instance";
     const char16_t* xmlns = u"http://www.w3.org/2000/xmlns/";
@@ -285,4 +272,52 @@ TEST(CXmlDocument, NamespaceAwareSplitOfElementAndAttributeNames) {
     EXPECT_EQ(a->GetAttributes()[0]->GetNamespaceURI(), u"urn:p");
     EXPECT_EQ(a->GetAttributes()[1]->GetNamespaceURI(), u"");
     EXPECT_EQ(a->GetAttributes()[1]->GetValue(), u"w");
+}
+
+// Nodes taken out of a tree, and copies of nodes, stay whole after their document is gone.
+TEST(CXmlDocument, NodesKeptByTheCallerOutliveTheDocument) {
+    const int64_t aliveBefore = CXmlElement::GetLiveElementCount();
+    CXmlElement* kept = nullptr;
+    std::unique_ptr<CXmlElement> leafCopy;
+    std::unique_ptr<CXmlAttribute> attributeCopy;
+    {
+        CXmlDocument document;
+        document.LoadXml("<p:r xmlns:p='urn:a-long-namespace-name'><p:first/><p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
+        CXmlElement* root = document.GetDocumentElement();
+        kept = root->RemoveLastChildElement();
+        leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
+        attributeCopy = std::make_unique<CXmlAttribute>(*kept->GetAttributes()[0]);
+        // The document can still build nodes after handing some out.
+        root->CreateNewChildElement()->SetElementName(u"after");
+    }
+    EXPECT_EQ(kept->GetLocalName(), u"kept");
+    EXPECT_EQ(kept->GetNamespaceURI(), u"urn:a-long-namespace-name");
+    EXPECT_EQ(kept->GetAttribute(u"attribute-name", u"urn:a-long-namespace-name"), u"v");
+    EXPECT_EQ(kept->GetFirstElement()->GetText(), u"t");
+    EXPECT_EQ(leafCopy->GetLocalName(), u"leaf");
+    EXPECT_EQ(attributeCopy->GetLocalName(), u"attribute-name");
+    EXPECT_EQ(attributeCopy->GetValue(), u"v");
+
+    // A copy assigned over a hand-built element takes the interned names safely, and back.
+    CXmlElement plain(nullptr, nullptr);
+    plain.SetElementName(u"an-element-with-a-long-name");
+    CXmlElement fromPool(*leafCopy);
+    fromPool = plain;
+    EXPECT_EQ(fromPool.GetLocalName(), u"an-element-with-a-long-name");
+    plain = *leafCopy;
+    EXPECT_EQ(plain.GetLocalName(), u"leaf");
+    EXPECT_EQ(plain.GetNamespaceURI(), u"urn:a-long-namespace-name");
+    CXmlAttribute bare(nullptr, u"x-long-attribute-name", u"1", nullptr);
+    bare = *attributeCopy;
+    EXPECT_EQ(bare.GetNamespaceURI(), u"urn:a-long-namespace-name");
+    *attributeCopy = CXmlAttribute(nullptr, u"y-long-attribute-name", u"2", u"");
+    EXPECT_EQ(attributeCopy->GetLocalName(), u"y-long-attribute-name");
+
+    // The leaf copy shares nothing that the original's deletion frees.
+    delete kept;
+    EXPECT_EQ(leafCopy->GetText(), u"t");
+    EXPECT_EQ(leafCopy->GetLocalName(), u"leaf");
+    leafCopy.reset();
+    attributeCopy.reset();
+    EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore + 2); // plain and fromPool
 }

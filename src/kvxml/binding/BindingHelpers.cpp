@@ -1,8 +1,6 @@
 #include "kvxml/binding/BindingHelpers.h"
 
-#include "kvxml/base/CKvException.h"
-#include "kvxml/binding/CXmlGeneratedClass.h"
-#include "kvxml/collections/CElement.h"
+#include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
@@ -23,17 +21,8 @@ bool EqualsNoCase(const std::u16string& text, const char16_t* literal) {
 }
 
 CSmartPtr<CXmlObjectBase> ObjectOf(const KvVariant& value) {
-    if (value.IsNil()) return CSmartPtr<CXmlObjectBase>();
-    switch (value.GetTypeAsEnum()) {
-    case ItemType_xmlObject:
-        return value.GetXmlObject();
-    case ItemType_xmlCollection: {
-        CSmartPtr<CXmlCollectionBase> collection = value.GetXmlCollection();
-        return CSmartPtr<CXmlObjectBase>(collection.get());
-    }
-    default:
-        return CSmartPtr<CXmlObjectBase>();
-    }
+    // Kinds 27 and 28 both hold an object; any other kind holds none.
+    return value.GetXmlObject();
 }
 
 CSmartPtr<CXmlCollectionBase> CollectionOf(const CSmartPtr<CXmlObjectBase>& object) {
@@ -52,14 +41,7 @@ void CheckFacets(const char16_t* name, const KvVariant& value, ItemType kind,
 
 CXmlElement* CallFromXml(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
                          const CSerializationContext& context, bool ignoreMissingChoice) {
-    // The three families that can stand in a property: generated classes, collections, wildcards.
-    if (auto* generated = dynamic_cast<CXmlGeneratedClass*>(object))
-        return generated->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
-    if (auto* collection = dynamic_cast<CXmlCollectionBase*>(object))
-        return collection->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
-    if (auto* wildcard = dynamic_cast<CElement*>(object))
-        return wildcard->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
-    throw CKvException(u"The object cannot be read from XML.");
+    return object->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
 }
 
 } // namespace BindingHelpers

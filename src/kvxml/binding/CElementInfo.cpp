@@ -5,6 +5,7 @@
 #include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlGeneratedClass.h"
+#include "kvxml/collections/CElement.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/xml/CXmlElement.h"
@@ -242,11 +243,6 @@ void CElementInfo::AttributesToXml_Int(CXmlObjectBase* object, Writer* writer, c
     CXmlObjectBase::AttributesToXml_Int(object, writer, context);
 }
 
-} // namespace KvXmlLib16Data
-
-namespace KvXmlLib16Data {
-
-using namespace KvXmlLib16;
 
 bool CElementInfo::MandatoryRule(bool written) const {
     if (!written)
@@ -298,13 +294,6 @@ void CElementInfo::ReadOwnElement(const Context& context, CXmlObjectBase* child,
     *current = element->GetNextSiblingElement();
 }
 
-} // namespace KvXmlLib16Data
-
-#include "kvxml/collections/CElement.h"
-
-namespace KvXmlLib16Data {
-
-using namespace KvXmlLib16;
 
 CSmartPtr<CXmlObjectBase> CElementInfo::CreateByClassId(ClassCreatorFunc creator, int32_t classId,
                                                         const std::u16string& name) {

@@ -72,8 +72,9 @@ protected:
 
 class KVXML_API CElementInfoAllEnumMnd : public CElementInfo {
 public:
-    CElementInfoAllEnumMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex, bool nillable,
-        EnumToTextFunc enumToText, EnumFromTextFunc enumFromText, const char16_t* defaultValue);
+    CElementInfoAllEnumMnd(const char16_t* elementName, const char16_t* elementNamespace,
+        int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,
+        const char16_t* defaultValue);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
@@ -82,8 +83,9 @@ public:
 
 class KVXML_API CElementInfoAllEnumOpt : public CElementInfo {
 public:
-    CElementInfoAllEnumOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex, bool nillable,
-        EnumToTextFunc enumToText, EnumFromTextFunc enumFromText, const char16_t* defaultValue);
+    CElementInfoAllEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
+        int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,
+        const char16_t* defaultValue);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
@@ -92,8 +94,8 @@ public:
 
 class KVXML_API CElementInfoAllPrimMnd : public CElementInfo {
 public:
-    CElementInfoAllPrimMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex, bool nillable,
-        KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
+    CElementInfoAllPrimMnd(const char16_t* elementName, const char16_t* elementNamespace,
+        int32_t propertyIndex, bool nillable, KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
         KvXmlLib16::CWhitespaceUtils::WhitespaceRule whitespaceRule,
         const KvXmlLib16::CPrimitiveRestrictions& restrictions, const char16_t* defaultValue);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
@@ -104,8 +106,8 @@ public:
 
 class KVXML_API CElementInfoAllPrimOpt : public CElementInfo {
 public:
-    CElementInfoAllPrimOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex, bool nillable,
-        KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
+    CElementInfoAllPrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
+        int32_t propertyIndex, bool nillable, KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
         KvXmlLib16::CWhitespaceUtils::WhitespaceRule whitespaceRule,
         const KvXmlLib16::CPrimitiveRestrictions& restrictions, const char16_t* defaultValue);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;

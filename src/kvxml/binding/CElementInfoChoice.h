@@ -38,8 +38,9 @@ protected:
 
 class KVXML_API CElementInfoChoiceEnumOpt : public CElementInfo {
 public:
-    CElementInfoChoiceEnumOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex, bool nillable,
-        EnumToTextFunc enumToText, EnumFromTextFunc enumFromText, const char16_t* defaultValue);
+    CElementInfoChoiceEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
+        int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,
+        const char16_t* defaultValue);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
@@ -47,8 +48,8 @@ public:
 
 class KVXML_API CElementInfoChoicePrimOpt : public CElementInfo {
 public:
-    CElementInfoChoicePrimOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex, bool nillable,
-        KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
+    CElementInfoChoicePrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
+        int32_t propertyIndex, bool nillable, KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
         KvXmlLib16::CWhitespaceUtils::WhitespaceRule whitespaceRule,
         const KvXmlLib16::CPrimitiveRestrictions& restrictions, const char16_t* defaultValue);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;

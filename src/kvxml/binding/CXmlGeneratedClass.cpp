@@ -54,6 +54,24 @@ const CParentElementInfo& ClassInfoOf(const CXmlGeneratedClass* object) {
     return *info;
 }
 
+// Each nested class costs a few frames of stack. A document or an object tree nested deeper than
+// this, or an object graph with a cycle, fails instead of overflowing the stack.
+constexpr int kMaxNesting = 500;
+thread_local int t_nesting = 0;
+
+class NestingGuard {
+public:
+    NestingGuard() {
+        if (++t_nesting > kMaxNesting) {
+            --t_nesting;
+            throw CKvException(FormatString(u"The nesting of elements exceeds %d levels.", kMaxNesting));
+        }
+    }
+    ~NestingGuard() { --t_nesting; }
+    NestingGuard(const NestingGuard&) = delete;
+    NestingGuard& operator=(const NestingGuard&) = delete;
+};
+
 [[noreturn]] void ThrowLeftOver(const CXmlElement* parent, const CXmlElement* current) {
     throw CKvValidationException(
         FormatString(u"Failed read all the elements held within the element [%s]. The unexpected element [%s] "
@@ -129,9 +147,17 @@ void CXmlGeneratedClass::ProcessAttributesToXml(const CSerializationContext& con
 void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
                                    const CSerializationContext& context, bool noErrorOnEmptyChoice) const {
     try {
+        NestingGuard nesting;
         const CParentElementInfo& info = ClassInfoOf(this);
         const bool ownElement = info.GetElementType() == XmlElementType_Element;
-        const std::u16string ns = namespaceUri ? namespaceUri : u"";
+        // The namespace handed down is nearly always the class's own: reuse that string then.
+        std::u16string passed;
+        const std::u16string* nsRef = &info.ElementNamespaceRef();
+        if (!namespaceUri || *nsRef != namespaceUri) {
+            passed = namespaceUri ? namespaceUri : u"";
+            nsRef = &passed;
+        }
+        const std::u16string& ns = *nsRef;
         if (ownElement) {
             if (isRoot) {
                 for (const std::u16string& instruction : context.GetProcessingInstructions())
@@ -263,6 +289,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
     if (!element) throw CKvException(u"No element to read from.");
     CXmlElement* result = nullptr;
     try {
+        NestingGuard nesting;
         Init();
         const CParentElementInfo& info = ClassInfoOf(this);
         // The object takes the name of the element it was read from, and writes itself under it later.

@@ -38,8 +38,8 @@ public:
     void AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext& context) const override;
     void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
                    const CSerializationContext& context, bool noErrorOnEmptyChoice) const override;
-    virtual CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild,
-                                     const CSerializationContext& context, bool ignoreMissingChoice);
+    CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild, const CSerializationContext& context,
+                             bool ignoreMissingChoice) override;
 
     void ProcessAttributesToXml(const CSerializationContext& context, KvXmlLib16Data::CElementInfo** elements,
                                 KvXmlLib16Data::CAttributeInfo** attributes, CXmlWriter* writer) const;

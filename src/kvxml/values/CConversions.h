@@ -6,6 +6,8 @@
 #include "kvxml/platform/KvExport.h"
 #include "kvxml/values/CBinaryData.h"
 #include "kvxml/values/CWhitespaceUtils.h"
+#include "kvxml/values/CBigInteger.h" // [bignum]
+#include "kvxml/values/CDecimal.h"    // [bignum]
 
 namespace KvXmlLib16 {
 
@@ -43,7 +45,13 @@ public:
     static std::u16string dayToString(uint8_t value);
     static std::u16string durationToString(const CDateTimeSpan& value);
     // ---- [datetime] end ----
-    // [bignum] integerToString, decimalToString go here.
+    // ---- [bignum] ----
+    static std::u16string integerToString(const CBigInteger& value);
+    static std::u16string decimalToString(const CDecimal& value);
+    // An empty format writes the value as it is; otherwise the format is a number of decimal
+    // places (read as by _wtoi), not a printf format.
+    static std::u16string decimalToString(const CDecimal& value, const std::u16string& format);
+    // ---- [bignum] end ----
 
     // ---- from text ----
     static int8_t i1FromString(const std::u16string& text, WhitespaceRule rule);
@@ -74,7 +82,10 @@ public:
     static uint8_t dayFromString(const std::u16string& text, WhitespaceRule rule);
     static CDateTimeSpan durationFromString(const std::u16string& text, WhitespaceRule rule);
     // ---- [datetime] end ----
-    // [bignum] integerFromString, decimalFromString go here.
+    // ---- [bignum] ----
+    static CBigInteger integerFromString(const std::u16string& text, WhitespaceRule rule);
+    static CDecimal decimalFromString(const std::u16string& text, WhitespaceRule rule);
+    // ---- [bignum] end ----
 };
 
 } // namespace KvXmlLib16

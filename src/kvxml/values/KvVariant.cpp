@@ -196,9 +196,12 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_month: return CConversions::monthToString(m_value.ui1);
     case ItemType_day: return CConversions::dayToString(m_value.ui1);
     // [datetime] end
-    // [datetime/bignum] cases for kinds 13 to 21 (durationToString, dateToString, yearToString,
-    // monthToString, dayToString), 25 (decimalToString, with the format) and 26 (integerToString)
-    // go here. Until then those kinds fall to the invalid-type message below.
+    // [bignum]
+    case ItemType_decimal:
+        return m_value.dec != nullptr ? CConversions::decimalToString(*m_value.dec, fmt) : std::u16string();
+    case ItemType_integer:
+        return m_value.big != nullptr ? CConversions::integerToString(*m_value.big) : std::u16string();
+    // [bignum] end
     default:
         ThrowInvalidToString(m_type);
     }
@@ -234,10 +237,10 @@ void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespac
     case ItemType_datetime: SetDateTime(CConversions::datetimeFromString(text, rule)); return;
     case ItemType_time: SetTime(CConversions::timeFromString(text, rule)); return;
     // [datetime] end
-    // [datetime/bignum] cases for kinds 13 to 21 (durationFromString, yearMonthFromString,
-    // monthDayFromString, yearFromString, monthFromString, dayFromString, dateFromString,
-    // datetimeFromString, timeFromString), 25 (decimalFromString) and 26 (integerFromString)
-    // go here. Until then those kinds fall to the invalid-type message below.
+    // [bignum]
+    case ItemType_decimal: SetDecimal(CConversions::decimalFromString(text, rule)); return;
+    case ItemType_integer: SetInteger(CConversions::integerFromString(text, rule)); return;
+    // [bignum] end
     default:
         ThrowInvalidToString(m_type);
     }

@@ -103,7 +103,13 @@ public:
     void SetTime(const CDateTime& value);
     CDateTime GetTime() const;
     // ---- [datetime] end ----
-    // [bignum] SetDecimal/GetDecimal, SetInteger/GetInteger go here.
+    // ---- [bignum] decimal (25) and integer (26) kinds ----
+    // Setters store a heap copy; getters return a copy, or zero without a stored value of the kind.
+    void SetDecimal(const CDecimal& value);
+    CDecimal GetDecimal() const;
+    void SetInteger(const CBigInteger& value);
+    CBigInteger GetInteger() const;
+    // ---- [bignum] end ----
 
     // May be null. A non-null object gains one reference, released by Clear.
     void SetXmlObject(CXmlObjectBase* value);

@@ -23,6 +23,7 @@ namespace {
 
 constexpr uint32_t kScratchSize = 1024;
 constexpr char16_t kNamespaceSeparator = u'|';
+constexpr size_t kPendingLimit = 64 * 1024;
 
 inline const char16_t* Wide(const XML_Char* text) { return reinterpret_cast<const char16_t*>(text); }
 
@@ -136,10 +137,19 @@ void CExpatReader::FlushText() {
 }
 
 void CExpatReader::AppendPending(const char16_t* text, size_t length) {
-    // A run longer than the 32-bit length the tree takes goes in more than one append.
-    if (m_pendingLength + length >= UINT32_MAX) FlushText();
+    // Long runs go to the element in slices, so that the gathering buffer never doubles the
+    // memory a huge text takes; the element's string grows geometrically on its own.
+    if (m_pendingLength + length > kPendingLimit) {
+        FlushText();
+        if (length > kPendingLimit) {
+            if (!m_document->m_elementStack.empty())
+                m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, text,
+                                                  static_cast<uint32_t>(length));
+            return;
+        }
+    }
     if (m_pendingLength + length > m_pendingCapacity) {
-        const size_t capacity = std::max(m_pendingLength + length, 2 * m_pendingCapacity + 256);
+        const size_t capacity = std::min(kPendingLimit, std::max(m_pendingLength + length, 2 * m_pendingCapacity + 256));
         std::unique_ptr<char16_t[]> grown(new char16_t[capacity]);
         if (m_pendingLength) std::memcpy(grown.get(), m_pendingText.get(), m_pendingLength * sizeof(char16_t));
         m_pendingText = std::move(grown);

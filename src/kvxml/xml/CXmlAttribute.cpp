@@ -24,8 +24,8 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, const char16_t* name, const c
 CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name,
                              std::u16string_view value, std::u16string_view namespaceURI)
     : m_element(element), m_pool(element ? element->m_pool : nullptr),
-      m_localName(&CXmlNodePool::EmptyString()), m_value(value),
-      m_namespaceURI(&CXmlNodePool::EmptyString()) {
+      m_localName(CXmlNodePool::EmptyName()), m_value(value),
+      m_namespaceURI(CXmlNodePool::EmptyName()) {
     if (m_pool) m_pool->AddRef();
     m_localName = CXmlNodePool::MakeName(m_pool, name);
     m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI);
@@ -33,19 +33,19 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name,
 
 CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
     : CInstanceMonitor(other), m_element(other.m_element), m_pool(other.m_pool),
-      m_localName(CXmlNodePool::CopyName(other.m_pool, other.m_localName)), m_value(other.m_value),
-      m_namespaceURI(CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI)) {
+      m_localName(CXmlNodePool::CopyName(other.m_localName)), m_value(other.m_value),
+      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
     if (m_pool) m_pool->AddRef();
 }
 
 CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     if (this == &other) return *this;
-    const std::u16string* localName = CXmlNodePool::CopyName(other.m_pool, other.m_localName);
-    const std::u16string* namespaceURI = CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI);
+    const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
+    const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
     m_value = other.m_value;
     if (other.m_pool) other.m_pool->AddRef();
-    CXmlNodePool::DropName(m_pool, m_localName);
-    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    CXmlNodePool::DropName(m_localName);
+    CXmlNodePool::DropName(m_namespaceURI);
     if (m_pool) m_pool->Release();
     m_element = other.m_element;
     m_pool = other.m_pool;
@@ -55,8 +55,8 @@ CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
 }
 
 CXmlAttribute::~CXmlAttribute() {
-    CXmlNodePool::DropName(m_pool, m_localName);
-    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    CXmlNodePool::DropName(m_localName);
+    CXmlNodePool::DropName(m_namespaceURI);
     if (m_pool) m_pool->Release();
 }
 
@@ -71,9 +71,9 @@ std::u16string CXmlAttribute::GetXPath() const {
     if (m_element) {
         path = m_element->GetXPath();
         path += u'/';
-        if (m_element->GetDocument() && !m_namespaceURI->empty()) {
+        if (m_element->GetDocument() && !m_namespaceURI.Get().empty()) {
             const std::u16string alias =
-                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(*m_namespaceURI));
+                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
             if (!alias.empty()) {
                 path += alias;
                 path += u':';
@@ -81,20 +81,20 @@ std::u16string CXmlAttribute::GetXPath() const {
         }
     }
     path += u'@';
-    path += *m_localName;
+    path += m_localName.Get();
     return path;
 }
 
 bool CXmlAttribute::IsNamespaceAttribute() const {
-    if (*m_namespaceURI != kXsiNamespace && *m_namespaceURI != kXmlnsNamespace) return false;
-    const std::u16string& name = *m_localName;
+    if (m_namespaceURI.Get() != kXsiNamespace && m_namespaceURI.Get() != kXmlnsNamespace) return false;
+    const std::u16string& name = m_localName.Get();
     return name == u"xmlns" || name == u"type" || name == u"schemaLocation" ||
            name == u"noNamespaceSchemaLocation";
 }
 
 bool CXmlAttribute::IsNilAttribute() const {
-    if (*m_namespaceURI != kXsiNamespace && *m_namespaceURI != kXmlnsNamespace) return false;
-    return *m_localName == u"nil";
+    if (m_namespaceURI.Get() != kXsiNamespace && m_namespaceURI.Get() != kXmlnsNamespace) return false;
+    return m_localName.Get() == u"nil";
 }
 
 } // namespace KvXmlLib16

@@ -6,6 +6,7 @@
 
 #include "kvxml/base/CInstanceMonitor.h"
 #include "kvxml/platform/KvExport.h"
+#include "kvxml/xml/CXmlNodeName.h"
 
 namespace KvXmlLib16 {
 
@@ -31,9 +32,9 @@ public:
     static void operator delete(void* block, CXmlNodePool* pool);
 
     CXmlElement* GetElement() const { return m_element; }
-    const std::u16string& GetLocalName() const { return *m_localName; }
+    const std::u16string& GetLocalName() const { return m_localName.Get(); }
     const std::u16string& GetValue() const { return m_value; }
-    const std::u16string& GetNamespaceURI() const { return *m_namespaceURI; }
+    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
 
     // "<element path>/p:@name": the alias stands in front of the '@'; messages quote this form.
     std::u16string GetXPath() const;
@@ -45,11 +46,11 @@ public:
 
 private:
     CXmlElement* m_element;
-    // Names are interned in the element's pool when it has one, else owned; never null.
+    // Interned in the element's pool when it has one and it has room, else owned.
     CXmlNodePool* m_pool;
-    const std::u16string* m_localName;
+    CXmlNodeName m_localName;
     std::u16string m_value;
-    const std::u16string* m_namespaceURI;
+    CXmlNodeName m_namespaceURI;
 };
 
 } // namespace KvXmlLib16

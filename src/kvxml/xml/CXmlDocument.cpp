@@ -24,7 +24,7 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter)
 CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext& context)
     : m_fileOffset(0), m_fileHandle(0), m_documentElement(nullptr), m_inputBuffer(nullptr),
       m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context),
-      m_nodePool(nullptr) {
+      m_nodePool(nullptr), m_aliasIndexValid(false) {
     Init();
 }
 
@@ -55,6 +55,7 @@ void CXmlDocument::Cleanup() {
     FreeInput();
     m_elementStack.clear();
     m_aliasMap.clear();
+    m_aliasIndexValid = false;
 }
 
 void CXmlDocument::FreeInput() {
@@ -82,13 +83,18 @@ std::u16string CXmlDocument::LookupAliasFromNamespace(const char16_t* namespaceU
 }
 
 std::u16string CXmlDocument::LookupAliasFromNamespace(std::u16string_view namespaceURI) const {
-    for (const auto& entry : m_aliasMap) {
-        if (entry.second == namespaceURI) return entry.first;
+    if (!m_aliasIndexValid) {
+        m_aliasByNamespace.clear();
+        // Ascending alias order, first one kept: the alias a scan of the map would meet first.
+        for (const auto& entry : m_aliasMap) m_aliasByNamespace.emplace(entry.second, entry.first);
+        m_aliasIndexValid = true;
     }
-    return std::u16string();
+    const auto found = m_aliasByNamespace.find(std::u16string(namespaceURI));
+    return found == m_aliasByNamespace.end() ? std::u16string() : found->second;
 }
 
 void CXmlDocument::SetAlias(std::u16string_view alias, std::u16string_view namespaceURI) {
+    m_aliasIndexValid = false;
     const auto found = m_aliasMap.find(alias);
     if (found != m_aliasMap.end())
         found->second.assign(namespaceURI);
@@ -131,8 +137,11 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     CXmlElement* parent = m_elementStack.back().element;
     CXmlElement* previous = parent->m_lastChild;
     CXmlElement* child = parent->CreateNewChildElement();
-    child->SetNamespace(namespaceURI);
-    child->SetElementName(localName);
+    // Children mostly share the parent's namespace, and often the previous sibling's name.
+    // Hints only between nodes of one pool, whose names are interned there.
+    const bool sharePool = parent->m_pool == child->m_pool;
+    child->SetNamespaceHinted(namespaceURI, sharePool ? &parent->m_namespaceURI : nullptr);
+    child->SetElementNameHinted(localName, sharePool && previous ? &previous->m_localName : nullptr);
     m_elementStack.push_back(OpenElement{child, previous});
     return child;
 }
@@ -269,6 +278,7 @@ void CXmlDocument::ParseText() {
     m_documentElement = nullptr;
     m_elementStack.clear();
     m_aliasMap.clear();
+    m_aliasIndexValid = false;
     PlainParse();
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "kvxml/base/CInstanceMonitor.h"
@@ -43,7 +44,8 @@ public:
 
     CXmlElement* GetDocumentElement() const { return m_documentElement; }
     std::u16string LookupNamespaceFromAlias(const char16_t* alias) const;
-    // First alias in ascending alias order whose URI equals the given one.
+    // First alias in ascending alias order whose URI equals the given one. Answered from an index
+    // rebuilt after the map changes, so paths stay cheap in documents with many declarations.
     std::u16string LookupAliasFromNamespace(const char16_t* namespaceURI) const;
     std::u16string LookupAliasFromNamespace(std::u16string_view namespaceURI) const;
 
@@ -97,6 +99,8 @@ private:
     XmlElementFilter m_elementFilter;
     const CSerializationContext* m_context;
     CXmlNodePool* m_nodePool;
+    mutable std::unordered_map<std::u16string, std::u16string> m_aliasByNamespace;
+    mutable bool m_aliasIndexValid;
 };
 
 } // namespace KvXmlLib16

@@ -22,7 +22,7 @@ std::u16string_view OrEmpty(const char16_t* text) {
 CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
     : m_document(document), m_parent(parent), m_nextSibling(nullptr), m_firstChild(nullptr),
       m_lastChild(nullptr), m_pool(document ? document->NodePool() : nullptr),
-      m_localName(&CXmlNodePool::EmptyString()), m_namespaceURI(&CXmlNodePool::EmptyString()) {
+      m_localName(CXmlNodePool::EmptyName()), m_namespaceURI(CXmlNodePool::EmptyName()) {
     if (m_pool) m_pool->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
@@ -31,21 +31,21 @@ CXmlElement::CXmlElement(const CXmlElement& other)
     : CInstanceMonitor(other), m_document(other.m_document), m_parent(other.m_parent),
       m_nextSibling(other.m_nextSibling), m_firstChild(other.m_firstChild),
       m_lastChild(other.m_lastChild), m_attributes(other.m_attributes), m_text(other.m_text),
-      m_pool(other.m_pool), m_localName(CXmlNodePool::CopyName(other.m_pool, other.m_localName)),
-      m_namespaceURI(CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI)) {
+      m_pool(other.m_pool), m_localName(CXmlNodePool::CopyName(other.m_localName)),
+      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
     if (m_pool) m_pool->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
 
 CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     if (this == &other) return *this;
-    const std::u16string* localName = CXmlNodePool::CopyName(other.m_pool, other.m_localName);
-    const std::u16string* namespaceURI = CXmlNodePool::CopyName(other.m_pool, other.m_namespaceURI);
+    const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
+    const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
     m_text = other.m_text;
     m_attributes = other.m_attributes;
     if (other.m_pool) other.m_pool->AddRef();
-    CXmlNodePool::DropName(m_pool, m_localName);
-    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    CXmlNodePool::DropName(m_localName);
+    CXmlNodePool::DropName(m_namespaceURI);
     if (m_pool) m_pool->Release();
     m_document = other.m_document;
     m_parent = other.m_parent;
@@ -75,8 +75,8 @@ CXmlElement::~CXmlElement() {
         delete node;
     }
     for (CXmlAttribute* attribute : m_attributes) delete attribute;
-    CXmlNodePool::DropName(m_pool, m_localName);
-    CXmlNodePool::DropName(m_pool, m_namespaceURI);
+    CXmlNodePool::DropName(m_localName);
+    CXmlNodePool::DropName(m_namespaceURI);
     if (m_pool) m_pool->Release();
     g_liveElements.fetch_sub(1, std::memory_order_relaxed);
 }
@@ -116,18 +116,22 @@ std::u16string CXmlElement::GetXPath() const {
 
 void CXmlElement::SetElementName(const char16_t* name) { SetElementName(OrEmpty(name)); }
 
-void CXmlElement::SetElementName(std::u16string_view name) {
-    const std::u16string* old = m_localName;
-    m_localName = CXmlNodePool::MakeName(m_pool, name);
-    CXmlNodePool::DropName(m_pool, old);
+void CXmlElement::SetElementName(std::u16string_view name) { SetElementNameHinted(name, nullptr); }
+
+void CXmlElement::SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint) {
+    const CXmlNodeName old = m_localName;
+    m_localName = CXmlNodePool::MakeName(m_pool, name, hint);
+    CXmlNodePool::DropName(old);
 }
 
 void CXmlElement::SetNamespace(const char16_t* namespaceURI) { SetNamespace(OrEmpty(namespaceURI)); }
 
-void CXmlElement::SetNamespace(std::u16string_view namespaceURI) {
-    const std::u16string* old = m_namespaceURI;
-    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI);
-    CXmlNodePool::DropName(m_pool, old);
+void CXmlElement::SetNamespace(std::u16string_view namespaceURI) { SetNamespaceHinted(namespaceURI, nullptr); }
+
+void CXmlElement::SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint) {
+    const CXmlNodeName old = m_namespaceURI;
+    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI, hint);
+    CXmlNodePool::DropName(old);
 }
 
 void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value,
@@ -182,15 +186,15 @@ CXmlElement* CXmlElement::RemoveLastChildElement() {
 }
 
 std::u16string CXmlElement::GetQName() const {
-    if (m_document && !m_namespaceURI->empty()) {
-        std::u16string alias = m_document->LookupAliasFromNamespace(std::u16string_view(*m_namespaceURI));
+    if (m_document && !m_namespaceURI.Get().empty()) {
+        std::u16string alias = m_document->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
         if (!alias.empty()) {
             alias += u':';
-            alias += *m_localName;
+            alias += m_localName.Get();
             return alias;
         }
     }
-    return *m_localName;
+    return m_localName.Get();
 }
 
 std::u16string CXmlElement::GetNameWithPredicate() const {

@@ -8,6 +8,7 @@
 
 #include "kvxml/base/CInstanceMonitor.h"
 #include "kvxml/platform/KvExport.h"
+#include "kvxml/xml/CXmlNodeName.h"
 #include "kvxml/xml/CXmlAttribute.h"
 
 namespace KvXmlLib16 {
@@ -43,8 +44,8 @@ public:
     CXmlElement* GetFirstElement() const { return m_firstChild; }
     CXmlElement* GetNextSiblingElement() const { return m_nextSibling; }
     const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
-    const std::u16string& GetLocalName() const { return *m_localName; }
-    const std::u16string& GetNamespaceURI() const { return *m_namespaceURI; }
+    const std::u16string& GetLocalName() const { return m_localName.Get(); }
+    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
     const std::u16string& GetText() const { return m_text; }
     // First attribute equal in name and namespace URI; an absent one gives an empty string.
     const std::u16string& GetAttribute(const char16_t* name, const char16_t* namespaceURI) const;
@@ -73,6 +74,9 @@ public:
 private:
     friend class CXmlDocument;
     friend class CExpatReader;
+
+    void SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint);
+    void SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint);
     friend class CXmlAttribute;
 
     CXmlDocument* m_document;
@@ -82,10 +86,10 @@ private:
     CXmlElement* m_lastChild;
     std::vector<CXmlAttribute*> m_attributes;
     std::u16string m_text;
-    // Interned in the pool when there is one, else owned; never null.
+    // Interned in the pool when there is one and it has room, else owned.
     CXmlNodePool* m_pool;
-    const std::u16string* m_localName;
-    const std::u16string* m_namespaceURI;
+    CXmlNodeName m_localName;
+    CXmlNodeName m_namespaceURI;
 };
 
 } // namespace KvXmlLib16

@@ -53,7 +53,17 @@ void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
     return header + 1;
 }
 
+// Under AddressSanitizer every block is its own heap allocation, so that a node used after its
+// deletion is reported instead of quietly reading a recycled block.
+#if defined(__SANITIZE_ADDRESS__)
+#define KVXML_POOL_BLOCKS_FROM_HEAP 1
+#endif
+
 void* CXmlNodePool::AllocateBlock(size_t blockSize) {
+#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
+    void* block = std::malloc(blockSize);
+    if (!block) throw std::bad_alloc();
+#else
     const size_t slot = blockSize / kGranule;
     void* block = m_freeLists[slot];
     if (block) {
@@ -73,6 +83,7 @@ void* CXmlNodePool::AllocateBlock(size_t blockSize) {
         block = m_cursor;
         m_cursor += blockSize;
     }
+#endif
     auto* header = static_cast<BlockHeader*>(block);
     header->pool = this;
     ++m_references;
@@ -89,9 +100,14 @@ void CXmlNodePool::Free(void* block, size_t size) {
 }
 
 void CXmlNodePool::FreeBlock(void* header, size_t blockSize) {
+#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
+    (void)blockSize;
+    std::free(header);
+#else
     const size_t slot = blockSize / kGranule;
     *static_cast<void**>(header) = m_freeLists[slot];
     m_freeLists[slot] = header;
+#endif
     Release();
 }
 
@@ -111,36 +127,55 @@ void CXmlNodePool::Trim() {
     m_names.clear();
 }
 
-const std::u16string& CXmlNodePool::EmptyString() {
-    static const std::u16string empty;
-    return empty;
-}
+// Constant-initialised, so it is ready before any static node could be built.
+constinit const std::u16string CXmlNodePool::s_empty{};
 
 const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
+    // Two-way cache keyed by length and three characters; the hash table only on a miss.
     const size_t size = text.size();
-    const size_t key = (size * 7 + text[0] + text[size / 2] * 5 + text[size - 1] * 3) % kRecentNames;
-    const std::u16string* recent = m_recentNames[key];
-    if (recent && recent->size() == size && std::memcmp(recent->data(), text.data(), size * sizeof(char16_t)) == 0)
-        return recent;
+    const uint32_t mix = static_cast<uint32_t>(size) * 0x9E3779B1u ^ static_cast<uint32_t>(text[0]) * 0x85EBCA6Bu ^
+                         static_cast<uint32_t>(text[size / 2]) * 0xC2B2AE35u ^ static_cast<uint32_t>(text[size - 1]);
+    const size_t key = ((mix ^ (mix >> 15)) % (kRecentNames / 2)) * 2;
+    for (size_t way = key; way < key + 2; ++way) {
+        const std::u16string* recent = m_recentNames[way];
+        if (recent && recent->size() == size &&
+            std::memcmp(recent->data(), text.data(), size * sizeof(char16_t)) == 0)
+            return recent;
+    }
     auto found = m_names.find(text);
-    if (found == m_names.end()) found = m_names.emplace(text).first;
+    if (found == m_names.end()) {
+        if (m_names.size() >= kMaxNames) return nullptr;
+        found = m_names.emplace(text).first;
+    }
+    // The newer entry takes the first way, the older moves to the second.
+    m_recentNames[key + 1] = m_recentNames[key];
     m_recentNames[key] = &*found;
     return m_recentNames[key];
 }
 
-const std::u16string* CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view text) {
-    if (text.empty()) return &EmptyString();
-    if (pool) return pool->Intern(text);
-    return new std::u16string(text);
+CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint) {
+    if (text.empty()) return EmptyName();
+    if (pool) {
+        if (hint && !hint->IsOwned()) {
+            const std::u16string& expected = hint->Get();
+            if (expected.size() == text.size() &&
+                std::memcmp(expected.data(), text.data(), text.size() * sizeof(char16_t)) == 0)
+                return *hint;
+        }
+        if (const std::u16string* interned = pool->Intern(text))
+            return CXmlNodeName{reinterpret_cast<uintptr_t>(interned)};
+    }
+    static_assert(alignof(std::u16string) >= 2, "the low bit of a name pointer must be free");
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(text)) | 1};
 }
 
-const std::u16string* CXmlNodePool::CopyName(CXmlNodePool* pool, const std::u16string* name) {
-    if (pool || name == &EmptyString()) return name;
-    return new std::u16string(*name);
+CXmlNodeName CXmlNodePool::CopyName(CXmlNodeName name) {
+    if (!name.IsOwned()) return name;
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(name.Get())) | 1};
 }
 
-void CXmlNodePool::DropName(CXmlNodePool* pool, const std::u16string* name) {
-    if (!pool && name != &EmptyString()) delete name;
+void CXmlNodePool::DropName(CXmlNodeName name) {
+    if (name.IsOwned()) delete &name.Get();
 }
 
 } // namespace KvXmlLib16

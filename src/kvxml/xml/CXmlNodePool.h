@@ -7,6 +7,8 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "kvxml/xml/CXmlNodeName.h"
+
 namespace KvXmlLib16 {
 
 // Memory of one document's tree. A load creates about one element and a few attributes per
@@ -35,11 +37,15 @@ public:
     // Returns slabs and names to the heap when nothing uses them.
     void Trim();
 
-    // Names of nodes: interned in the pool when there is one, else owned by the node.
-    static const std::u16string* MakeName(CXmlNodePool* pool, std::u16string_view text);
-    static const std::u16string* CopyName(CXmlNodePool* pool, const std::u16string* name);
-    static void DropName(CXmlNodePool* pool, const std::u16string* name);
-    static const std::u16string& EmptyString();
+    // Names of nodes: interned in the pool when there is one, else owned by the node. The pool
+    // holds a bounded number of distinct names, so that a huge document of ever new names read
+    // through a filter still runs in constant memory; names beyond that are owned.
+    // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
+    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
+    static CXmlNodeName CopyName(CXmlNodeName name);
+    static void DropName(CXmlNodeName name);
+    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&s_empty)}; }
+    static const std::u16string& EmptyString() { return s_empty; }
 
 private:
     CXmlNodePool();
@@ -48,6 +54,7 @@ private:
     void* AllocateBlock(size_t blockSize);
     void FreeBlock(void* header, size_t blockSize);
     void ReleaseSlabs();
+    // Null when the pool has no room for another name.
     const std::u16string* Intern(std::u16string_view text);
 
     // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
@@ -55,6 +62,7 @@ private:
     static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
     static constexpr size_t kGranule = 8;
     static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
+    static constexpr size_t kMaxNames = 65536;
 
     struct NameHash {
         using is_transparent = void;
@@ -66,6 +74,8 @@ private:
         bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
     };
 
+    static const std::u16string s_empty;
+
     struct Slab;
     Slab* m_slabs;
     unsigned char* m_cursor;
@@ -76,7 +86,7 @@ private:
     bool m_attached;
     std::unordered_set<std::u16string, NameHash, NameEqual> m_names;
     // Names asked for recently, by a cheap key: most lookups end here without hashing.
-    static constexpr size_t kRecentNames = 32;
+    static constexpr size_t kRecentNames = 64;
     const std::u16string* m_recentNames[kRecentNames];
 };
 
