@@ -252,6 +252,22 @@ TEST(Checkout, WalletWithTooManyGiftCards) {
               "in this collection is 3");
 }
 
+TEST(Checkout, AlternativesInAnotherNamespaceMatchOnlyWhenNamespacesAreIgnored) {
+    // A partner writes the payment method's children unqualified.
+    const std::string text = std::string(kHead) + kShortContact +
+                             "<paymentMethod><invoice xmlns=''><dueInDays xmlns=''>10</dueInDays></invoice>"
+                             "</paymentMethod></checkout>";
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    EXPECT_EQ(FullMessageOf([&] { Read(*checkout, text.c_str(), CheckoutContext()); }),
+              "Failed read all the elements held within the element [paymentMethod]. The unexpected element "
+              "[invoice] remains un processed\nPath: /checkout/paymentMethod");
+    CSerializationContext lenient = CheckoutContext();
+    lenient.SetIgnoreNamespaces(true);
+    Read(*checkout, text.c_str(), lenient);
+    ASSERT_NE(checkout->GetPaymentMethod()->GetInvoice(), nullptr);
+    EXPECT_EQ(checkout->GetPaymentMethod()->GetInvoice()->GetDueInDays(), 10);
+}
+
 TEST(Checkout, SettersKeepOneAlternative) {
     CSmartPtr<CCheckout> checkout = MakeCheckout();
     CPaymentMethod* method = checkout->GetPaymentMethod();
