@@ -73,7 +73,7 @@ const char16_t* OrderStatusToText(int32_t value);
 int32_t OrderStatusFromText(const char16_t* text);
 
 // Common frame of the generated classes: identity, namespaces, the tables.
-#define KVXML_SAMPLE_GENERATED_MEMBERS(ClassName)                                                  \
+#define KVXML_SAMPLE_GENERATED_MEMBERS()                                                           \
 public:                                                                                            \
     KvXmlLib16::CXmlObjectBase* GetBase() override { return this; }                               \
     std::u16string GetTargetNamespace() override { return kTargetNamespace; }                     \
@@ -101,7 +101,7 @@ private:                                                                        
 // ---- AddressType ------------------------------------------------------------------------------
 
 class CAddress : public KvXmlLib16::CXmlGeneratedClass, public KvXmlLib16::INillable {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CAddress)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CAddress();
     bool IsNil() const override { return m_nil; }
@@ -128,7 +128,7 @@ private:
 // ---- quantity: a class with a text value ------------------------------------------------------
 
 class CQuantity : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CQuantity)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CQuantity();
     uint32_t GetValue() const { return m_value; }
@@ -145,7 +145,7 @@ private:
 // ---- ItemTracking: a group without an element; its attributes go into the item's start tag -----
 
 class CItemTracking : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CItemTracking)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CItemTracking();
     const std::optional<std::u16string>& GetAddedBy() const { return m_addedBy; }
@@ -165,7 +165,7 @@ private:
 // ---- item -------------------------------------------------------------------------------------
 
 class CItem : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CItem)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CItem();
     const std::u16string& GetPartNumber() const { return m_partNumber; }
@@ -219,7 +219,7 @@ protected:
 };
 
 class CCreditCardPayment : public CPayment {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CCreditCardPayment)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CCreditCardPayment();
     const std::u16string& GetCardHolder() const { return m_cardHolder; }
@@ -233,7 +233,7 @@ private:
 };
 
 class CBankTransferPayment : public CPayment {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CBankTransferPayment)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CBankTransferPayment();
     const std::u16string& GetIban() const { return m_iban; }
@@ -253,7 +253,7 @@ public:
 // ---- purchaseOrder ----------------------------------------------------------------------------
 
 class CPurchaseOrder : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CPurchaseOrder)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CPurchaseOrder();
 
@@ -325,7 +325,7 @@ public:
 // ---- purchaseOrders: a batch, the root of large documents -------------------------------------
 
 class CPurchaseOrderBatch : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CPurchaseOrderBatch)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CPurchaseOrderBatch();
     const std::optional<std::u16string>& GetBatchId() const { return m_batchId; }
