@@ -45,7 +45,7 @@ int32_t ContactChannelFromText(const char16_t* text);
 // ---- ContactType: an xs:all, the children in any order ------------------------------------------
 
 class CContact : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CContact)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CContact();
     const std::u16string& GetName() const { return m_name; }
@@ -71,7 +71,7 @@ private:
 // ---- the alternatives of a payment method ------------------------------------------------------
 
 class CCard : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CCard)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CCard();
     const std::u16string& GetHolder() const { return m_holder; }
@@ -87,7 +87,7 @@ private:
 };
 
 class CBankTransfer : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CBankTransfer)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CBankTransfer();
     const std::u16string& GetIban() const { return m_iban; }
@@ -104,7 +104,7 @@ private:
 };
 
 class CInvoice : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CInvoice)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CInvoice();
     int32_t GetDueInDays() const { return m_dueInDays; }
@@ -141,7 +141,7 @@ private:
 // The group Wallet: a choice with no element of its own; its alternative stands directly in the
 // paymentMethod element.
 class CWallet : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CWallet)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CWallet();
     const std::optional<std::u16string>& GetPaypalAccount() const { return m_paypalAccount; }
@@ -157,7 +157,7 @@ private:
 // ---- PaymentMethodType: an xs:choice; the setters keep one alternative selected ------------------
 
 class CPaymentMethod : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CPaymentMethod)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CPaymentMethod();
     CCard* GetCard() const { return m_card; }
@@ -184,7 +184,7 @@ private:
 // ---- checkout: the root ---------------------------------------------------------------------------
 
 class CCheckout : public KvXmlLib16::CXmlGeneratedClass {
-    KVXML_SAMPLE_GENERATED_MEMBERS(CCheckout)
+    KVXML_SAMPLE_GENERATED_MEMBERS()
 public:
     CCheckout();
     const std::u16string& GetOrderRef() const { return m_orderRef; }
