@@ -238,7 +238,8 @@ bool CElementInfoChoiceUntpdCol::ElementFromXml(const Context& context, Object* 
         result = FromXml_Int(collection, parent, *current, context, false);
     } else {
         // With no element left there is no namespace to lock to; the empty one matches nothing present.
-        const std::u16string ns = *current ? (*current)->GetNamespaceURI() : std::u16string();
+        static const std::u16string noNamespace;
+        const std::u16string& ns = *current ? (*current)->GetNamespaceURI() : noNamespace;
         result = collection->FromXmlLockElementName_Int(m_elementName.c_str(), ns.c_str(), parent, *current, context,
                                                         false);
     }
