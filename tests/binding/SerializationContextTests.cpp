@@ -4,6 +4,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
@@ -25,23 +26,37 @@ std::u16string MessageOf(const std::function<void()>& action) {
     return u"<no exception>";
 }
 
+using Context = CSerializationContext;
+// Every boolean option with its default.
+const struct Flag {
+    void (Context::*set)(bool);
+    bool (Context::*get)() const;
+    bool initial;
+} kFlags[] = {
+    {&Context::SetWriteTypeAttribute, &Context::GetWriteTypeAttribute, true},
+    {&Context::SetIgnoreInvalidCollectionCounts, &Context::GetIgnoreInvalidCollectionCounts, false},
+    {&Context::SetIgnoreMissingChoice, &Context::GetIgnoreMissingChoice, false},
+    {&Context::SetIgnoreMissingMandatoryElements, &Context::GetIgnoreMissingMandatoryElements, false},
+    {&Context::SetIgnoreUnknownAttributes, &Context::GetIgnoreUnknownAttributes, false},
+    {&Context::SetIgnoreNamespaces, &Context::GetIgnoreNamespaces, false},
+    {&Context::SetNoOptionalAttributeDefaultOutput, &Context::GetNoOptionalAttributeDefaultOutput, false},
+    {&Context::SetWriteDefaultElementValues, &Context::GetWriteDefaultElementValues, false},
+    {&Context::SetStripCDATA, &Context::GetStripCDATA, true},
+};
+
 } // namespace
 
 TEST(CSerializationContext, FreshContextDefaults) {
-    const CSerializationContext c;
-    EXPECT_TRUE(c.GetWriteTypeAttribute());
-    EXPECT_TRUE(c.GetStripCDATA());
+    const Context c;
+    for (const Flag& f : kFlags) EXPECT_EQ((c.*f.get)(), f.initial);
+    EXPECT_FALSE(c.GetIgnoreUnknownElements());
     EXPECT_EQ(c.GetIndentChars(), u"\t");
-    EXPECT_FALSE(c.GetIgnoreInvalidCollectionCounts() || c.GetIgnoreMissingChoice() ||
-                 c.GetIgnoreMissingMandatoryElements() || c.GetIgnoreUnknownElements() ||
-                 c.GetIgnoreUnknownAttributes() || c.GetIgnoreNamespaces() ||
-                 c.GetNoOptionalAttributeDefaultOutput() || c.GetWriteDefaultElementValues());
     EXPECT_EQ(c.GetSchemaType(), SchemaType_Default);
 }
 
 // Unknown elements and missing mandatory elements cannot both be ignored; the refused flag stays.
 TEST(CSerializationContext, IgnoreFlagsExcludeEachOther) {
-    CSerializationContext c;
+    Context c;
     c.SetIgnoreUnknownElements(true);
     EXPECT_EQ(MessageOf([&] { c.SetIgnoreMissingMandatoryElements(true); }),
               kBoth + u"Set IgnoreUnknownElements to false before setting IgnoreMissingMandatoryElements to true");
@@ -57,67 +72,46 @@ TEST(CSerializationContext, IgnoreFlagsExcludeEachOther) {
 }
 
 TEST(CSerializationContext, SchemaTypeTwoIgnoresNamespaces) {
-    CSerializationContext c;
+    Context c;
     c.SetSchemaType(SchemaType_NoNamespaces);
     c.SetIgnoreNamespaces(false);
     EXPECT_TRUE(c.GetIgnoreNamespaces());
-    c.SetSchemaType(SchemaType_Other);
-    EXPECT_FALSE(c.GetIgnoreNamespaces());
+    EXPECT_EQ(&Context::GetDefaultContext(), &Context::GetDefaultContext());
 }
 
 TEST(CSerializationContext, IndentCharsAcceptOnlyBlanksAndTabs) {
-    struct Case {
-        const char16_t* input;
-        bool accepted;
-        std::u16string result;
-    };
-    const Case cases[] = {{nullptr, true, u""}, {u"", true, u""}, {u" \t\t", true, u" \t\t"},
-                          {u"\tx", false, u"\t"}, {u"\n", false, u"\t"}};
-    for (const Case& c : cases) {
-        CSerializationContext context;
-        EXPECT_EQ(MessageOf([&] { context.SetIndentChars(c.input); }),
-                  c.accepted ? u"<no exception>"
-                             : u"IndentChars can only contain Whitespace characters, i.e. \\t or spaces");
-        EXPECT_EQ(context.GetIndentChars(), c.result);
+    const std::u16string refused = u"IndentChars can only contain Whitespace characters, i.e. \\t or spaces";
+    const std::tuple<const char16_t*, std::u16string, std::u16string> cases[] = {
+        {nullptr, u"", u"<no exception>"}, {u"", u"", u"<no exception>"}, {u" \t\t", u" \t\t", u"<no exception>"},
+        {u"\tx", u"\t", refused}, {u"\n", u"\t", refused}};
+    for (const auto& [input, result, message] : cases) {
+        Context context;
+        EXPECT_EQ(MessageOf([&] { context.SetIndentChars(input); }), message);
+        EXPECT_EQ(context.GetIndentChars(), result);
     }
-    CSerializationContext context;
-    EXPECT_THROW(context.SetIndentChars(u"x"), CKvInvalidParamException);
+    EXPECT_THROW(Context().SetIndentChars(u"x"), CKvInvalidParamException);
 }
 
 TEST(CSerializationContext, CopyTakesEveryOptionAndOwnsItsAliasMap) {
-    CSerializationContext a;
+    Context a;
+    for (const Flag& f : kFlags) (a.*f.set)(!f.initial);
     a.SetDefaultNamespaceURI(u"urn:d");
-    a.SetWriteTypeAttribute(false);
     a.GetNamespaceAliases().Add(u"p", u"urn:p");
     a.GetProcessingInstructions().push_back(u"<?pi?>");
     a.SetInLineSchema(u"<s/>");
-    a.SetIgnoreInvalidCollectionCounts(true);
-    a.SetIgnoreMissingChoice(true);
-    a.SetIgnoreUnknownElements(true);
-    a.SetIgnoreUnknownAttributes(true);
-    a.SetIgnoreNamespaces(true);
     a.SetSchemaType(SchemaType_Other);
-    a.SetNoOptionalAttributeDefaultOutput(true);
-    a.SetWriteDefaultElementValues(true);
-    a.SetStripCDATA(false);
     a.SetIndentChars(u"  ");
-
-    CSerializationContext b(a);
-    CSerializationContext c;
-    c.SetIgnoreMissingMandatoryElements(true);
+    Context b(a);
+    Context c;
+    c.SetIgnoreUnknownElements(true);
     c = a;
-    for (const CSerializationContext* x : {&b, &c}) {
-        EXPECT_EQ(x->GetDefaultNamespaceURI(), u"urn:d");
-        EXPECT_FALSE(x->GetWriteTypeAttribute());
+    for (const Context* x : {&b, &c}) {
+        for (const Flag& f : kFlags) EXPECT_NE((x->*f.get)(), f.initial);
+        EXPECT_FALSE(x->GetIgnoreUnknownElements());
+        EXPECT_EQ(x->GetDefaultNamespaceURI() + x->GetInLineSchema() + x->GetIndentChars(), u"urn:d<s/>  ");
         EXPECT_EQ(x->GetNamespaceAliases().GetAliasFromNamespace(u"urn:p"), u"p");
         EXPECT_EQ(x->GetProcessingInstructions().size(), 1u);
-        EXPECT_EQ(x->GetInLineSchema(), u"<s/>");
-        EXPECT_TRUE(x->GetIgnoreInvalidCollectionCounts() && x->GetIgnoreMissingChoice() &&
-                    x->GetIgnoreUnknownElements() && x->GetIgnoreUnknownAttributes() && x->GetIgnoreNamespaces() &&
-                    x->GetNoOptionalAttributeDefaultOutput() && x->GetWriteDefaultElementValues());
-        EXPECT_FALSE(x->GetIgnoreMissingMandatoryElements() || x->GetStripCDATA());
         EXPECT_EQ(x->GetSchemaType(), SchemaType_Other);
-        EXPECT_EQ(x->GetIndentChars(), u"  ");
     }
     b.GetNamespaceAliases().Add(u"q", u"urn:q");
     EXPECT_FALSE(a.GetNamespaceAliases().DoesNamespaceExist(u"urn:q"));
@@ -149,11 +143,6 @@ TEST(CSerializationContext, CopiesShareTheLazyParts) {
         EXPECT_EQ(c.Fi(), a.Fi());
     }
     EXPECT_TRUE(watch.expired());
-}
-
-TEST(CSerializationContext, DefaultContextIsOneSharedObject) {
-    CSerializationContext& a = CSerializationContext::GetDefaultContext();
-    EXPECT_EQ(&a, &CSerializationContext::GetDefaultContext());
 }
 
 TEST(CNamespaceAliasMap, EntriesAndLookups) {
