@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 #include "kvxml/values/CBigInteger.h"
@@ -113,4 +114,46 @@ TEST(BigNumberConversions, DecimalFormatIsANumberOfPlaces)
     EXPECT_EQ(CConversions::integerToString(CBigInteger(u"-0")), u"0");
     EXPECT_EQ(CConversions::integerFromString(u" 7 ", Rule::WhitespaceRule_Collapse).ToString(), u"7");
     EXPECT_EQ(CConversions::decimalFromString(u"1\r\n.5", Rule::WhitespaceRule_Replace).ToString(), u"1.5");
+}
+
+TEST(BigNumberRobustness, RandomTextsReturnOrFailCleanly)
+{
+    // Random and mutated texts through every entry point that reads text; each must give a value
+    // or one of the library's exceptions, and never touch memory outside its own.
+    const std::u16string alphabet = u"0123456789+-.eE \t\n\rx,\u00e9";
+    const std::u16string seeds[] = {u"-12.5e3", u" 1 2 . 3 ", u"0.000000000000000000000000000000015", u"1e-5",
+                                    u"99999999999999999999.99", u"12-34", u"+.5E+2"};
+    std::mt19937_64 rng(2024);
+    for (int round = 0; round < 2000; ++round) {
+        std::u16string text;
+        if (round % 2) {
+            for (size_t n = rng() % 20; text.size() < n;)
+                text.push_back(alphabet[rng() % alphabet.size()]);
+        } else {
+            text = seeds[rng() % 7];
+            for (int k = 1 + int(rng() % 3); k > 0; --k) {
+                size_t at = rng() % (text.size() + 1);
+                char16_t c = alphabet[rng() % alphabet.size()];
+                if (rng() % 2 && at < text.size())
+                    text[at] = c;
+                else
+                    text.insert(at, 1, c);
+            }
+        }
+        if (round % 400 == 0)
+            text += std::u16string(520 + rng() % 600, u'7'); // past the scanner's buffers
+        const Rule rule = Rule(rng() % 4);
+        try {
+            CDecimal d(text.c_str());
+            (void)d.ToString();
+            (void)d.ToString(int32_t(rng() % 40));
+            (void)CConversions::decimalFromString(text, rule);
+        } catch (const CKvException&) {
+        }
+        try {
+            (void)CBigInteger(text.c_str()).ToString();
+            (void)CConversions::integerFromString(text, rule).ToString();
+        } catch (const CKvException&) {
+        }
+    }
 }
