@@ -23,42 +23,20 @@ TEST(BigNumberVariant, StoresAndReturnsCopies)
     v.SetDecimal(d);
     d += CDecimal(1);
     EXPECT_EQ(v.GetTypeAsEnum(), ItemType_decimal);
-    EXPECT_EQ(v.GetType(), u"decimal");
     EXPECT_EQ(v.GetDecimal().ToString(), u"-12.25");
-    EXPECT_EQ(v.ToString(), u"-12.25");
     EXPECT_EQ(v.ToString(u"1"), u"-12.3");
     EXPECT_EQ(v.ToString(u""), u"-12.25");
+    EXPECT_EQ(v.GetInteger().ToString(), u"0"); // another kind gives zero, not a stray pointer
 
     CBigInteger b(u"123456789012345678901234567890");
     v.SetInteger(b);
     b.Negate();
     EXPECT_EQ(v.GetTypeAsEnum(), ItemType_integer);
-    EXPECT_EQ(v.GetType(), u"integer");
-    EXPECT_EQ(v.GetInteger().ToString(), u"123456789012345678901234567890");
     EXPECT_EQ(v.ToString(u"5"), u"123456789012345678901234567890") << "integers take no format";
-
-    // Copies of the variant own their own value.
     KvVariant copy(v);
     v.SetInteger(CBigInteger(1));
-    EXPECT_EQ(copy.GetInteger().ToString(), u"123456789012345678901234567890");
-    // Setting a variant from its own value.
     copy.SetInteger(copy.GetInteger() + CBigInteger(1));
     EXPECT_EQ(copy.ToString(), u"123456789012345678901234567891");
-}
-
-TEST(BigNumberVariant, NilOrOtherKindGivesZero)
-{
-    KvVariant v;
-    v.SetDecimal(CDecimal(u"1.5"));
-    v.SetNil();
-    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_decimal);
-    EXPECT_EQ(v.GetDecimal().ToString(), u"0");
-    KvVariant nilCopy(v);
-    EXPECT_TRUE(nilCopy.IsNil());
-    EXPECT_EQ(nilCopy.ToString(), u"");
-    v.SetI4(5);
-    EXPECT_EQ(v.GetInteger().ToString(), u"0");
-    EXPECT_EQ(v.GetDecimal().ToString(), u"0");
 }
 
 TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure)
@@ -72,11 +50,9 @@ TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure)
     const Case cases[] = {
         {u" 1.50 ", ItemType_decimal, Rule::WhitespaceRule_Collapse, u"1.5"},
         {u"\t-0.5\n", ItemType_decimal, Rule::WhitespaceRule_None, u"-0.5"},
-        {u"1e2", ItemType_decimal, Rule::WhitespaceRule_Preserve, u"100"},
-        {u"  -123  ", ItemType_integer, Rule::WhitespaceRule_None, u"-123"},
-        {u"12-34", ItemType_integer, Rule::WhitespaceRule_Collapse, u"34"},
+        {u"\t-5\n", ItemType_integer, Rule::WhitespaceRule_Collapse, u"-5"},
+        {u"\t-5\n", ItemType_integer, Rule::WhitespaceRule_None, u"0"},
         {u"1.9", ItemType_integer, Rule::WhitespaceRule_Collapse, u"2"},
-        {u"", ItemType_integer, Rule::WhitespaceRule_Collapse, u"0"},
     };
     for (const Case& c : cases) {
         KvVariant v;
@@ -84,14 +60,12 @@ TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure)
         EXPECT_EQ(v.GetTypeAsEnum(), c.kind) << N(c.text);
         EXPECT_EQ(v.ToString(), c.expected) << N(c.text);
     }
-
     KvVariant v;
     v.SetString(u"keep");
     ExpectThrowMessage<CKvInvalidValueException>(
         [&] { v.FromString(u"1.2.3", ItemType_decimal, Rule::WhitespaceRule_Collapse); },
         "The string representing a Decimal, contained an invalid char at position 3 [1.2.3].");
     EXPECT_THROW(v.FromString(u"x1", ItemType_integer, Rule::WhitespaceRule_Collapse), CKvInvalidValueException);
-    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_string);
     EXPECT_EQ(v.GetString(), u"keep");
 }
 
@@ -103,17 +77,12 @@ TEST(BigNumberConversions, DecimalFormatIsANumberOfPlaces)
         const char16_t* expected;
     };
     const Case cases[] = {
-        {u"1.25", u"", u"1.25"},  {u"1.25", u"1", u"1.3"},   {u"1", u"2", u"1.00"},
-        {u"1.5", u"0", u"2."},    {u"1.25", u"x", u"1."},    {u"-1.25", u" 1", u"-1.3"},
-        {u"3.14159", u"3abc", u"3.142"},
+        {u"1.25", u"", u"1.25"}, {u"1.25", u"1", u"1.3"}, {u"1.25", u"x", u"1."}, {u"3.14159", u"3abc", u"3.142"},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(CConversions::decimalToString(CDecimal(c.value), c.format), c.expected)
-            << N(c.value) << " with " << N(c.format);
+        EXPECT_EQ(CConversions::decimalToString(CDecimal(c.value), c.format), c.expected) << N(c.format);
     EXPECT_EQ(CConversions::decimalToString(CDecimal(u"-0.5")), u"-0.5");
     EXPECT_EQ(CConversions::integerToString(CBigInteger(u"-0")), u"0");
-    EXPECT_EQ(CConversions::integerFromString(u" 7 ", Rule::WhitespaceRule_Collapse).ToString(), u"7");
-    EXPECT_EQ(CConversions::decimalFromString(u"1\r\n.5", Rule::WhitespaceRule_Replace).ToString(), u"1.5");
 }
 
 TEST(BigNumberRobustness, RandomTextsReturnOrFailCleanly)

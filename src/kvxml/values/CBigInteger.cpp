@@ -24,25 +24,6 @@ size_t LowZeros(const std::u16string& d)
     return k;
 }
 
-// a -= b in place, for a >= b; leaves a clean.
-void SubtractInPlace(std::u16string& a, const std::u16string& b)
-{
-    int borrow = 0;
-    size_t i = 0;
-    for (; i < b.size(); ++i) {
-        int v = int(a[i]) - int(b[i]) - borrow;
-        borrow = v < 0;
-        a[i] = char16_t(v < 0 ? v + 10 : v);
-    }
-    for (; borrow && i < a.size(); ++i) {
-        int v = int(a[i]) - borrow;
-        borrow = v < 0;
-        a[i] = char16_t(v < 0 ? v + 10 : v);
-    }
-    while (a.size() > 1 && a.back() == 0)
-        a.pop_back();
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -446,7 +427,12 @@ void CBigInteger::Subtract(const Digits& a, const Digits& b, Digits& out)
     Digits result = a;
     if (b.size() > result.size())
         result.resize(b.size(), 0); // only reachable when the a >= b precondition is broken
-    SubtractInPlace(result, b);
+    int borrow = 0;
+    for (size_t i = 0; i < result.size() && (i < b.size() || borrow); ++i) {
+        int v = int(result[i]) - (i < b.size() ? int(b[i]) : 0) - borrow;
+        borrow = v < 0;
+        result[i] = char16_t(v < 0 ? v + 10 : v);
+    }
     Clean(result);
     out = std::move(result);
 }
