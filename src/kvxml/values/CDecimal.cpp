@@ -75,9 +75,9 @@ void CDecimal::Parse(const char16_t* text)
 {
     if (text == nullptr)
         text = u"";
-    char16_t integerDigits[MAX_INTEGER_DIGITS + 1];
-    char16_t fractionDigits[MAX_FRACTION_DIGITS + 1];
-    char16_t exponentDigits[MAX_EXPONENT_DIGITS + 1];
+    char16_t integerDigits[MAX_INTEGER_DIGITS];
+    char16_t fractionDigits[MAX_FRACTION_DIGITS];
+    char16_t exponentDigits[MAX_EXPONENT_DIGITS];
     int32_t integerCount = 0, fractionCount = 0, exponentCount = 0;
     bool negative = false;
     bool exponentNegative = false;
