@@ -1,6 +1,7 @@
 #include "kvxml/values/CDecimal.h"
 
 #include <charconv>
+#include <cstdint>
 #include <utility>
 
 #include "kvxml/base/CKvException.h"
@@ -330,14 +331,13 @@ std::u16string CDecimal::ToString(int32_t decimalPlaces) const
     }
     const int64_t halfDivider = int64_t(places) + 1;
     CDecimal rounded(zero, five, 1);
-    if (halfDivider <= m_maxDivider) {
-        rounded.m_fractionDivider = int32_t(halfDivider);
-    } else if (m_maxDivider >= 0) {
+    if (halfDivider > m_maxDivider && m_maxDivider >= 0) {
         // Cut to the limit: a lone 5 one place or more behind it is dropped, a tie at most.
         rounded.m_fractionPart = zero;
         rounded.m_fractionDivider = m_maxDivider;
     } else {
-        rounded.CutToLimit(); // a negative limit can't be honoured: fails
+        rounded.m_fractionDivider = int32_t(halfDivider < INT32_MAX ? halfDivider : INT32_MAX);
+        rounded.CutToLimit(); // only a negative limit cuts here
     }
     rounded = rounded + *this;
 
