@@ -18,6 +18,7 @@
 #include "kvxml/values/CDateTime.h"
 #include "kvxml/values/CDateTimeSpan.h"
 #include "kvxml/values/CDecimal.h"
+#include "kvxml/values/CPrimitiveRestrictions.h"
 #include "kvxml/values/CWhitespaceUtils.h"
 #include "kvxml/values/ItemType.h"
 #include "kvxml/values/KvVariant.h"
@@ -30,5 +31,17 @@
 
 #include "kvxml/fastinfoset/FInfoDecl.h"
 
+#include "kvxml/xml/CXmlAttribute.h"
+#include "kvxml/xml/CXmlDocument.h"
+#include "kvxml/xml/CXmlElement.h"
+
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"
+
+#include "kvxml/collections/CAttribute.h"
+#include "kvxml/collections/CAttributeCol.h"
+#include "kvxml/collections/CElement.h"
+#include "kvxml/collections/CElementCol.h"
+#include "kvxml/collections/CXmlCollection.h"
+#include "kvxml/collections/CXmlCollectionBase.h"
+#include "kvxml/collections/CXmlTypeCollection.h"

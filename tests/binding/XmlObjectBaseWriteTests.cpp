@@ -42,6 +42,10 @@ public:
     std::u16string GetTargetNamespace() override { return m_ns; }
     std::u16string GetNamespace() override { return m_ns; }
 
+    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* firstChild, const CSerializationContext&, bool) override {
+        return firstChild;
+    }
+
     void AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext&) const override {
         for (const auto& a : m_attributes) writer->WriteAttribute(a.name, a.ns, a.value, kString);
     }

@@ -2,6 +2,7 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
+#include "kvxml/collections/CAttributeCol.h"
 
 namespace KvXmlLib16 {
 
@@ -79,7 +80,7 @@ CSerializationContext& CSerializationContext::operator=(const CSerializationCont
     m_defaultNamespaceURI = other.m_defaultNamespaceURI;
     m_writeTypeAttribute = other.m_writeTypeAttribute;
     if (this != &other) m_namespaceAliases = other.m_namespaceAliases;
-    // additional root attributes: take a counted reference to other's collection here
+    m_additionalRootAttributes = other.m_additionalRootAttributes;
     m_processingInstructions = other.m_processingInstructions;
     m_inLineSchema = other.m_inLineSchema;
     m_ignoreInvalidCollectionCounts = other.m_ignoreInvalidCollectionCounts;
