@@ -111,8 +111,8 @@ void ExpectWalk(int16_t y0, int m0, int d0, int64_t days, int64_t walked) {
 TEST(DateTimeAdd, DayAdditionMatchesThePlainWalk) {
     std::mt19937 rng(20261121);
     std::uniform_int_distribution<int> yearDist(-32768, 32767), monthDist(1, 12), dayDist(0, 40);
-    std::uniform_int_distribution<int64_t> daysDist(-400000, 400000);
-    for (int i = 0; i < 1500; ++i) {
+    std::uniform_int_distribution<int64_t> daysDist(-150000, 150000);
+    for (int i = 0; i < 1000; ++i) {
         // Also days 0 and past the month's end, and years near the 16-bit wrap.
         const int16_t y0 = static_cast<int16_t>(i % 3 == 0 ? yearDist(rng) : i % 3 == 1 ? 32767 - i : -32768 + i);
         const int m0 = monthDist(rng), d0 = dayDist(rng);
@@ -147,40 +147,36 @@ int64_t UtcSeconds(int y, int m, int d) {
     return static_cast<int64_t>(timegm(&t));
 }
 
-std::tm Gm(int64_t t) {
+// The C library's own text of t in UTC, with the given strftime format.
+std::u16string GmText(int64_t t, const char* format, int* weekDay = nullptr) {
     std::tm g{};
     const time_t tt = static_cast<time_t>(t);
     gmtime_r(&tt, &g);
-    return g;
-}
-
-CDateTime FromFields(const std::tm& g, bool withTime) {
-    const auto y = static_cast<int16_t>(g.tm_year + 1900);
-    const auto m = static_cast<uint8_t>(g.tm_mon + 1), d = static_cast<uint8_t>(g.tm_mday);
-    return withTime ? CDateTime(y, m, d, static_cast<uint8_t>(g.tm_hour), static_cast<uint8_t>(g.tm_min),
-                                static_cast<uint8_t>(g.tm_sec))
-                    : CDateTime(y, m, d);
+    if (weekDay != nullptr)
+        *weekDay = g.tm_wday + 1;
+    char buf[32];
+    const size_t n = strftime(buf, sizeof buf, format, &g);
+    return std::u16string(buf, buf + n);
 }
 
 TEST(DateTimePlatform, TimeAndWeekDayAgreeWithTheCLibrary) {
     ZoneScope zone("UTC0");
-    int checked = 0;
-    for (int64_t t = 0; t < UtcSeconds(2101, 1, 1); t += 2 * 86400 + 3599, ++checked) {
-        const std::tm g = Gm(t);
+    int checked = 0, weekDay = 0;
+    for (int64_t t = 0; t < UtcSeconds(2101, 1, 1); t += 3 * 86400 + 3599, ++checked) {
         const CDateTime fromTime(t);
-        ASSERT_EQ(fromTime.ToString(), FromFields(g, true).ToString()) << t;
+        ASSERT_EQ(fromTime.ToString(), GmText(t, "%Y-%m-%dT%H:%M:%S", &weekDay)) << t;
         ASSERT_EQ(fromTime.GetTime(), t);
-        ASSERT_EQ(fromTime.GetDayOfWeek(), g.tm_wday + 1) << t;
-        ASSERT_EQ(FromFields(g, false).GetTime(), t - t % 86400);
+        ASSERT_EQ(fromTime.GetDayOfWeek(), weekDay) << t;
+        ASSERT_EQ(Parse(GmText(t, "%Y-%m-%d")).GetTime(), t - t % 86400);
     }
-    EXPECT_GT(checked, 20000);
+    EXPECT_GT(checked, 15000);
 }
 
 TEST(DateTimePlatform, TimeIsUtcWhateverTheLocalZone) {
     for (const char* z : {"CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT,M3.2.0,M11.1.0", "NPT-5:45"}) {
         ZoneScope zone(z);
         for (int64_t t = UtcSeconds(1970, 1, 2); t < UtcSeconds(2100, 1, 1); t += 86400 * 13 + 4321)
-            ASSERT_EQ(FromFields(Gm(t), true).GetTime(), t) << z << " " << t;
+            ASSERT_EQ(Parse(GmText(t, "%Y-%m-%dT%H:%M:%S")).GetTime(), t) << z << " " << t;
     }
 }
 
