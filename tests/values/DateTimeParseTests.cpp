@@ -75,8 +75,7 @@ const struct {
     const char16_t* text; // null stands for the null pointer
     const char16_t* message;
 } kInvalid[] = {
-    {Date, nullptr, u"Invalid Date (Null String)"},
-    {Date, u"", u"Invalid Date (Empty String)"},
+    {Date, nullptr, u"Invalid Date (Null String)"}, {Date, u"", u"Invalid Date (Empty String)"},
     {Date, u"2001-01-01T", u"Invalid Date ('T' not allowed)"},
     {Date, u"2001-01-01+01:00Z", u"Invalid Date (Bad Zone value)"},
     {Date, u"1900-02-29", u"Invalid Day [29] (1 <= day <= days in month"},
@@ -91,10 +90,8 @@ const struct {
     {Date, u"--02-30", u"Invalid Day [30] (1 <= day <= days in month)"},
     {Date, u"---00", u"Invalid Day [0] (1 <= day <= 31)"},
     {Date, u"2001-01-01+0a:00", u"Invalid XSD Time Zone [+0a:00]."},
-    {Date, u"2001-01-01-25:00", u"Invalid TimeZone [-25:0]"},
-    {Date, u"2001-01-01+05:60", u"Invalid TimeZone [5:60]"},
-    {Time, nullptr, u"Invalid Time (Null String)"},
-    {Time, u"", u"Invalid XSD Time (Empty String)"},
+    {Date, u"2001-01-01-25:00", u"Invalid TimeZone [-25:0]"}, {Date, u"2001-01-01+05:60", u"Invalid TimeZone [5:60]"},
+    {Time, nullptr, u"Invalid Time (Null String)"}, {Time, u"", u"Invalid XSD Time (Empty String)"},
     {Time, u"12:00:00.1234567891", u"Invalid XSD Time [12:00:00.1234567891] Fraction part too long"},
     {Time, u"12:00:00+05", u"Invalid XSD Time Zone [+05]."},
     {Time, u"12:00:00+05:00:00", u"Invalid XSD Time Zone [+05:00:00]."},

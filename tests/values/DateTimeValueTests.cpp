@@ -11,8 +11,7 @@ TEST(DateTimeSetters, WholeValueSettersValidateInOrder) {
         std::function<void(CDateTime&)> set;
         const char16_t* message;
     } cases[] = {
-        {[](DT& d) { d.SetDate(2000, 2, 29); }, u"<no exception>"},
-        {[](DT& d) { d.SetGDay(200); }, u"<no exception>"},
+        {[](DT& d) { d.SetDate(2000, 2, 29); }, u"<no exception>"}, {[](DT& d) { d.SetGDay(200); }, u"<no exception>"},
         {[](DT& d) { d.SetDate(-10000, 1, 1); }, u"Invalid Year [-10000] (-9999 <= year <= 9999 && year != 0)"},
         {[](DT& d) { d.SetGYearMonth(0, 1); }, u"Invalid Year [0] (-9999 <= year <= 9999 && year != 0)"},
         {[](DT& d) { d.SetGMonth(13); }, u"Invalid Month [13] (1 <= month <= 12)"},
@@ -105,10 +104,8 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
         DT::DTType to;
         const char16_t* message;
     } cases[] = {
-        {dt, DT::gYear, u"Invalid Month [2] for type gYear"},
-        {dt, DT::gMonth, u"Invalid Year [2001] for type gMonth"},
-        {dt, DT::gYearMonth, u"Invalid Day [3] for type gYearMonth"},
-        {dt, DT::date, u"Invalid Hour [4] for type date"},
+        {dt, DT::gYear, u"Invalid Month [2] for type gYear"}, {dt, DT::gMonth, u"Invalid Year [2001] for type gMonth"},
+        {dt, DT::gYearMonth, u"Invalid Day [3] for type gYearMonth"}, {dt, DT::date, u"Invalid Hour [4] for type date"},
         {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, u"Invalid Minute [5] for type date"},
         {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, u"Invalid Second [6] for type date"},
         {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, u"Invalid Milli-Second [7] for type date"},
@@ -130,9 +127,9 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
 
 TEST(DateTimeSetters, TimeZoneSetters) {
     CDateTime d(2001, 1, 1);
-    EXPECT_EQ(MessageOf([&] { d.SetTimeZone(24, 0); }), u"Invalid TimeZone [24:0]");
-    EXPECT_EQ(MessageOf([&] { d.SetTimeZone(-24, 0); }), u"Invalid TimeZone [-24:0]");
-    EXPECT_EQ(MessageOf([&] { d.SetTimeZone(0, 60); }), u"Invalid TimeZone [0:60]");
+    EXPECT_EQ(MessageOf([&] { d.SetTimeZone(24, 0); }) + MessageOf([&] { d.SetTimeZone(-24, 0); }) +
+                  MessageOf([&] { d.SetTimeZone(0, 60); }),
+              u"Invalid TimeZone [24:0]Invalid TimeZone [-24:0]Invalid TimeZone [0:60]");
     EXPECT_FALSE(d.IsUTC());
     d.SetTimeZone(-23, 59);
     EXPECT_TRUE(d.IsUTC() && d.HasTimeZone());
@@ -190,14 +187,10 @@ const struct {
     {u"1999-12-31T23:00:00-01:00", u"2000-01-01T00:00:00Z", DT::DTCompareEqual},
     {u"2000-01-01T12:00:00-00:30", u"2000-01-01T11:30:00Z", DT::DTCompareEqual}, // -00:30 is held as +00:30
     {u"2000-01-01T12:00:00", u"2000-01-01T12:00:00.000000001", DT::DTCompareLess},
-    {u"-0001-01-01", u"0001-01-01", DT::DTCompareIndeterminate},
-    {u"-0002-01-01", u"-0001-01-01", DT::DTCompareLess},
-    {u"2000", u"2000-01-01", DT::DTCompareIndeterminate},
-    {u"--05", u"--04", DT::DTCompareGreater},
-    {u"---01", u"--01-01", DT::DTCompareIndeterminate},
-    {u"12:00:00Z", u"13:00:00+01:00", DT::DTCompareEqual},
-    {u"2000-01-01Z", u"2000-01-02", DT::DTCompareIndeterminate},
-    {u"2000-01-01Z", u"2000-01-03", DT::DTCompareLess},
+    {u"-0001-01-01", u"0001-01-01", DT::DTCompareIndeterminate}, {u"-0002-01-01", u"-0001-01-01", DT::DTCompareLess},
+    {u"2000", u"2000-01-01", DT::DTCompareIndeterminate}, {u"--05", u"--04", DT::DTCompareGreater},
+    {u"---01", u"--01-01", DT::DTCompareIndeterminate}, {u"12:00:00Z", u"13:00:00+01:00", DT::DTCompareEqual},
+    {u"2000-01-01Z", u"2000-01-02", DT::DTCompareIndeterminate}, {u"2000-01-01Z", u"2000-01-03", DT::DTCompareLess},
 };
 
 TEST(DateTimeCompare, OrderWithFourteenHourRule) {
@@ -221,8 +214,7 @@ TEST(DateTimeCompare, NormalisationSubtractsPositiveOffsets) {
         {u"2000-01-01T00:30:00+01:00", u"1999-12-31T23:30:00+00:00"},
         {u"2000-12-31T23:00:00-01:30", u"2001-01-01T00:30:00+00:00"},
         {u"2000-03-01T01:00:00+05:00", u"2000-02-29T20:00:00+00:00"},
-        {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00Z"},
-        {u"23:00:00-02:00", u"01:00:00+00:00"},
+        {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00Z"}, {u"23:00:00-02:00", u"01:00:00+00:00"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(Parse(c.text).GetNormalized().ToString(), c.normalized) << Narrow(c.text);
