@@ -186,6 +186,12 @@ TEST(DateTimePlatform, ZoneIsAppliedAndWeekDayComesFromLocalTime) {
         ZoneScope west("EST5EDT,M3.2.0,M11.1.0"); // midnight UTC is still Friday here
         EXPECT_EQ(Parse(u"2000-01-01").GetDayOfWeek(), 6);
     }
+    {
+        // Served as long as the local reading is; the count is still that of the fields as UTC.
+        ZoneScope east("CET-1");
+        EXPECT_EQ(Parse(u"3001-01-01T00:30:00").GetTime(), 32535217800);
+        EXPECT_EQ(Parse(u"1970-01-01T00:30:00").GetTime(), -1);
+    }
     EXPECT_EQ(MessageOf([] { Parse(u"12:00:00").GetTime(); }),
               u"Failed to GetTime, Date Status must be dateTime or date. Invalid Date Type: time.");
 }

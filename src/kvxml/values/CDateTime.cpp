@@ -388,17 +388,14 @@ int64_t CDateTime::GetTime() const {
         tm.tm_min = n.m_minute;
         tm.tm_sec = n.m_second;
     }
-    std::tm utc = tm;
     tm.tm_isdst = -1;
-    // The platform's local conversion decides which instants are served (before 1970 locally it
-    // fails, and that failure is what the caller gets). The fields themselves are UTC, so the
-    // local offset is taken off again exactly by reading them as UTC, also inside a
-    // daylight-saving gap or overlap.
-    const int64_t local = Platform::MkTime64(&tm);
-    if (local == -1)
-        return local;
-    const int64_t seconds = Platform::MkGmTime64(&utc);
-    return seconds == -1 ? local : seconds;
+    // The platform's local conversion decides which instants are served (outside its range it
+    // fails, and that failure is what the caller gets). The fields themselves are UTC, so adding
+    // the local offset back gives exactly their own count, also inside a daylight-saving gap.
+    const int64_t clock = tm.tm_hour * 3600 + tm.tm_min * 60 + tm.tm_sec;
+    if (Platform::MkTime64(&tm) == -1)
+        return -1;
+    return DaysFromCivil(n.m_year, n.m_month, n.m_day) * 86400 + clock;
 }
 
 SYSTEMTIME CDateTime::GetAsSystemTime() const {
