@@ -21,6 +21,10 @@ public:
     std::u16string GetNamespace() override { return u""; }
     void ToXml_Int(KvXmlLib16::CXmlWriter*, bool, const char16_t*, const KvXmlLib16::CSerializationContext&,
                    bool) const override {}
+    KvXmlLib16::CXmlElement* FromXml_Int(KvXmlLib16::CXmlElement*, KvXmlLib16::CXmlElement* firstChild,
+                                         const KvXmlLib16::CSerializationContext&, bool) override {
+        return firstChild;
+    }
     int32_t Count() const { return m_refCount.load(); }
 
 private:

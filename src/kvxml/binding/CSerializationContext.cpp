@@ -2,6 +2,7 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
+#include "kvxml/collections/CAttributeCol.h"
 
 namespace KvXmlLib16 {
 
@@ -42,12 +43,13 @@ bool CNamespaceAliasMap::DoesAliasExist(const char16_t* alias) const {
 int32_t CNamespaceAliasMap::GetNamespaceCount() const { return static_cast<int32_t>(m_map.size()); }
 
 std::u16string CNamespaceAliasMap::GetNamespaceAt(int32_t index) const {
-    // Stepping past the last entry would leave the map, so that is refused rather than followed.
-    if (index >= static_cast<int64_t>(m_map.size()))
+    // Stepping past the last entry (or into an empty map) would leave the map, so that is refused
+    // rather than followed.
+    if (m_map.empty() || index >= static_cast<int64_t>(m_map.size()))
         throw CKvException(FormatString(u"Namespace index %d is out of range; the map holds %d entries",
                                         index, static_cast<int32_t>(m_map.size())));
     auto it = m_map.begin();
-    for (int32_t i = 1; i < index; ++i) ++it;
+    for (int32_t i = 0; i < index; ++i) ++it;
     return it->first;
 }
 
@@ -79,7 +81,7 @@ CSerializationContext& CSerializationContext::operator=(const CSerializationCont
     m_defaultNamespaceURI = other.m_defaultNamespaceURI;
     m_writeTypeAttribute = other.m_writeTypeAttribute;
     if (this != &other) m_namespaceAliases = other.m_namespaceAliases;
-    // additional root attributes: take a counted reference to other's collection here
+    m_additionalRootAttributes = other.m_additionalRootAttributes;
     m_processingInstructions = other.m_processingInstructions;
     m_inLineSchema = other.m_inLineSchema;
     m_ignoreInvalidCollectionCounts = other.m_ignoreInvalidCollectionCounts;

@@ -6,10 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "kvxml/base/CSmartPtr.h"
 #include "kvxml/platform/KvExport.h"
 
 namespace KvXmlLib16 {
 
+class CAttributeCol;
 class CFastInfosetContext;
 class CJsonContext;
 
@@ -39,7 +41,7 @@ public:
     bool DoesNamespaceExist(const char16_t* namespaceUri) const;
     bool DoesAliasExist(const char16_t* alias) const;
     int32_t GetNamespaceCount() const;
-    // An index below 1 gives the first entry; an index at or past the count throws.
+    // Counted from 0 in URI order; a negative index gives the first entry, one at or past the count throws.
     std::u16string GetNamespaceAt(int32_t index) const;
 
     // Entries in URI order, for the writers.
@@ -99,6 +101,9 @@ public:
     const CNamespaceAliasMap& GetNamespaceAliases() const { return m_namespaceAliases; }
     std::vector<std::u16string>& GetProcessingInstructions() { return m_processingInstructions; }
     const std::vector<std::u16string>& GetProcessingInstructions() const { return m_processingInstructions; }
+    // The context's own collection (namespace empty, restriction "##any", no target namespace),
+    // made on first use: attributes added to it are written on the root element.
+    CSmartPtr<CAttributeCol> GetAdditionalRootAttributes() const;
 
 protected:
     // Shared, not cloned, by copies: a copy sees the same Fast Infoset and JSON options as its
@@ -108,7 +113,8 @@ protected:
     std::u16string m_defaultNamespaceURI;
     bool m_writeTypeAttribute;
     CNamespaceAliasMap m_namespaceAliases;
-    // additional root attributes: counted reference to a CAttributeCol, made on first use
+    // Attributes written on every root element; made on first use, shared by copies.
+    mutable CSmartPtr<CAttributeCol> m_additionalRootAttributes;
     std::vector<std::u16string> m_processingInstructions;
     std::u16string m_inLineSchema;
     bool m_ignoreInvalidCollectionCounts;

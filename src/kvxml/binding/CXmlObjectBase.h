@@ -16,6 +16,8 @@ namespace KvXmlLib16 {
 class CSerializationContext;
 class CXmlWriter;
 class CXmlElement;
+class CXmlCollectionBase;
+class CElement;
 
 // Root of everything that can be written to or read from a document. Carries the element name
 // that the object is written as and an intrusive atomic reference count that starts at 0: the
@@ -71,6 +73,19 @@ public:
     static void Choice_CollectionChanged(const char16_t* propertyName, int32_t newItemCount,
                                          std::u16string& selectedProperty);
 
+    // Collections. A choice reads its collection once: while itemsRead is below 1 the collection
+    // reads from `current`; if it took anything, current moves on, the count is validated and
+    // itemsRead grows by one.
+    static void Choice_Read_Collection(CXmlCollectionBase* collection, CXmlElement* parent, CXmlElement*& current,
+                                       int32_t& itemsRead, const CSerializationContext& context);
+    // Single-sink forms of the collection events, with the collection's GetBase as the source.
+    static void FireOnCollectionChangeEvent(IEventSink* sink, CXmlCollectionBase* collection);
+    static void FireOnCollectionAddEvent(IEventSink* sink, CXmlCollectionBase* collection, void* item);
+    static void FireOnCollectionAddCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection, void* item);
+    // The data points at the index, or is null for the index -1.
+    static void FireOnCollectionRemoveEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index);
+    static void FireOnCollectionRemoveCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index);
+
     int32_t AddRef();
     // At 0 the object destroys itself. Release on a count of 0 yields -1 and destroys nothing.
     int32_t Release();
@@ -80,6 +95,23 @@ public:
     static void SetElementName(CXmlObjectBase* object, const char16_t* name);
 
     // Reading entry points
+    //
+    // Parses the text into a document on the stack and fills this object from its root; the
+    // root's name is not compared with anything here. The narrow form takes bytes as they stand,
+    // encoding chosen by the XML declaration, UTF-8 by default.
+    virtual void FromXml(const char16_t* xml, const CSerializationContext& context);
+    virtual void FromXml(const char* xml, const CSerializationContext& context);
+    // Writes the untyped element as text (no declaration, unformatted, LF, the default context)
+    // and reads that text with the given context.
+    virtual void FromXmlElement(CElement* element, const CSerializationContext& context);
+    // Fills this object from a tree the caller holds, with no parsing.
+    virtual void FromXmlElement(CXmlElement* element, const CSerializationContext& context);
+    // Reads the object from the element, its content starting at firstChild; returns the element
+    // where reading stopped.
+    virtual CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild,
+                                     const CSerializationContext& context, bool ignoreMissingChoice) = 0;
+    static CXmlElement* FromXml_Int(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
+                                    const CSerializationContext& context);
 
 protected:
     std::u16string m_elementName;

@@ -1,0 +1,55 @@
+#include "kvxml/base/CKvException.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/xml/CXmlDocument.h"
+#include "kvxml/xml/CXmlElement.h"
+
+namespace KvXmlLib16 {
+
+namespace {
+
+std::u16string_view OrEmpty(const char16_t* text) {
+    return text ? std::u16string_view(text) : std::u16string_view();
+}
+
+// A successful parse always has a root; this guards the call below should that ever change.
+CXmlElement* RootOf(const CXmlDocument& document) {
+    CXmlElement* root = document.GetDocumentElement();
+    if (!root) throw CKvException(u"Invalid or empty XML document");
+    return root;
+}
+
+} // namespace
+
+void CXmlObjectBase::FromXml(const char16_t* xml, const CSerializationContext& context) {
+    CXmlDocument document(context);
+    document.LoadXml(xml);
+    CXmlElement* root = RootOf(document);
+    FromXml_Int(root, root->GetFirstElement(), context, false);
+}
+
+void CXmlObjectBase::FromXml(const char* xml, const CSerializationContext& context) {
+    CXmlDocument document(context);
+    document.LoadXml(xml);
+    CXmlElement* root = RootOf(document);
+    FromXml_Int(root, root->GetFirstElement(), context, false);
+}
+
+void CXmlObjectBase::FromXmlElement(CXmlElement* element, const CSerializationContext& context) {
+    if (!element) throw CKvInvalidParamException(u"FromXmlElement needs an element to read from, not NULL");
+    FromXml_Int(element, element->GetFirstElement(), context, false);
+}
+
+CXmlElement* CXmlObjectBase::FromXml_Int(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
+                                         const CSerializationContext& context) {
+    return object->FromXml_Int(element, firstChild, context, false);
+}
+
+bool CXmlObjectBase::DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,
+                                          const char16_t* name, const char16_t* namespaceUri) {
+    if (element->GetLocalName() != OrEmpty(name)) return false;
+    if (context.GetSchemaType() == SchemaType_NoNamespaces || context.GetIgnoreNamespaces()) return true;
+    return element->GetNamespaceURI() == OrEmpty(namespaceUri);
+}
+
+} // namespace KvXmlLib16

@@ -1,0 +1,240 @@
+#include "kvxml/xml/CExpatReader.h"
+
+#include <expat.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "kvxml/base/CKvException.h"
+#include "kvxml/base/FormatString.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/xml/CXmlDocument.h"
+
+static_assert(sizeof(XML_Char) == sizeof(char16_t), "the reader needs the UTF-16 build of Expat");
+static_assert(std::is_same_v<XML_Char, unsigned short>, "callback signatures assume unsigned short");
+
+namespace KvXmlLib16 {
+
+namespace {
+
+constexpr uint32_t kScratchSize = 1024;
+constexpr char16_t kNamespaceSeparator = u'|';
+constexpr size_t kPendingLimit = 64 * 1024;
+
+inline const char16_t* Wide(const XML_Char* text) { return reinterpret_cast<const char16_t*>(text); }
+
+inline std::u16string_view WideView(const XML_Char* text) {
+    return text ? std::u16string_view(Wide(text)) : std::u16string_view();
+}
+
+// "uri|local" as the namespace-aware parser delivers it; a name without a separator is local.
+// One pass finds both the separator and the end.
+inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16string_view& local) {
+    const char16_t* text = Wide(name);
+    const char16_t* p = text;
+    while (*p && *p != kNamespaceSeparator) ++p;
+    if (!*p) {
+        uri = std::u16string_view();
+        local = std::u16string_view(text, static_cast<size_t>(p - text));
+        return;
+    }
+    uri = std::u16string_view(text, static_cast<size_t>(p - text));
+    const char16_t* localStart = ++p;
+    while (*p) ++p;
+    local = std::u16string_view(localStart, static_cast<size_t>(p - localStart));
+}
+
+} // namespace
+
+CExpatReader::CExpatReader(CXmlDocument* document)
+    : m_document(document), m_scratchSize(kScratchSize), m_parser(nullptr), m_pendingLength(0),
+      m_pendingCapacity(0) {}
+
+CExpatReader::~CExpatReader() { FreeParser(); }
+
+void CExpatReader::FreeParser() {
+    if (m_parser) {
+        XML_ParserFree(m_parser);
+        m_parser = nullptr;
+    }
+}
+
+void CExpatReader::Initialise() {
+    m_scratchBuffer.reset(new unsigned char[m_scratchSize]);
+    FreeParser();
+    m_failure = nullptr;
+    m_pendingLength = 0;
+    if (m_document->m_schemaType == SchemaType_NoNamespaces)
+        m_parser = XML_ParserCreate(nullptr);
+    else
+        m_parser = XML_ParserCreateNS(nullptr, static_cast<XML_Char>(kNamespaceSeparator));
+    if (!m_parser) throw std::bad_alloc();
+    XML_SetUserData(m_parser, this);
+    XML_SetElementHandler(m_parser, &CExpatReader::StartElement, &CExpatReader::EndElement);
+    XML_SetNamespaceDeclHandler(m_parser, &CExpatReader::StartNamespace, &CExpatReader::EndNamespace);
+    XML_SetCharacterDataHandler(m_parser, &CExpatReader::CharacterData);
+    if (!m_document->GetContext().GetStripCDATA())
+        XML_SetCdataSectionHandler(m_parser, &CExpatReader::StartCdata, &CExpatReader::EndCdata);
+}
+
+void CExpatReader::ParseBuffer(bool final) {
+    if (!m_parser) throw CKvInvalidStateException(u"The XML reader was not initialised");
+    // XML_Parse takes an int length: larger input goes in pieces, the last one final.
+    const unsigned char* data = m_document->m_inputBuffer;
+    size_t remaining = data ? m_document->m_inputSize : 0;
+    XML_Status status;
+    do {
+        const int piece = remaining > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(remaining);
+        remaining -= static_cast<size_t>(piece);
+        const bool last = final && remaining == 0;
+        status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
+        data += piece;
+    } while (status == XML_STATUS_OK && remaining > 0);
+    if (!m_failure) {
+        try {
+            FlushText();
+        } catch (...) {
+            m_failure = std::current_exception();
+        }
+    }
+
+    if (status == XML_STATUS_OK && !m_failure) {
+        if (final) FreeParser();
+        return;
+    }
+    m_scratchBuffer.reset();
+    if (m_failure) {
+        FreeParser();
+        std::exception_ptr failure = m_failure;
+        m_failure = nullptr;
+        std::rethrow_exception(failure);
+    }
+    const int line = static_cast<int>(XML_GetCurrentLineNumber(m_parser));
+    const XML_LChar* error = XML_ErrorString(XML_GetErrorCode(m_parser));
+    FreeParser();
+    std::u16string errorText;
+    for (const XML_LChar* p = error ? error : ""; *p; ++p)
+        errorText.push_back(static_cast<char16_t>(static_cast<unsigned char>(*p)));
+    throw CKvException(FormatString(u"%s at line %d", errorText.c_str(), line));
+}
+
+void CExpatReader::Fail() {
+    if (!m_failure) m_failure = std::current_exception();
+    XML_StopParser(m_parser, XML_FALSE);
+}
+
+void CExpatReader::FlushText() {
+    if (m_pendingLength == 0) return;
+    const size_t length = m_pendingLength;
+    m_pendingLength = 0;
+    if (!m_document->m_elementStack.empty())
+        m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, m_pendingText.get(),
+                                          static_cast<uint32_t>(length));
+}
+
+void CExpatReader::AppendPending(const char16_t* text, size_t length) {
+    // Long runs go to the element in slices, so that the gathering buffer never doubles the
+    // memory a huge text takes; the element's string grows geometrically on its own.
+    if (m_pendingLength + length > kPendingLimit) {
+        FlushText();
+        if (length > kPendingLimit) {
+            if (!m_document->m_elementStack.empty())
+                m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, text,
+                                                  static_cast<uint32_t>(length));
+            return;
+        }
+    }
+    if (m_pendingLength + length > m_pendingCapacity) {
+        const size_t capacity = std::min(kPendingLimit, std::max(m_pendingLength + length, 2 * m_pendingCapacity + 256));
+        std::unique_ptr<char16_t[]> grown(new char16_t[capacity]);
+        if (m_pendingLength) std::memcpy(grown.get(), m_pendingText.get(), m_pendingLength * sizeof(char16_t));
+        m_pendingText = std::move(grown);
+        m_pendingCapacity = capacity;
+    }
+    std::memcpy(m_pendingText.get() + m_pendingLength, text, length * sizeof(char16_t));
+    m_pendingLength += length;
+}
+
+void CExpatReader::StartElement(void* user, const XML_Char* name, const XML_Char** attributes) {
+    auto* self = static_cast<CExpatReader*>(user);
+    if (self->m_failure) return;
+    try {
+        self->FlushText();
+        CXmlDocument* document = self->m_document;
+        std::u16string_view uri;
+        std::u16string_view local;
+        SplitName(name, uri, local);
+        CXmlElement* element = document->AddElement(uri, local);
+        if (attributes && attributes[0]) {
+            size_t count = 0;
+            while (attributes[2 * count]) ++count;
+            element->m_attributes.reserve(element->m_attributes.size() + count);
+            for (size_t i = 0; i < count; ++i) {
+                SplitName(attributes[2 * i], uri, local);
+                element->AddAttribute(local, WideView(attributes[2 * i + 1]), uri);
+            }
+        }
+    } catch (...) {
+        self->Fail();
+    }
+}
+
+void CExpatReader::EndElement(void* user, const XML_Char*) {
+    auto* self = static_cast<CExpatReader*>(user);
+    if (self->m_failure) return;
+    try {
+        self->FlushText();
+        self->m_document->EndElement();
+    } catch (...) {
+        self->Fail();
+    }
+}
+
+void CExpatReader::CharacterData(void* user, const XML_Char* text, int length) {
+    auto* self = static_cast<CExpatReader*>(user);
+    if (self->m_failure || length <= 0) return;
+    try {
+        self->AppendPending(Wide(text), static_cast<size_t>(length));
+    } catch (...) {
+        self->Fail();
+    }
+}
+
+void CExpatReader::StartNamespace(void* user, const XML_Char* alias, const XML_Char* uri) {
+    auto* self = static_cast<CExpatReader*>(user);
+    if (self->m_failure) return;
+    try {
+        self->m_document->SetAlias(WideView(alias), WideView(uri));
+    } catch (...) {
+        self->Fail();
+    }
+}
+
+// Declarations stay in the document-wide map after their scope ends.
+void CExpatReader::EndNamespace(void*, const XML_Char*) {}
+
+void CExpatReader::StartCdata(void* user) {
+    auto* self = static_cast<CExpatReader*>(user);
+    if (self->m_failure) return;
+    try {
+        self->AppendPending(u"<![CDATA[", 9);
+    } catch (...) {
+        self->Fail();
+    }
+}
+
+void CExpatReader::EndCdata(void* user) {
+    auto* self = static_cast<CExpatReader*>(user);
+    if (self->m_failure) return;
+    try {
+        self->AppendPending(u"]]>", 3);
+    } catch (...) {
+        self->Fail();
+    }
+}
+
+} // namespace KvXmlLib16

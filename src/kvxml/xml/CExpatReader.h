@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "kvxml/base/CInstanceMonitor.h"
+
+struct XML_ParserStruct;
+
+namespace KvXmlLib16 {
+
+class CXmlDocument;
+
+// Adapter that turns Expat's callbacks into the building operations of CXmlDocument.
+// Lives on the stack of one load; the input is always the document's input buffer.
+class CExpatReader : public CInstanceMonitor {
+public:
+    explicit CExpatReader(CXmlDocument* document);
+    CExpatReader(const CExpatReader&) = delete;
+    CExpatReader& operator=(const CExpatReader&) = delete;
+    ~CExpatReader() override;
+
+    void Initialise();
+    // Feeds the whole input buffer. The parser is freed on a final success and on any failure;
+    // a failure throws CKvException "<Expat's message> at line <n>".
+    void ParseBuffer(bool final);
+
+private:
+    // Expat is C: nothing may unwind through it. A callback that fails keeps its exception
+    // here, stops the parser, and ParseBuffer rethrows it.
+    void Fail();
+    void FreeParser();
+    // Expat hands one run of text over in many pieces (lines, entities, buffer ends). They are
+    // gathered here and reach the open element in one append when the next tag comes.
+    void FlushText();
+    void AppendPending(const char16_t* text, size_t length);
+
+    static void StartElement(void* user, const unsigned short* name, const unsigned short** attributes);
+    static void EndElement(void* user, const unsigned short* name);
+    static void CharacterData(void* user, const unsigned short* text, int length);
+    static void StartNamespace(void* user, const unsigned short* alias, const unsigned short* uri);
+    static void EndNamespace(void* user, const unsigned short* alias);
+    static void StartCdata(void* user);
+    static void EndCdata(void* user);
+
+    CXmlDocument* m_document;
+    std::unique_ptr<unsigned char[]> m_scratchBuffer;
+    uint32_t m_scratchSize;
+    XML_ParserStruct* m_parser;
+    std::exception_ptr m_failure;
+    std::unique_ptr<char16_t[]> m_pendingText;
+    size_t m_pendingLength;
+    size_t m_pendingCapacity;
+};
+
+} // namespace KvXmlLib16

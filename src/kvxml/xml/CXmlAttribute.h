@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "kvxml/base/CInstanceMonitor.h"
+#include "kvxml/platform/KvExport.h"
+#include "kvxml/xml/CXmlNodeName.h"
+
+namespace KvXmlLib16 {
+
+class CXmlElement;
+class CXmlNodePool;
+
+// One attribute of a tree element. Owned by its element; the element pointer is not owned.
+class KVXML_API CXmlAttribute : public CInstanceMonitor {
+public:
+    CXmlAttribute(CXmlElement* element, const char16_t* name, const char16_t* value,
+                  const char16_t* namespaceURI);
+    // Same, from counted pieces: the parsers hand over names cut out of a longer string.
+    CXmlAttribute(CXmlElement* element, std::u16string_view name, std::u16string_view value,
+                  std::u16string_view namespaceURI);
+    CXmlAttribute(const CXmlAttribute& other);
+    CXmlAttribute& operator=(const CXmlAttribute& other);
+    ~CXmlAttribute() override;
+
+    // Tree nodes come from the document's block pool; any node may still be deleted plainly.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, CXmlNodePool* pool);
+    static void operator delete(void* block, size_t size);
+    static void operator delete(void* block, CXmlNodePool* pool);
+
+    CXmlElement* GetElement() const { return m_element; }
+    const std::u16string& GetLocalName() const { return m_localName.Get(); }
+    const std::u16string& GetValue() const { return m_value; }
+    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
+
+    // "<element path>/p:@name": the alias stands in front of the '@'; messages quote this form.
+    std::u16string GetXPath() const;
+    // xmlns, type, schemaLocation or noNamespaceSchemaLocation in the XML Schema instance
+    // or xmlns namespace: attributes a reader may pass over when the class does not know them.
+    bool IsNamespaceAttribute() const;
+    // nil in the XML Schema instance or xmlns namespace.
+    bool IsNilAttribute() const;
+
+private:
+    CXmlElement* m_element;
+    // Interned in the element's pool when it has one and it has room, else owned.
+    CXmlNodePool* m_pool;
+    CXmlNodeName m_localName;
+    std::u16string m_value;
+    CXmlNodeName m_namespaceURI;
+};
+
+} // namespace KvXmlLib16

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "kvxml/base/CInstanceMonitor.h"
+#include "kvxml/platform/KvExport.h"
+#include "kvxml/xml/CXmlAttribute.h"
+#include "kvxml/xml/CXmlElement.h"
+
+namespace KvXmlLib16 {
+
+class CSerializationContext;
+enum SchemaType : int32_t;
+class CExpatReader;
+class CFastInfosetReader;
+class CXmlNodePool;
+
+// Called with each element once it is complete (children first). Returning true drops the
+// element from the tree at once, which lets a caller read a huge document in constant memory.
+// The return value is ignored for the root.
+typedef bool (*XmlElementFilter)(CXmlElement* element);
+
+// Owns the tree and the input bytes of one load. The alias map is document wide: each namespace
+// declaration met anywhere writes map[alias] = URI, the default namespace under the empty alias.
+class KVXML_API CXmlDocument : public CInstanceMonitor {
+public:
+    CXmlDocument();
+    explicit CXmlDocument(const CSerializationContext& context);
+    explicit CXmlDocument(XmlElementFilter filter);
+    CXmlDocument(XmlElementFilter filter, const CSerializationContext& context);
+    // Shallow like the tree: the copy shares root and input, and only one may be destroyed.
+    CXmlDocument(const CXmlDocument&) = default;
+    CXmlDocument& operator=(const CXmlDocument&) = default;
+    ~CXmlDocument() override;
+
+    // Deletes the tree and the input; the document may then be loaded again.
+    virtual void Cleanup();
+
+    CXmlElement* GetDocumentElement() const { return m_documentElement; }
+    std::u16string LookupNamespaceFromAlias(const char16_t* alias) const;
+    // First alias in ascending alias order whose URI equals the given one. Answered from an index
+    // rebuilt after the map changes, so paths stay cheap in documents with many declarations.
+    std::u16string LookupAliasFromNamespace(const char16_t* namespaceURI) const;
+    std::u16string LookupAliasFromNamespace(std::u16string_view namespaceURI) const;
+
+    // Loading from strings. A failed load throws CKvException and leaves the partial tree.
+    void LoadXml(const char* xml);
+    void LoadXml(const char16_t* xml);
+    // Parses what the input buffer holds as XML text.
+    void ParseText();
+
+    const CSerializationContext& GetContext() const { return *m_context; }
+
+private:
+    friend class CExpatReader;
+    friend class CFastInfosetReader;
+    friend class CXmlElement;
+
+    // An open element and its preceding sibling, so that a dropped element is unlinked in
+    // constant time however many siblings it has.
+    struct OpenElement {
+        CXmlElement* element;
+        CXmlElement* previous;
+    };
+
+    CXmlElement* AddDocElement(const char16_t* namespaceURI, const char16_t* localName);
+    CXmlElement* AddChildElement(const char16_t* namespaceURI, const char16_t* localName);
+    // Counted forms of the two above, for parsers that cut names out of longer strings.
+    CXmlElement* AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName);
+    CXmlElement* AddElement(std::u16string_view namespaceURI, std::u16string_view localName);
+    void EndElement();
+    void AddElementAttribute(CXmlElement* element, const std::u16string& name,
+                             const std::u16string& value, const std::u16string& namespaceURI);
+    void AppendTextExcludingCR(CXmlElement* element, const char16_t* text,
+                               uint32_t length = UINT32_MAX);
+    void SetAlias(std::u16string_view alias, std::u16string_view namespaceURI);
+    void Init();
+    // Takes a copy of the bytes as the input buffer.
+    void SetInput(const unsigned char* bytes, size_t count);
+    void FreeInput();
+    void PlainParse();
+    // The block pool of the tree, made on first use.
+    CXmlNodePool* NodePool();
+
+    uint64_t m_fileOffset;
+    intptr_t m_fileHandle;
+    CXmlElement* m_documentElement;
+    std::vector<OpenElement> m_elementStack;
+    std::map<std::u16string, std::u16string, std::less<>> m_aliasMap;
+    unsigned char* m_inputBuffer;
+    uint32_t m_inputSize;
+    SchemaType m_schemaType;
+    XmlElementFilter m_elementFilter;
+    const CSerializationContext* m_context;
+    CXmlNodePool* m_nodePool;
+    mutable std::unordered_map<std::u16string, std::u16string> m_aliasByNamespace;
+    mutable bool m_aliasIndexValid;
+};
+
+} // namespace KvXmlLib16

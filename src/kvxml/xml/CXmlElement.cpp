@@ -1,0 +1,221 @@
+#include "kvxml/xml/CXmlElement.h"
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+
+#include "kvxml/xml/CXmlDocument.h"
+#include "kvxml/xml/CXmlNodePool.h"
+
+namespace KvXmlLib16 {
+
+namespace {
+
+std::atomic<int64_t> g_liveElements{0};
+
+std::u16string_view OrEmpty(const char16_t* text) {
+    return text ? std::u16string_view(text) : std::u16string_view();
+}
+
+} // namespace
+
+CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
+    : m_document(document), m_parent(parent), m_nextSibling(nullptr), m_firstChild(nullptr),
+      m_lastChild(nullptr), m_pool(document ? document->NodePool() : nullptr),
+      m_localName(CXmlNodePool::EmptyName()), m_namespaceURI(CXmlNodePool::EmptyName()) {
+    if (m_pool) m_pool->AddRef();
+    g_liveElements.fetch_add(1, std::memory_order_relaxed);
+}
+
+CXmlElement::CXmlElement(const CXmlElement& other)
+    : CInstanceMonitor(other), m_document(other.m_document), m_parent(other.m_parent),
+      m_nextSibling(other.m_nextSibling), m_firstChild(other.m_firstChild),
+      m_lastChild(other.m_lastChild), m_attributes(other.m_attributes), m_text(other.m_text),
+      m_pool(other.m_pool), m_localName(CXmlNodePool::CopyName(other.m_localName)),
+      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
+    if (m_pool) m_pool->AddRef();
+    g_liveElements.fetch_add(1, std::memory_order_relaxed);
+}
+
+CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
+    if (this == &other) return *this;
+    const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
+    const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
+    m_text = other.m_text;
+    m_attributes = other.m_attributes;
+    if (other.m_pool) other.m_pool->AddRef();
+    CXmlNodePool::DropName(m_localName);
+    CXmlNodePool::DropName(m_namespaceURI);
+    if (m_pool) m_pool->Release();
+    m_document = other.m_document;
+    m_parent = other.m_parent;
+    m_nextSibling = other.m_nextSibling;
+    m_firstChild = other.m_firstChild;
+    m_lastChild = other.m_lastChild;
+    m_pool = other.m_pool;
+    m_localName = localName;
+    m_namespaceURI = namespaceURI;
+    return *this;
+}
+
+CXmlElement::~CXmlElement() {
+    // The descendants are deleted from a worklist threaded through the sibling pointers: before
+    // a node is deleted its children are spliced in front of the list, so no destructor ever
+    // sees a child and the stack depth stays constant whatever the nesting.
+    CXmlElement* pending = m_firstChild;
+    m_firstChild = m_lastChild = nullptr;
+    while (pending) {
+        CXmlElement* node = pending;
+        pending = node->m_nextSibling;
+        if (node->m_firstChild) {
+            node->m_lastChild->m_nextSibling = pending;
+            pending = node->m_firstChild;
+            node->m_firstChild = node->m_lastChild = nullptr;
+        }
+        delete node;
+    }
+    for (CXmlAttribute* attribute : m_attributes) delete attribute;
+    CXmlNodePool::DropName(m_localName);
+    CXmlNodePool::DropName(m_namespaceURI);
+    if (m_pool) m_pool->Release();
+    g_liveElements.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void* CXmlElement::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
+void* CXmlElement::operator new(size_t size, CXmlNodePool* pool) { return CXmlNodePool::Allocate(size, pool); }
+void CXmlElement::operator delete(void* block, size_t size) { CXmlNodePool::Free(block, size); }
+void CXmlElement::operator delete(void* block, CXmlNodePool*) { CXmlNodePool::Free(block, sizeof(CXmlElement)); }
+static_assert(alignof(CXmlElement) <= 8, "pool blocks are aligned to 8 bytes");
+
+int64_t CXmlElement::GetLiveElementCount() { return g_liveElements.load(std::memory_order_relaxed); }
+
+const std::u16string& CXmlElement::GetAttribute(const char16_t* name,
+                                                const char16_t* namespaceURI) const {
+    static const std::u16string empty;
+    const std::u16string_view wantedName = OrEmpty(name);
+    const std::u16string_view wantedNamespace = OrEmpty(namespaceURI);
+    for (const CXmlAttribute* attribute : m_attributes) {
+        if (attribute->GetLocalName() == wantedName &&
+            attribute->GetNamespaceURI() == wantedNamespace)
+            return attribute->GetValue();
+    }
+    return empty;
+}
+
+std::u16string CXmlElement::GetXPath() const {
+    // Ancestors first, collected without recursion so that deep trees are safe.
+    std::vector<const CXmlElement*> chain;
+    for (const CXmlElement* node = this; node; node = node->m_parent) chain.push_back(node);
+    std::u16string path;
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        path += u'/';
+        path += (*it)->GetNameWithPredicate();
+    }
+    return path;
+}
+
+void CXmlElement::SetElementName(const char16_t* name) { SetElementName(OrEmpty(name)); }
+
+void CXmlElement::SetElementName(std::u16string_view name) { SetElementNameHinted(name, nullptr); }
+
+void CXmlElement::SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint) {
+    const CXmlNodeName old = m_localName;
+    m_localName = CXmlNodePool::MakeName(m_pool, name, hint);
+    CXmlNodePool::DropName(old);
+}
+
+void CXmlElement::SetNamespace(const char16_t* namespaceURI) { SetNamespace(OrEmpty(namespaceURI)); }
+
+void CXmlElement::SetNamespace(std::u16string_view namespaceURI) { SetNamespaceHinted(namespaceURI, nullptr); }
+
+void CXmlElement::SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint) {
+    const CXmlNodeName old = m_namespaceURI;
+    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI, hint);
+    CXmlNodePool::DropName(old);
+}
+
+void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value,
+                               const char16_t* namespaceURI) {
+    AddAttribute(OrEmpty(name), OrEmpty(value), OrEmpty(namespaceURI));
+}
+
+void CXmlElement::AddAttribute(std::u16string_view name, std::u16string_view value,
+                               std::u16string_view namespaceURI) {
+    std::unique_ptr<CXmlAttribute> attribute(
+        new (m_pool) CXmlAttribute(this, name, value, namespaceURI));
+    m_attributes.push_back(attribute.get());
+    attribute.release();
+}
+
+void CXmlElement::AppendText(const char16_t* text) {
+    if (text) AppendText(text, std::char_traits<char16_t>::length(text));
+}
+
+void CXmlElement::AppendText(const char16_t* text, size_t length) {
+    if (length == 0) return;
+    // Character data comes in many small pieces: grow geometrically to keep the total linear.
+    if (!m_text.empty()) {
+        const size_t needed = m_text.size() + length;
+        if (needed > m_text.capacity()) m_text.reserve(std::max(needed, 2 * m_text.capacity()));
+    }
+    m_text.append(text, length);
+}
+
+CXmlElement* CXmlElement::CreateNewChildElement() {
+    CXmlElement* child = new (m_pool) CXmlElement(m_document, this);
+    if (m_lastChild)
+        m_lastChild->m_nextSibling = child;
+    else
+        m_firstChild = child;
+    m_lastChild = child;
+    return child;
+}
+
+CXmlElement* CXmlElement::RemoveLastChildElement() {
+    CXmlElement* last = m_lastChild;
+    if (!last) return nullptr;
+    if (m_firstChild == last) {
+        m_firstChild = m_lastChild = nullptr;
+        return last;
+    }
+    CXmlElement* previous = m_firstChild;
+    while (previous->m_nextSibling != last) previous = previous->m_nextSibling;
+    previous->m_nextSibling = nullptr;
+    m_lastChild = previous;
+    return last;
+}
+
+std::u16string CXmlElement::GetQName() const {
+    if (m_document && !m_namespaceURI.Get().empty()) {
+        std::u16string alias = m_document->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
+        if (!alias.empty()) {
+            alias += u':';
+            alias += m_localName.Get();
+            return alias;
+        }
+    }
+    return m_localName.Get();
+}
+
+std::u16string CXmlElement::GetNameWithPredicate() const {
+    std::u16string name = GetQName();
+    if (!m_parent) return name;
+    size_t position = 0;
+    size_t sameNamed = 0;
+    for (const CXmlElement* sibling = m_parent->m_firstChild; sibling; sibling = sibling->m_nextSibling) {
+        if (sibling == this) {
+            position = ++sameNamed;
+        } else if (sibling->GetQName() == name) {
+            ++sameNamed;
+        }
+    }
+    if (sameNamed > 1 && position > 0) {
+        name += u'[';
+        const std::string digits = std::to_string(position);
+        name.append(digits.begin(), digits.end());
+        name += u']';
+    }
+    return name;
+}
+
+} // namespace KvXmlLib16

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kvxml/base/CInstanceMonitor.h"
+#include "kvxml/platform/KvExport.h"
+#include "kvxml/xml/CXmlNodeName.h"
+#include "kvxml/xml/CXmlAttribute.h"
+
+namespace KvXmlLib16 {
+
+class CXmlDocument;
+class CXmlNodePool;
+class CExpatReader;
+
+// A node of the in-memory tree every input is reduced to. Children form a singly linked list
+// with a last-child pointer, so appending is constant time. All character data of the element,
+// wherever it stood between the children, is one string.
+//
+// Copies are shallow: a copy shares the child, sibling and attribute pointers of its source,
+// and only one of the two may be destroyed. Names of elements built by a document are held by
+// the document's node pool, which lives as long as any element that uses them.
+class KVXML_API CXmlElement : public CInstanceMonitor {
+public:
+    CXmlElement(CXmlDocument* document, CXmlElement* parent);
+    CXmlElement(const CXmlElement& other);
+    CXmlElement& operator=(const CXmlElement& other);
+    // Frees the whole subtree, without recursion, so any depth is safe.
+    ~CXmlElement() override;
+
+    // Tree nodes come from the document's block pool; any node may still be deleted plainly.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, CXmlNodePool* pool);
+    static void operator delete(void* block, size_t size);
+    static void operator delete(void* block, CXmlNodePool* pool);
+
+    // Read side.
+    CXmlDocument* GetDocument() const { return m_document; }
+    CXmlElement* GetParentElm() const { return m_parent; }
+    CXmlElement* GetFirstElement() const { return m_firstChild; }
+    CXmlElement* GetNextSiblingElement() const { return m_nextSibling; }
+    const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
+    const std::u16string& GetLocalName() const { return m_localName.Get(); }
+    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
+    const std::u16string& GetText() const { return m_text; }
+    // First attribute equal in name and namespace URI; an absent one gives an empty string.
+    const std::u16string& GetAttribute(const char16_t* name, const char16_t* namespaceURI) const;
+    std::u16string GetXPath() const;
+
+    // Building side.
+    void SetElementName(const char16_t* name);
+    void SetElementName(std::u16string_view name);
+    void SetNamespace(const char16_t* namespaceURI);
+    void SetNamespace(std::u16string_view namespaceURI);
+    // Appends without looking for a duplicate.
+    void AddAttribute(const char16_t* name, const char16_t* value, const char16_t* namespaceURI);
+    void AddAttribute(std::u16string_view name, std::u16string_view value,
+                      std::u16string_view namespaceURI);
+    void AppendText(const char16_t* text);
+    void AppendText(const char16_t* text, size_t length);
+    CXmlElement* CreateNewChildElement();
+    // Unlinks the last child and hands it to the caller; null when there is none.
+    CXmlElement* RemoveLastChildElement();
+    std::u16string GetQName() const;
+    std::u16string GetNameWithPredicate() const;
+
+    // Number of elements alive in the process, for diagnostics and tests of the filter path.
+    static int64_t GetLiveElementCount();
+
+private:
+    friend class CXmlDocument;
+    friend class CExpatReader;
+
+    void SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint);
+    void SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint);
+    friend class CXmlAttribute;
+
+    CXmlDocument* m_document;
+    CXmlElement* m_parent;
+    CXmlElement* m_nextSibling;
+    CXmlElement* m_firstChild;
+    CXmlElement* m_lastChild;
+    std::vector<CXmlAttribute*> m_attributes;
+    std::u16string m_text;
+    // Interned in the pool when there is one and it has room, else owned.
+    CXmlNodePool* m_pool;
+    CXmlNodeName m_localName;
+    CXmlNodeName m_namespaceURI;
+};
+
+} // namespace KvXmlLib16

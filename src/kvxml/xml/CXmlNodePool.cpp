@@ -1,0 +1,181 @@
+#include "kvxml/xml/CXmlNodePool.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace KvXmlLib16 {
+
+namespace {
+
+// In front of each block: its pool, or null for a block of the heap.
+struct BlockHeader {
+    CXmlNodePool* pool;
+};
+static_assert(sizeof(BlockHeader) == 8);
+
+} // namespace
+
+struct CXmlNodePool::Slab {
+    Slab* next;
+};
+
+CXmlNodePool::CXmlNodePool()
+    : m_slabs(nullptr), m_cursor(nullptr), m_end(nullptr), m_freeLists{}, m_references(0),
+      m_nextSlabSize(kFirstSlabSize), m_attached(true), m_recentNames{} {}
+
+CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
+
+CXmlNodePool* CXmlNodePool::Create() { return new CXmlNodePool(); }
+
+void CXmlNodePool::ReleaseSlabs() {
+    while (m_slabs) {
+        Slab* next = m_slabs->next;
+        std::free(m_slabs);
+        m_slabs = next;
+    }
+    m_cursor = m_end = nullptr;
+    m_nextSlabSize = kFirstSlabSize;
+    for (void*& list : m_freeLists) list = nullptr;
+}
+
+size_t CXmlNodePool::BlockSize(size_t size) {
+    return (sizeof(BlockHeader) + size + kGranule - 1) / kGranule * kGranule;
+}
+
+void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
+    const size_t blockSize = BlockSize(size);
+    if (pool && blockSize / kGranule < kSlots) return pool->AllocateBlock(blockSize);
+    void* memory = std::malloc(sizeof(BlockHeader) + size);
+    if (!memory) throw std::bad_alloc();
+    auto* header = static_cast<BlockHeader*>(memory);
+    header->pool = nullptr;
+    return header + 1;
+}
+
+// Under AddressSanitizer every block is its own heap allocation, so that a node used after its
+// deletion is reported instead of quietly reading a recycled block.
+#if defined(__SANITIZE_ADDRESS__)
+#define KVXML_POOL_BLOCKS_FROM_HEAP 1
+#endif
+
+void* CXmlNodePool::AllocateBlock(size_t blockSize) {
+#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
+    void* block = std::malloc(blockSize);
+    if (!block) throw std::bad_alloc();
+#else
+    const size_t slot = blockSize / kGranule;
+    void* block = m_freeLists[slot];
+    if (block) {
+        m_freeLists[slot] = *static_cast<void**>(block);
+    } else {
+        if (static_cast<size_t>(m_end - m_cursor) < blockSize) {
+            // The tail of the old slab is abandoned: less than one block.
+            const size_t slabSize = m_nextSlabSize;
+            auto* slab = static_cast<Slab*>(std::malloc(slabSize));
+            if (!slab) throw std::bad_alloc();
+            slab->next = m_slabs;
+            m_slabs = slab;
+            m_cursor = reinterpret_cast<unsigned char*>(slab) + sizeof(Slab);
+            m_end = reinterpret_cast<unsigned char*>(slab) + slabSize;
+            if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
+        }
+        block = m_cursor;
+        m_cursor += blockSize;
+    }
+#endif
+    auto* header = static_cast<BlockHeader*>(block);
+    header->pool = this;
+    ++m_references;
+    return header + 1;
+}
+
+void CXmlNodePool::Free(void* block, size_t size) {
+    if (!block) return;
+    BlockHeader* header = static_cast<BlockHeader*>(block) - 1;
+    if (header->pool)
+        header->pool->FreeBlock(header, BlockSize(size));
+    else
+        std::free(header);
+}
+
+void CXmlNodePool::FreeBlock(void* header, size_t blockSize) {
+#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
+    (void)blockSize;
+    std::free(header);
+#else
+    const size_t slot = blockSize / kGranule;
+    *static_cast<void**>(header) = m_freeLists[slot];
+    m_freeLists[slot] = header;
+#endif
+    Release();
+}
+
+void CXmlNodePool::Release() {
+    if (--m_references == 0 && !m_attached) delete this;
+}
+
+void CXmlNodePool::Detach() {
+    m_attached = false;
+    if (m_references == 0) delete this;
+}
+
+void CXmlNodePool::Trim() {
+    if (m_references != 0) return;
+    ReleaseSlabs();
+    for (const std::u16string*& name : m_recentNames) name = nullptr;
+    m_names.clear();
+}
+
+// Constant-initialised, so it is ready before any static node could be built.
+constinit const std::u16string CXmlNodePool::s_empty{};
+
+const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
+    // Two-way cache keyed by length and three characters; the hash table only on a miss.
+    const size_t size = text.size();
+    const uint32_t mix = static_cast<uint32_t>(size) * 0x9E3779B1u ^ static_cast<uint32_t>(text[0]) * 0x85EBCA6Bu ^
+                         static_cast<uint32_t>(text[size / 2]) * 0xC2B2AE35u ^ static_cast<uint32_t>(text[size - 1]);
+    const size_t key = ((mix ^ (mix >> 15)) % (kRecentNames / 2)) * 2;
+    for (size_t way = key; way < key + 2; ++way) {
+        const std::u16string* recent = m_recentNames[way];
+        if (recent && recent->size() == size &&
+            std::memcmp(recent->data(), text.data(), size * sizeof(char16_t)) == 0)
+            return recent;
+    }
+    auto found = m_names.find(text);
+    if (found == m_names.end()) {
+        if (m_names.size() >= kMaxNames) return nullptr;
+        found = m_names.emplace(text).first;
+    }
+    // The newer entry takes the first way, the older moves to the second.
+    m_recentNames[key + 1] = m_recentNames[key];
+    m_recentNames[key] = &*found;
+    return m_recentNames[key];
+}
+
+CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint) {
+    if (text.empty()) return EmptyName();
+    if (pool) {
+        if (hint && !hint->IsOwned()) {
+            const std::u16string& expected = hint->Get();
+            if (expected.size() == text.size() &&
+                std::memcmp(expected.data(), text.data(), text.size() * sizeof(char16_t)) == 0)
+                return *hint;
+        }
+        if (const std::u16string* interned = pool->Intern(text))
+            return CXmlNodeName{reinterpret_cast<uintptr_t>(interned)};
+    }
+    static_assert(alignof(std::u16string) >= 2, "the low bit of a name pointer must be free");
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(text)) | 1};
+}
+
+CXmlNodeName CXmlNodePool::CopyName(CXmlNodeName name) {
+    if (!name.IsOwned()) return name;
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(name.Get())) | 1};
+}
+
+void CXmlNodePool::DropName(CXmlNodeName name) {
+    if (name.IsOwned()) delete &name.Get();
+}
+
+} // namespace KvXmlLib16

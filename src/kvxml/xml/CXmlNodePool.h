@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+#include "kvxml/xml/CXmlNodeName.h"
+
+namespace KvXmlLib16 {
+
+// Memory of one document's tree. A load creates about one element and a few attributes per
+// hundred bytes of input, and nearly all of them repeat a handful of names and namespace URIs.
+// So nodes come from slabs instead of the heap, and names are held once, here, with the nodes
+// pointing at them: loading allocates little beyond the text itself.
+//
+// Every node block, pooled or not, is preceded by a header naming its pool (null for the heap),
+// so one operator delete serves both and a node may be deleted wherever the tree hands it. Freed
+// blocks go to a free list and are reused, which keeps the filter path in constant memory.
+// The pool counts its blocks and the nodes that use its names, and outlives its document while
+// any is alive (a removed child the caller kept). Like the tree, it belongs to one thread at a time.
+class CXmlNodePool {
+public:
+    static CXmlNodePool* Create();
+
+    // Heap or pool, as the pool is null or not; the result is aligned to 8 bytes, enough for
+    // the nodes. Free takes the size the block was allocated with.
+    static void* Allocate(size_t size, CXmlNodePool* pool);
+    static void Free(void* block, size_t size);
+
+    void AddRef() { ++m_references; }
+    void Release();
+    // The owning document lets go; the pool goes now or with its last user.
+    void Detach();
+    // Returns slabs and names to the heap when nothing uses them.
+    void Trim();
+
+    // Names of nodes: interned in the pool when there is one, else owned by the node. The pool
+    // holds a bounded number of distinct names, so that a huge document of ever new names read
+    // through a filter still runs in constant memory; names beyond that are owned.
+    // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
+    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
+    static CXmlNodeName CopyName(CXmlNodeName name);
+    static void DropName(CXmlNodeName name);
+    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&s_empty)}; }
+    static const std::u16string& EmptyString() { return s_empty; }
+
+private:
+    CXmlNodePool();
+    ~CXmlNodePool();
+    static size_t BlockSize(size_t size);
+    void* AllocateBlock(size_t blockSize);
+    void FreeBlock(void* header, size_t blockSize);
+    void ReleaseSlabs();
+    // Null when the pool has no room for another name.
+    const std::u16string* Intern(std::u16string_view text);
+
+    // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
+    static constexpr size_t kFirstSlabSize = 16 * 1024;
+    static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
+    static constexpr size_t kGranule = 8;
+    static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
+    static constexpr size_t kMaxNames = 65536;
+
+    struct NameHash {
+        using is_transparent = void;
+        size_t operator()(std::u16string_view text) const { return std::hash<std::u16string_view>()(text); }
+        size_t operator()(const std::u16string& text) const { return (*this)(std::u16string_view(text)); }
+    };
+    struct NameEqual {
+        using is_transparent = void;
+        bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
+    };
+
+    static const std::u16string s_empty;
+
+    struct Slab;
+    Slab* m_slabs;
+    unsigned char* m_cursor;
+    unsigned char* m_end;
+    void* m_freeLists[kSlots];
+    size_t m_references;
+    size_t m_nextSlabSize;
+    bool m_attached;
+    std::unordered_set<std::u16string, NameHash, NameEqual> m_names;
+    // Names asked for recently, by a cheap key: most lookups end here without hashing.
+    static constexpr size_t kRecentNames = 64;
+    const std::u16string* m_recentNames[kRecentNames];
+};
+
+} // namespace KvXmlLib16
