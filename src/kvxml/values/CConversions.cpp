@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "kvxml/base/CKvException.h"
+#include "kvxml/base/CNumberText.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/platform/KvPlatform.h"
 
@@ -47,7 +48,7 @@ std::u16string RealToString(double value, const std::u16string& format, const ch
     if (std::isinf(value)) return value < 0 ? u"-INF" : u"INF";
     if (format.empty()) {
         char buf[64];
-        std::snprintf(buf, sizeof buf, defaultFormat, value);
+        FormatDoubleC(buf, sizeof buf, defaultFormat, value);
         return Widen(buf);
     }
     std::u16string text = FormatString(format.c_str(), value);
