@@ -112,7 +112,8 @@ std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern, bool fo
 bool RunMatch(const CompiledPattern& compiled, const std::string& subject, pcre2_match_data* data) {
     const auto* start = reinterpret_cast<PCRE2_SPTR>(subject.data());
     // The subject is our own valid UTF-8. The interpreter honours PCRE2_ANCHORED; the JIT entry
-    // ignores it, and there the leading `^` of the expression anchors the compiled code alike.
+    // ignores it. The answer is the same: the JIT tries offset 0 first and takes the same match
+    // there, and a match it finds further on fails the offset test below.
     const uint32_t options = PCRE2_ANCHORED | PCRE2_NO_UTF_CHECK;
     int rc = compiled.jit ? pcre2_jit_match(compiled.code, start, subject.size(), 0, options, data, nullptr)
                           : pcre2_match(compiled.code, start, subject.size(), 0, options, data, nullptr);
