@@ -265,6 +265,8 @@ const MatchCase kMatches[] = {
     {"[a-c]+", u"abc", true},
     {"[a-c]+", u"abc\n", false},  // `$` before a final line feed does not cover the subject
     {"a|b", u"ab", false},        // the alternation is wrapped, both ends anchored
+    {"a)|(b", u"xb", false},      // a pattern that breaks out of the wrapping still starts at 0
+    {"a)|(b", u"b", true},
     {R"(\i\c*)", u":x.y", true},
     {R"(\I)", u"1", true},
     {R"(\I)", u"a", false},
