@@ -190,18 +190,23 @@ TEST(PurchaseOrder, RootOptionsComeInTheirOrder) {
               "<AA:cardNumber>4111111111111111</AA:cardNumber></AA:payment></AA:purchaseOrder>");
 }
 
-TEST(PurchaseOrder, EveryAliasTheContextListsIsDeclared) {
+TEST(PurchaseOrder, EveryAliasOfTheContextIsDeclaredOnceInUriOrder) {
     CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    CSerializationContext context = OrderContext();
-    context.GetNamespaceAliases().Add(u"p", u"urn:partner");
-    context.GetNamespaceAliases().Add(u"q", u"urn:unused");
-    const std::string text = Write(*order, context);
-    const CNamespaceAliasMap& aliases = context.GetNamespaceAliases();
-    for (int32_t i = 0; i < aliases.GetNamespaceCount(); ++i) {
-        const std::u16string uri = aliases.GetNamespaceAt(i);
-        const std::string declaration =
-            " xmlns:" + Narrow(aliases.GetAliasFromNamespace(uri.c_str())) + "=\"" + Narrow(uri) + "\"";
-        EXPECT_NE(text.find(declaration), std::string::npos) << declaration;
+    for (int extra = 0; extra <= 2; ++extra) {
+        CSerializationContext context = OrderContext();
+        if (extra > 0) context.GetNamespaceAliases().Add(u"q", u"urn:a-first");
+        if (extra > 1) context.GetNamespaceAliases().Add(u"p", u"urn:partner");
+        std::vector<std::string> expected{" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""};
+        if (extra > 0) expected.push_back(" xmlns:q=\"urn:a-first\"");
+        if (extra > 1) expected.push_back(" xmlns:p=\"urn:partner\"");
+        const std::string text = Write(*order, context);
+        size_t from = 0;
+        for (const std::string& declaration : expected) {
+            const size_t at = text.find(declaration, from);
+            ASSERT_NE(at, std::string::npos) << extra << declaration << "\n" << text;
+            EXPECT_EQ(text.find(declaration, at + 1), std::string::npos) << declaration;
+            from = at;
+        }
     }
 }
 
