@@ -1,6 +1,8 @@
 // The purchase-order example classes: round trips of whole documents and the options of a call.
 #include "BindingTestSupport.h"
 
+#include <cxxabi.h>
+#include <random>
 #include <thread>
 
 #include "../../examples/purchase_order/PurchaseOrder.cpp"
@@ -383,6 +385,69 @@ TEST(PurchaseOrder, TablesBuiltByManyThreadsAtOnceServeThemAll) {
         });
     for (std::thread& thread : threads) thread.join();
     for (const std::string& text : texts) EXPECT_EQ(text, kOrderText);
+}
+
+} // namespace
+} // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+using namespace PurchaseOrderSample;
+
+// Mutated orders, under every combination of the reading options, either read or fail with a
+// CKvException; a written-back object must write again.
+TEST(PurchaseOrder, MutatedDocumentsReadOrFailCleanly) {
+    const std::string good = kOrderText;
+    const char* const pieces[] = {"<item/>", "<payment/>", "<note/>", " xsi:nil=\"true\"", " xsi:nil=\"maybe\"",
+                                  " xsi:type=\"x:y:z\"", " xsi:type=\"CreditCardPaymentType\"", "</item>",
+                                  "<quantity>-1</quantity>", "<AA:any/>", "&amp;", "<billTo>", "x", ""};
+    std::mt19937 random(16);
+    auto pick = [&](size_t n) { return static_cast<size_t>(random() % n); };
+    int failures = 0;
+    for (int round = 0; round < 2000; ++round) {
+        std::string text = good;
+        for (int edits = 1 + static_cast<int>(pick(3)); edits > 0; --edits) {
+            // Edits at tag boundaries keep most texts well-formed enough to reach the binding.
+            size_t at = text.find('<', pick(text.size()));
+            if (at == std::string::npos) at = text.size();
+            switch (pick(4)) {
+            case 0: text.insert(at, pieces[pick(std::size(pieces))]); break;
+            case 1: {
+                const size_t end = text.find('<', at + 1);
+                if (end != std::string::npos) text.erase(at, end - at);
+                break;
+            }
+            case 2: {
+                const size_t space = text.find(' ', at);
+                if (space != std::string::npos) text.insert(space, pieces[3 + pick(4)]);
+                break;
+            }
+            default: {
+                const size_t end = text.find('<', at + 1);
+                if (end != std::string::npos) text.insert(at, text.substr(at, end - at));
+            }
+            }
+        }
+        CSerializationContext context = OrderContext();
+        context.SetIgnoreUnknownElements(round & 1);
+        context.SetIgnoreMissingMandatoryElements((round & 3) == 2);
+        context.SetIgnoreUnknownAttributes(round & 4);
+        context.SetIgnoreNamespaces(round & 8);
+        context.SetIgnoreInvalidCollectionCounts(round & 16);
+        CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
+        try {
+            Read(*order, text.c_str(), context);
+            Write(*order, context);
+        } catch (const CKvException&) {
+            ++failures;
+        } catch (...) {
+            ADD_FAILURE() << abi::__cxa_current_exception_type()->name() << "\n" << text;
+            return;
+        }
+    }
+    EXPECT_GT(failures, 0);
+    EXPECT_LT(failures, 2000);
 }
 
 } // namespace
