@@ -4,16 +4,6 @@
 namespace BindingTest {
 namespace {
 
-const char16_t* ColourToText(int32_t v) {
-    static const char16_t* names[] = {u"red", u"green", u"blue"};
-    return v >= 0 && v < 3 ? names[v] : nullptr;
-}
-int32_t ColourFromText(const char16_t* text) {
-    for (int32_t i = 0; i < 3; ++i)
-        if (std::u16string(text) == ColourToText(i)) return i;
-    throw CKvInvalidValueException(u"not a colour");
-}
-
 // root: a (string, mandatory), b (i4, mandatory), n (string, optional, nillable, default "dflt",
 // at most 4 characters), c (colour, optional, default "green").
 struct SeqFixture {
@@ -109,13 +99,7 @@ TEST_P(SequenceRead, ReadsOrReportsWithPath) {
     EXPECT_EQ(path, c.path);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases),
-                         [](const ::testing::TestParamInfo<ReadCase>& info) {
-                             std::string name;
-                             for (const char* p = info.param.name; *p; ++p)
-                                 name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
 TEST(SequenceRead, FailureOfTheInnermostLevelIsPassedOnAsPlainException) {
     SeqFixture f;
@@ -201,13 +185,7 @@ TEST_P(SequenceWrite, WritesTheWholeText) {
     EXPECT_EQ(Write(object, context), c.expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SequenceWrite, ::testing::ValuesIn(kWriteCases),
-                         [](const ::testing::TestParamInfo<WriteCase>& info) {
-                             std::string name;
-                             for (const char* p = info.param.name; *p; ++p)
-                                 name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, SequenceWrite, ::testing::ValuesIn(kWriteCases), CaseName<WriteCase>);
 
 TEST(SequenceWrite, FailuresCarryTheElementChain) {
     SeqFixture f;
@@ -267,8 +245,7 @@ TEST(SequenceRead, EmptyTableDropsChildrenOnlyWhenAllowed) {
 TEST(SequenceRead, NamespacesMustMatchUnlessIgnored) {
     Tables tables(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", u"urn:t", true,
                                          false, -1, ItemType_Invalid, nullptr, false),
-                  {new CElementInfoSeqPrimMnd(u"a", u"urn:t", 0, false, ItemType_string, nullptr,
-                                              CWhitespaceUtils::WhitespaceRule_None, NoFacets(), nullptr)});
+                  {StringMnd(u"a", 0, u"urn:t")});
     CTestObject object(tables, u"root", u"urn:t");
     CSerializationContext context;
     EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><t:a>x</t:a></t:root>", context); }),
