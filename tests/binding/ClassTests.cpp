@@ -488,11 +488,6 @@ TEST(ClassFactory, ReadsTheStatedType) {
     }
 }
 
-} // namespace
-} // namespace BindingTest
-
-namespace BindingTest {
-namespace {
 
 TEST(Nesting, DeepDocumentsAndCyclesFailInsteadOfExhaustingTheStack) {
     Tables node(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"node"),

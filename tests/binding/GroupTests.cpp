@@ -195,11 +195,6 @@ TEST(Wildcard, AnyAttributeNeedsAnAttributeCollection) {
     EXPECT_EQ(Write(object, CSerializationContext()), "<root k=\"v\" l=\"w\"/>");
 }
 
-} // namespace
-} // namespace BindingTest
-
-namespace BindingTest {
-namespace {
 
 TEST(GroupType, UnknownValueFailsBothWays) {
     Tables tables(ClassInfo(static_cast<XmlElementGroupType>(7)), {});
@@ -225,11 +220,6 @@ TEST(NilObject, UnexpectedNilValueOnAClass) {
               "<root xmlns:AA=\"http://www.w3.org/2001/XMLSchema-instance\" AA:nil=\"true\"/>");
 }
 
-} // namespace
-} // namespace BindingTest
-
-namespace BindingTest {
-namespace {
 
 // Groups without an element of their own inside a sequence: what passes and what fails.
 TEST(GroupWithoutElement, ChoiceAndAllInsideASequence) {

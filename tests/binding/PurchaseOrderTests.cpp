@@ -165,31 +165,24 @@ TEST(PurchaseOrder, EveryAliasOfTheContextIsDeclaredOnceInUriOrder) {
 }
 
 TEST(PurchaseOrder, WritingFailuresListTheElementsFromTheRoot) {
-    CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    order->GetItems()->Item(1)->SetPartNumber(u"bad");
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\nFailed to convert the element [item] to XML\n"
-              "Failed to convert attributes to XML\nInvalid Value for partNumber [bad].");
-    order = MakeOrder();
-    order->GetItems()->Item(0)->GetTracking()->SetLineNumber(0);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\nFailed to convert the element [item] to XML\n"
-              "Failed to convert attributes to XML\nFailed to convert attributes to XML\n"
-              "Invalid Value for lineNumber [0]");
-    order = MakeOrder();
-    order->SetPriority(6);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\nInvalid Value for priority [6]");
-    order = MakeOrder();
-    order->SetPayment(nullptr);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\n"
-              "The Property [payment] is mandatory, it may not be NULL");
-    order = MakeOrder();
-    while (order->GetItems()->GetCount() > 0) order->GetItems()->Remove(0);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\n"
-              "The Minimum number of [item] elements allowed in this collection is 1");
+    const std::string top = "Failed to convert the element [purchaseOrder] to XML\n";
+    const std::string item = top + "Failed to convert the element [item] to XML\nFailed to convert attributes to XML\n";
+    const std::pair<std::function<void(CPurchaseOrder&)>, std::string> cases[] = {
+        {[](CPurchaseOrder& o) { o.GetItems()->Item(1)->SetPartNumber(u"bad"); },
+         item + "Invalid Value for partNumber [bad]."},
+        // The attributes of a pseudo child fail inside its parent's attribute line.
+        {[](CPurchaseOrder& o) { o.GetItems()->Item(0)->GetTracking()->SetLineNumber(0); },
+         item + "Failed to convert attributes to XML\nInvalid Value for lineNumber [0]"},
+        {[](CPurchaseOrder& o) { o.SetPriority(6); }, top + "Invalid Value for priority [6]"},
+        {[](CPurchaseOrder& o) { o.SetPayment(nullptr); }, top + "The Property [payment] is mandatory, it may not be NULL"},
+        {[](CPurchaseOrder& o) { o.GetItems()->Clear(); },
+         top + "The Minimum number of [item] elements allowed in this collection is 1"},
+    };
+    for (const auto& [spoil, message] : cases) {
+        CSmartPtr<CPurchaseOrder> order = MakeOrder();
+        spoil(*order);
+        EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }), message);
+    }
 }
 
 std::string Replace(std::string text, const std::string& from, const std::string& to) {
@@ -339,13 +332,6 @@ TEST(PurchaseOrder, TablesBuiltByManyThreadsAtOnceServeThemAll) {
     for (const std::string& text : texts) EXPECT_EQ(text, kOrderText);
 }
 
-} // namespace
-} // namespace BindingTest
-
-namespace BindingTest {
-namespace {
-
-using namespace PurchaseOrderSample;
 
 // Mutated orders, under every combination of the reading options, either read or fail with a
 // CKvException; a written-back object must write again.

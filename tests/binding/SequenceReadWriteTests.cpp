@@ -101,46 +101,29 @@ TEST_P(SequenceRead, ReadsOrReportsWithPath) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
-TEST(SequenceRead, FailureOfTheInnermostLevelIsPassedOnAsPlainException) {
+TEST(SequenceRead, FailuresKeepTheirCauseAndWhatWasReadBeforeThem) {
     SeqFixture f;
     CTestObject object(f.tables);
     CSerializationContext context;
+    // A level that passes a failure with a path on does not keep its concrete class.
     try {
         Read(object, "<root><b>5</b></root>", context);
         FAIL() << "no exception";
     } catch (const CKvValidationException&) {
-        FAIL() << "the concrete class must not survive a level that passes the failure on";
+        FAIL() << "passed on as a validation exception";
     } catch (const CKvException& e) {
         EXPECT_EQ(Narrow(e.GetPath()), "/root");
     }
-}
-
-TEST(SequenceRead, ConversionFailureKeepsItsCauseBehindThePath) {
-    SeqFixture f;
-    CTestObject object(f.tables);
-    CSerializationContext context;
     try {
         Read(object, "<root><a>x</a><b>five</b></root>", context);
         FAIL() << "no exception";
     } catch (const CKvValidationException& e) {
-        ASSERT_NE(e.GetInnerException(), nullptr);
         EXPECT_NE(dynamic_cast<const CKvInvalidValueException*>(e.GetInnerException()), nullptr);
     }
-    // What was read before the failure stays.
     EXPECT_EQ(object.Text(0), "x");
-}
-
-TEST(SequenceRead, SetterFailureNamesTheElement) {
-    SeqFixture f;
-    CTestObject object(f.tables);
     object.failOnSet = 1;
-    CSerializationContext context;
-    try {
-        Read(object, "<root><a>x</a><b>5</b></root>", context);
-        FAIL() << "no exception";
-    } catch (const CKvException& e) {
-        EXPECT_EQ(Narrow(e.GetFullMessage()), "Failed to set the property value.\nPath: /root/b\nsetter refused");
-    }
+    EXPECT_EQ(FullMessageOf([&] { Read(object, "<root><a>x</a><b>5</b></root>", context); }),
+              "Failed to set the property value.\nPath: /root/b\nsetter refused");
 }
 
 // Every document here declares the alias that the context adds for the instance namespace.
