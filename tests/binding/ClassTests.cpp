@@ -178,6 +178,43 @@ TEST(GroupClass, OptionalGroupThatTookNothingIsDropped) {
     EXPECT_EQ(object.TestChild(0)->Text(0), "q");
 }
 
+TEST(GroupClass, GroupThatRequiresContentFailsInARealElement) {
+    Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"grp", false), {StringOpt(u"g1", 0)});
+    Tables root(ClassInfo(XmlElementGroupType_Seq),
+                {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"grp", u"", 1, XmlElementType_Pseudo,
+                                                                &CreateRegistered, 0, true),
+                 StringOpt(u"z", 2)});
+    CTestObject object(root);
+    object.onInit = [&group](CTestObject& o) { o.props[1].SetXmlObject(new CTestObject(group, u"grp")); };
+    const std::string missing = "Failed to find the required child element [grp].\nPath: /root";
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><a>1</a><z>2</z></root>", CSerializationContext()); }), missing);
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><a>1</a></root>", CSerializationContext()); }), missing);
+    Read(object, "<root><a>1</a><g1>y</g1><z>2</z></root>", CSerializationContext());
+    EXPECT_EQ(object.TestChild(1)->Text(0) + object.Text(2), "y2");
+}
+
+TEST(GroupClass, CollectionBelowItsMinimumInAGroupReportsNoProgress) {
+    Tables item(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"it"), {StringMnd(u"v", 0)});
+    Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Inline, u"grp", false),
+                 {new CElementInfoSeqClsCol(u"it", u"", 0, XmlElementType_Element)});
+    Tables root(ClassInfo(XmlElementGroupType_Seq),
+                {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateRegistered, 0, false)});
+    CTestObject object(root);
+    object.onInit = [&](CTestObject& o) {
+        CTestObject* inner = new CTestObject(group, u"grp");
+        inner->onInit = [&item](CTestObject& i) { i.props[0].SetXmlObject(new CTestCol(item, u"it", 2, -1)); };
+        inner->Init();
+        o.props[0].SetXmlObject(inner);
+    };
+    // No count failure: the group gives its position back and the item, though read, is left over.
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><it><v>1</v></it></root>", CSerializationContext()); }),
+              "Failed read all the elements held within the element [root]. The unexpected element [it] remains un "
+              "processed\nPath: /root");
+    EXPECT_EQ(dynamic_cast<CTestCol*>(object.TestChild(0)->Child(0))->GetCount(), 1);
+    Read(object, "<root><it><v>1</v></it><it><v>2</v></it></root>", CSerializationContext());
+    EXPECT_EQ(dynamic_cast<CTestCol*>(object.TestChild(0)->Child(0))->GetCount(), 2);
+}
+
 // ---- attributes -------------------------------------------------------------------------------
 
 struct AttributeFixture {
