@@ -153,7 +153,7 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16
         // The namespace handed down is nearly always the class's own: reuse that string then.
         std::u16string passed;
         const std::u16string* nsRef = &info.ElementNamespaceRef();
-        if (!namespaceUri || *nsRef != namespaceUri) {
+        if (!namespaceUri || !BindingHelpers::SameText(*nsRef, namespaceUri)) {
             passed = namespaceUri ? namespaceUri : u"";
             nsRef = &passed;
         }
