@@ -8,6 +8,8 @@
 namespace BindingTest {
 namespace {
 
+constexpr auto kNone = CWhitespaceUtils::WhitespaceRule_None;
+
 CElementInfo* ChoicePrim(const char16_t* name, int32_t index) {
     return new CElementInfoChoicePrimOpt(name, u"", index, false, ItemType_string, nullptr, kNone, NoFacets(),
                                          nullptr);
@@ -15,7 +17,8 @@ CElementInfo* ChoicePrim(const char16_t* name, int32_t index) {
 
 struct ChoiceFixture {
     Tables item{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"it"),
-                {StringMnd(u"v", 0)}};
+                {new CElementInfoSeqPrimMnd(u"v", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                            nullptr)}};
     // A choice of two primitives.
     Tables primitives{ClassInfo(XmlElementGroupType_Choice), {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1)}};
     // A choice whose only alternative is a collection of at least `minimum` items.
@@ -143,7 +146,8 @@ TEST(All, CollectionRecordEndsInNotImplemented) {
 
 TEST(Wildcard, OptionalAnyElementRoundTrip) {
     Tables tables(ClassInfo(XmlElementGroupType_Seq),
-                  {StringOpt(u"a", 0),
+                  {new CElementInfoSeqPrimOpt(u"a", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                              nullptr),
                    new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 1, u"##other", u"urn:t")});
     CTestObject object(tables, u"root", u"urn:t");
     const char* xml = "<root><a>1</a><w:ext xmlns:w=\"urn:w\" k=\"v\"><w:inner>t</w:inner></w:ext></root>";
@@ -195,6 +199,11 @@ TEST(Wildcard, AnyAttributeNeedsAnAttributeCollection) {
     EXPECT_EQ(Write(object, CSerializationContext()), "<root k=\"v\" l=\"w\"/>");
 }
 
+} // namespace
+} // namespace BindingTest
+
+namespace BindingTest {
+namespace {
 
 TEST(GroupType, UnknownValueFailsBothWays) {
     Tables tables(ClassInfo(static_cast<XmlElementGroupType>(7)), {});
@@ -220,6 +229,11 @@ TEST(NilObject, UnexpectedNilValueOnAClass) {
               "<root xmlns:AA=\"http://www.w3.org/2001/XMLSchema-instance\" AA:nil=\"true\"/>");
 }
 
+} // namespace
+} // namespace BindingTest
+
+namespace BindingTest {
+namespace {
 
 // Groups without an element of their own inside a sequence: what passes and what fails.
 TEST(GroupWithoutElement, ChoiceAndAllInsideASequence) {
@@ -231,7 +245,8 @@ TEST(GroupWithoutElement, ChoiceAndAllInsideASequence) {
     for (const Tables* group : {&choice, &all}) {
         Tables root(ClassInfo(XmlElementGroupType_Seq),
                     {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateRegistered, 0, false),
-                     StringOpt(u"z", 1)});
+                     new CElementInfoSeqPrimOpt(u"z", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                                nullptr)});
         CTestObject object(root);
         object.onInit = [group](CTestObject& o) { o.props[0].SetXmlObject(new CTestObject(*group, u"grp")); };
         // Nothing of the group is there: no failure, the group reports no progress.
@@ -245,7 +260,8 @@ TEST(GroupWithoutElement, ChoiceAndAllInsideASequence) {
 
 TEST(GroupWithoutElement, ChoiceAlternativeThatTookNothingIsEmptiedAgain) {
     Tables inner(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"in", false),
-                 {StringOpt(u"p", 0)});
+                 {new CElementInfoSeqPrimOpt(u"p", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                             nullptr)});
     Registry()[30] = &inner;
     Tables root(ClassInfo(XmlElementGroupType_Choice),
                 {new CElementInfoChoiceClsOpt(u"in", u"", 0, XmlElementType_Pseudo, &CreateRegistered, 30),
@@ -262,8 +278,10 @@ TEST(GroupWithoutElement, ChoiceAlternativeThatTookNothingIsEmptiedAgain) {
 
 TEST(SequenceEdge, OptionalBeforeMandatoryOfTheSameName) {
     Tables root(ClassInfo(XmlElementGroupType_Seq),
-                {StringOpt(u"a", 0),
-                 StringMnd(u"a", 1)});
+                {new CElementInfoSeqPrimOpt(u"a", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                            nullptr),
+                 new CElementInfoSeqPrimMnd(u"a", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                            nullptr)});
     CTestObject object(root);
     Read(object, "<root><a>1</a><a>2</a></root>", CSerializationContext());
     EXPECT_EQ(object.Text(0) + object.Text(1), "12");
