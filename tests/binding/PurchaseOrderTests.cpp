@@ -101,47 +101,20 @@ TEST(PurchaseOrder, WritesAndReadsBackEveryKindOfChild) {
     }
 }
 
-TEST(PurchaseOrder, DefaultsOfOptionalValues) {
-    CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    order->SetCurrency(u"EUR");
-    CSerializationContext context = OrderContext();
-    EXPECT_NE(Write(*order, context).find("currency=\"EUR\""), std::string::npos);
-    context.SetNoOptionalAttributeDefaultOutput(true);
-    EXPECT_EQ(Write(*order, context).find("currency="), std::string::npos);
-    EXPECT_NE(Write(*order, context).find("<shipMethod/>"), std::string::npos);
-    context.SetWriteDefaultElementValues(true);
-    EXPECT_NE(Write(*order, context).find("<shipMethod>ground</shipMethod>"), std::string::npos);
-
-    CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
-    Read(*back, Write(*order, context).c_str(), context);
-    EXPECT_EQ(back->GetCurrency(), std::nullopt);
-    EXPECT_EQ(back->GetShipMethod(), u"ground");
-}
-
 TEST(PurchaseOrder, RootOptionsComeInTheirOrder) {
     CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    order->SetShipTo(nullptr);
-    order->SetExtension(nullptr);
     order->GetAnyAttributes()->Clear();
-    order->GetItems()->Remove(1);
     CSerializationContext context;
     context.GetProcessingInstructions().push_back(u"<?xml-stylesheet href=\"po.xsl\"?>");
     context.SetInLineSchema(u"<xs:schema/>");
     context.GetAdditionalRootAttributes()->Add(u"batch", u"7", u"");
-    context.SetWriteTypeAttribute(false);
-    EXPECT_EQ(Write(*order, context),
+    const std::string text = Write(*order, context);
+    EXPECT_EQ(text.substr(0, text.find("<AA:customer>")),
               "<?xml-stylesheet href=\"po.xsl\"?>\n\n"
               "<AA:purchaseOrder xmlns:AA=\"urn:kvxml:samples:purchase-order\" batch=\"7\" orderId=\"PO-1001\" "
-              "currency=\"USD\" status=\"shipped\" \n<xs:schema/>\n>"
-              "<AA:customer>Alice &lt;Smith&gt;</AA:customer><AA:customerNumber>4000000000</AA:customerNumber>"
-              "<AA:priority>2</AA:priority><AA:express>true</AA:express><AA:shipMethod/>"
-              "<AA:billTo><AA:name>Alice Smith</AA:name><AA:street>1 Main St</AA:street>"
-              "<AA:city>Springfield</AA:city><AA:zip>12345</AA:zip></AA:billTo>"
-              "<AA:item partNumber=\"123-AB\" addedBy=\"web\" lineNumber=\"1\"><AA:productName>Lawnmower"
-              "</AA:productName><AA:quantity>1</AA:quantity><AA:unitPrice>148.95</AA:unitPrice>"
-              "<AA:giftWrap>false</AA:giftWrap><AA:comment>Confirm this is electric</AA:comment></AA:item>"
-              "<AA:payment><AA:amount>188.45</AA:amount><AA:cardHolder>Alice Smith</AA:cardHolder>"
-              "<AA:cardNumber>4111111111111111</AA:cardNumber></AA:payment></AA:purchaseOrder>");
+              "currency=\"USD\" status=\"shipped\" \n<xs:schema/>\n>");
+    // Only the root carries them.
+    EXPECT_EQ(text.find("batch", text.find("<AA:customer>")), std::string::npos);
 }
 
 TEST(PurchaseOrder, EveryAliasOfTheContextIsDeclaredOnceInUriOrder) {
@@ -233,59 +206,6 @@ TEST(PurchaseOrder, ReadingFailuresCarryTheInnermostPath) {
         EXPECT_EQ(message, c.message) << c.name;
         EXPECT_EQ(path, c.path) << c.name;
     }
-}
-
-TEST(PurchaseOrder, ReadingOptions) {
-    const std::string good = kOrderText;
-    CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-    CSerializationContext ignoreUnknown = OrderContext();
-    ignoreUnknown.SetIgnoreUnknownElements(true);
-    Read(*order, Replace(good, "<billTo>", "<discount>5</discount><billTo>").c_str(), ignoreUnknown);
-    EXPECT_EQ(order->GetBillTo()->GetCity(), u"Springfield");
-    // The abstract payment never skips what stands in front of it.
-    EXPECT_EQ(MessageOf([&] { Read(*order, Replace(good, "<payment", "<discount/><payment").c_str(), ignoreUnknown); }),
-              "Failed to find a suitable substitution element for [payment].\nPath: /purchaseOrder");
-
-    CSerializationContext ignoreMissing = OrderContext();
-    ignoreMissing.SetIgnoreMissingMandatoryElements(true);
-    Read(*order, Replace(good, "<customer>Alice &lt;Smith&gt;</customer>", "").c_str(), ignoreMissing);
-    EXPECT_EQ(order->GetCustomer(), u"");
-    EXPECT_EQ(order->GetCustomerNumber(), 4000000000u);
-
-    CSerializationContext ignoreAttributes = OrderContext();
-    ignoreAttributes.SetIgnoreUnknownAttributes(true);
-    Read(*order, Replace(good, "<customer>", "<customer note=\"x\">").c_str(), ignoreAttributes);
-    EXPECT_EQ(order->GetCustomer(), u"Alice <Smith>");
-
-    // Without namespaces, a document in no namespace reads as well.
-    std::string plain = Replace(good, " xmlns=\"urn:kvxml:samples:purchase-order\"", "");
-    CSerializationContext noNamespaces;
-    noNamespaces.SetIgnoreNamespaces(true);
-    Read(*order, plain.c_str(), noNamespaces);
-    EXPECT_EQ(order->GetItems()->GetCount(), 2);
-    EXPECT_NE(dynamic_cast<CCreditCardPayment*>(order->GetPayment()), nullptr);
-}
-
-TEST(PurchaseOrder, ItemCountBounds) {
-    CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    while (order->GetItems()->GetCount() < 101) {
-        CSmartPtr<CItem> item = new CItem();
-        item->SetPartNumber(u"999-ZZ");
-        item->SetProductName(u"Filler");
-        order->GetItems()->Add(item);
-    }
-    CSerializationContext context = OrderContext();
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, context); }),
-              "Failed to convert the element [purchaseOrder] to XML\n"
-              "The Maximum number of [item] elements allowed in this collection is 100");
-    context.SetIgnoreInvalidCollectionCounts(true);
-    const std::string text = Write(*order, context);
-    CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
-    EXPECT_EQ(FullMessageOf([&] { Read(*back, text.c_str(), OrderContext()); }),
-              "Failed to process the element.\nPath: /purchaseOrder\n"
-              "The Maximum number of [item] elements allowed in this collection is 100");
-    Read(*back, text.c_str(), context);
-    EXPECT_EQ(back->GetItems()->GetCount(), 101);
 }
 
 TEST(PurchaseOrder, ReadsBinaryValues) {
