@@ -4,6 +4,8 @@
 
 #include "kvxml/binding/CClassfactoryBase.h"
 
+#include <random>
+
 namespace BindingTest {
 namespace {
 
@@ -530,6 +532,69 @@ TEST(Nesting, DeepDocumentsAndCyclesFailInsteadOfExhaustingTheStack) {
     EXPECT_NE(FullMessageOf([&] { Write(*cyclic, CSerializationContext()); }).find("exceeds 500 levels"),
               std::string::npos);
     cyclic->props[0] = KvVariant();
+}
+
+// Random children for a sequence that holds groups of all three kinds without an element, a
+// collection and a wildcard: every reading option ends, and only in CKvException failures.
+TEST(Robustness, RandomChildrenThroughEveryGroupKind) {
+    Tables item(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"it"), {StringOpt(u"v", 0)});
+    Tables pseudo(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"p", false),
+                  {StringOpt(u"g", 0), StringMnd(u"h", 1)}, {StringAttribute(u"ga", 2)});
+    Tables choice(ClassInfo(XmlElementGroupType_Choice, XmlElementType_Inline, u"c", false),
+                  {new CElementInfoChoicePrimOpt(u"x", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                                 nullptr),
+                   new CElementInfoChoicePrimOpt(u"y", u"", 1, false, ItemType_i4, nullptr, kNone, NoFacets(),
+                                                 nullptr)});
+    Tables all(ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"l", false),
+               {new CElementInfoAllPrimMnd(u"m", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr),
+                new CElementInfoAllPrimOpt(u"n", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
+                                           nullptr)});
+    Tables root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
+                {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateRegistered, 0, false),
+                 new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateRegistered, 0, true),
+                 new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateRegistered, 0, false),
+                 new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
+                 new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
+    CTestObject object(root);
+    object.onInit = [&](CTestObject& o) {
+        o.props[1].SetXmlObject(new CTestObject(pseudo, u"p"));
+        o.props[2].SetXmlObject(new CTestObject(choice, u"c"));
+        o.props[3].SetXmlObject(new CTestObject(all, u"l"));
+        o.props[4].SetXmlObject(new CTestCol(item, u"it", 1, 3));
+    };
+    // A valid child list, then a few random drops, repeats, swaps and strangers.
+    const std::vector<std::string> valid = {"a", "g", "h", "y", "n", "m", "it", "it", "z"};
+    std::mt19937 random(3);
+    int read = 0;
+    for (int round = 0; round < 1500; ++round) {
+        std::vector<std::string> names = valid;
+        for (int n = static_cast<int>(random() % 4); n > 0; --n) {
+            const size_t at = random() % names.size();
+            switch (random() % 4) {
+            case 0: names.erase(names.begin() + static_cast<std::ptrdiff_t>(at)); break;
+            case 1: names.insert(names.begin() + static_cast<std::ptrdiff_t>(at), names[at]); break;
+            case 2: std::swap(names[at], names[random() % names.size()]); break;
+            default: names.insert(names.begin() + static_cast<std::ptrdiff_t>(at), valid[random() % valid.size()]);
+            }
+            if (names.empty()) names.push_back("w");
+        }
+        std::string xml = round % 3 ? "<root ga='1'>" : "<root>";
+        for (const std::string& name : names)
+            xml += "<" + name + (random() % 8 ? ">1" : "><v>2</v>") + "</" + name + ">";
+        xml += "</root>";
+        CSerializationContext context;
+        context.SetIgnoreUnknownElements(round & 1);
+        context.SetIgnoreMissingMandatoryElements((round & 3) == 2);
+        context.SetIgnoreInvalidCollectionCounts(round & 4);
+        context.SetIgnoreMissingChoice(round & 8);
+        try {
+            Read(object, xml.c_str(), context);
+            Write(object, context);
+            ++read;
+        } catch (const CKvException&) {
+        }
+    }
+    EXPECT_GT(read, 0);
 }
 
 } // namespace
