@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -77,6 +78,38 @@ inline CParentElementInfo* ClassInfo(XmlElementGroupType group, XmlElementType t
 inline const CPrimitiveRestrictions& NoFacets() {
     static const CPrimitiveRestrictions none;
     return none;
+}
+
+constexpr auto kNone = CWhitespaceUtils::WhitespaceRule_None;
+
+// String-valued records without facets or defaults, the most common shape in the tests.
+inline CElementInfo* StringMnd(const char16_t* name, int32_t index, const char16_t* ns = u"") {
+    return new CElementInfoSeqPrimMnd(name, ns, index, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr);
+}
+inline CElementInfo* StringOpt(const char16_t* name, int32_t index, const char16_t* ns = u"") {
+    return new CElementInfoSeqPrimOpt(name, ns, index, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr);
+}
+inline CAttributeInfo* StringAttribute(const char16_t* name, int32_t index, bool optional = true) {
+    return new CAttributeInfoPrimitive(name, u"", index, optional, ItemType_string, nullptr, kNone, NoFacets(),
+                                       nullptr);
+}
+
+inline const char16_t* ColourToText(int32_t v) {
+    static const char16_t* names[] = {u"red", u"green", u"blue"};
+    return v >= 0 && v < 3 ? names[v] : nullptr;
+}
+inline int32_t ColourFromText(const char16_t* text) {
+    for (int32_t i = 0; i < 3; ++i)
+        if (std::u16string(text) == ColourToText(i)) return i;
+    throw CKvInvalidValueException(u"not a colour");
+}
+
+// Test names for parameterised cases from their descriptions.
+template <class Case>
+std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
+    std::string name;
+    for (const char* p = info.param.name; *p; ++p) name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
+    return name;
 }
 
 class CTestObject : public CXmlGeneratedClass {

@@ -4,8 +4,6 @@
 namespace BindingTest {
 namespace {
 
-constexpr auto kNone = CWhitespaceUtils::WhitespaceRule_None;
-
 TEST(ElementInfo, IsThisElementComparesNameAndNamespace) {
     CElementInfoSeqPrimOpt record(u"a", u"urn:a", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr);
     CXmlDocument document;
@@ -67,8 +65,7 @@ TEST(ElementInfo, ChecksOnlyPrimitiveRecordsAndBaseValidateRefuses) {
 
 TEST(ElementInfo, PropertyFailuresAreWrapped) {
     Tables tables(ClassInfo(XmlElementGroupType_Seq),
-                  {new CElementInfoSeqPrimOpt(u"far", u"", 20, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                              nullptr)});
+                  {StringOpt(u"far", 20)});
     CTestObject object(tables);
     EXPECT_EQ(FullMessageOf([&] { Write(object, CSerializationContext()); }),
               "Failed to convert the element [root] to XML\nFailed to get the property value for [far].\n"
@@ -111,10 +108,8 @@ TEST(CleanMetaData, DestroysEveryRecordAndNullsThePointers) {
 
 TEST(GeneratedClass, CountsRecordsAndFindsElementsInTheTable) {
     Tables tables(ClassInfo(XmlElementGroupType_Seq),
-                  {new CElementInfoSeqPrimOpt(u"a", u"urn:a", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                              nullptr),
-                   new CElementInfoSeqPrimOpt(u"b", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                              nullptr)});
+                  {StringOpt(u"a", 0, u"urn:a"),
+                   StringOpt(u"b", 1)});
     CTestObject object(tables);
     EXPECT_EQ(object.GetClassElementInfoCount(), 2);
     CXmlDocument document;

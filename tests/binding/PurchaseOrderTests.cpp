@@ -1,6 +1,8 @@
 // The purchase-order example classes: round trips of whole documents and the options of a call.
 #include "BindingTestSupport.h"
 
+#include <cxxabi.h>
+#include <random>
 #include <thread>
 
 #include "../../examples/purchase_order/PurchaseOrder.cpp"
@@ -83,154 +85,77 @@ const char kOrderText[] =
     "<cardNumber>4111111111111111</cardNumber></payment>"
     "<AA:note>leave at the door</AA:note></purchaseOrder>";
 
-const char kOrderFormatted[] =
-    "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
-    " orderId=\"PO-1001\" currency=\"USD\" status=\"shipped\" xmlns:AA=\"urn:partner\" AA:ref=\"A&amp;B\">\n"
-    "\t<customer>Alice &lt;Smith&gt;</customer>\n"
-    "\t<customerNumber>4000000000</customerNumber>\n"
-    "\t<priority>2</priority>\n"
-    "\t<express>true</express>\n"
-    "\t<shipMethod/>\n"
-    "\t<billTo>\n\t\t<name>Alice Smith</name>\n\t\t<street>1 Main St</street>\n\t\t<city>Springfield</city>\n"
-    "\t\t<zip>12345</zip>\n\t</billTo>\n"
-    "\t<shipTo country=\"US\">\n\t\t<name>Bob</name>\n\t\t<street>2 Side St</street>\n\t\t<city>Shelbyville</city>\n"
-    "\t\t<zip>54321</zip>\n\t</shipTo>\n"
-    "\t<item partNumber=\"123-AB\" addedBy=\"web\" lineNumber=\"1\">\n\t\t<productName>Lawnmower</productName>\n"
-    "\t\t<quantity>1</quantity>\n\t\t<unitPrice>148.95</unitPrice>\n\t\t<giftWrap>false</giftWrap>\n"
-    "\t\t<comment>Confirm this is electric</comment>\n\t</item>\n"
-    "\t<item partNumber=\"456-CD\">\n\t\t<productName>Baby Monitor</productName>\n"
-    "\t\t<quantity unit=\"box\">2</quantity>\n\t\t<unitPrice>39.5</unitPrice>\n\t</item>\n"
-    "\t<payment xsi:type=\"CreditCardPaymentType\">\n\t\t<amount>188.45</amount>\n"
-    "\t\t<cardHolder>Alice Smith</cardHolder>\n\t\t<cardNumber>4111111111111111</cardNumber>\n\t</payment>\n"
-    "\t<AA:note>leave at the door</AA:note>\n"
-    "</purchaseOrder>\n";
-
-TEST(PurchaseOrder, WritesTheWholeDocument) {
+TEST(PurchaseOrder, WritesAndReadsBackEveryKindOfChild) {
     CSmartPtr<CPurchaseOrder> order = MakeOrder();
     EXPECT_EQ(Write(*order, OrderContext()), kOrderText);
-    EXPECT_EQ(Write(*order, OrderContext(), true), kOrderFormatted);
-}
-
-TEST(PurchaseOrder, ReadsBackEveryKindOfChild) {
-    for (const char* text : {kOrderText, kOrderFormatted}) {
-        CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-        Read(*order, text, OrderContext());
-        EXPECT_EQ(order->GetOrderId(), u"PO-1001");
-        EXPECT_EQ(order->GetStatus(), OrderStatus::Shipped);
-        ASSERT_EQ(order->GetAnyAttributes()->GetCount(), 1);
-        EXPECT_EQ(order->GetCustomer(), u"Alice <Smith>");
-        EXPECT_EQ(order->GetCustomerNumber(), 4000000000u);
-        EXPECT_EQ(order->GetPriority(), 2);
-        EXPECT_EQ(order->GetExpress(), true);
-        EXPECT_EQ(order->GetShipMethod(), u"ground");
-        EXPECT_EQ(order->GetBillTo()->GetCity(), u"Springfield");
-        EXPECT_EQ(order->GetBillTo()->GetCountry(), std::nullopt);
-        ASSERT_NE(order->GetShipTo(), nullptr);
-        EXPECT_EQ(order->GetShipTo()->GetCountry(), u"US");
-        ASSERT_EQ(order->GetItems()->GetCount(), 2);
-        CSmartPtr<CItem> first = order->GetItems()->Item(0);
-        EXPECT_EQ(first->GetQuantity()->GetValue(), 1u);
-        EXPECT_EQ(first->GetQuantity()->GetUnit(), std::nullopt);
-        EXPECT_EQ(first->GetUnitPrice(), 148.95);
-        EXPECT_EQ(first->GetTracking()->GetAddedBy(), u"web");
-        EXPECT_EQ(first->GetTracking()->GetLineNumber(), 1);
-        EXPECT_EQ(first->GetTracking()->GetComment(), u"Confirm this is electric");
-        EXPECT_EQ(order->GetItems()->Item(1)->GetQuantity()->GetUnit(), u"box");
-        CCreditCardPayment* payment = dynamic_cast<CCreditCardPayment*>(order->GetPayment());
+    // Indented text reads back too; writing again gives the same text, so every value arrived.
+    for (const std::string& text : {std::string(kOrderText), Write(*order, OrderContext(), true)}) {
+        CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
+        Read(*back, text.c_str(), OrderContext());
+        EXPECT_EQ(Write(*back, OrderContext()), kOrderText);
+        EXPECT_EQ(back->GetBillTo()->GetCountry(), std::nullopt);
+        EXPECT_EQ(back->GetItems()->Item(0)->GetQuantity()->GetUnit(), std::nullopt);
+        CCreditCardPayment* payment = dynamic_cast<CCreditCardPayment*>(back->GetPayment());
         ASSERT_NE(payment, nullptr);
-        EXPECT_EQ(payment->GetCardNumber(), u"4111111111111111");
         EXPECT_EQ(payment->GetElementName(), u"payment");
-        ASSERT_NE(order->GetExtension(), nullptr);
-        EXPECT_EQ(order->GetExtension()->GetText(), u"leave at the door");
-        // And writes the same text again.
-        EXPECT_EQ(Write(*order, OrderContext()), kOrderText);
     }
-}
-
-TEST(PurchaseOrder, DefaultsOfOptionalValues) {
-    CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    order->SetCurrency(u"EUR");
-    CSerializationContext context = OrderContext();
-    EXPECT_NE(Write(*order, context).find("currency=\"EUR\""), std::string::npos);
-    context.SetNoOptionalAttributeDefaultOutput(true);
-    EXPECT_EQ(Write(*order, context).find("currency="), std::string::npos);
-    EXPECT_NE(Write(*order, context).find("<shipMethod/>"), std::string::npos);
-    context.SetWriteDefaultElementValues(true);
-    EXPECT_NE(Write(*order, context).find("<shipMethod>ground</shipMethod>"), std::string::npos);
-
-    CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
-    Read(*back, Write(*order, context).c_str(), context);
-    EXPECT_EQ(back->GetCurrency(), std::nullopt);
-    EXPECT_EQ(back->GetShipMethod(), u"ground");
 }
 
 TEST(PurchaseOrder, RootOptionsComeInTheirOrder) {
     CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    order->SetShipTo(nullptr);
-    order->SetExtension(nullptr);
     order->GetAnyAttributes()->Clear();
-    order->GetItems()->Remove(1);
     CSerializationContext context;
     context.GetProcessingInstructions().push_back(u"<?xml-stylesheet href=\"po.xsl\"?>");
     context.SetInLineSchema(u"<xs:schema/>");
     context.GetAdditionalRootAttributes()->Add(u"batch", u"7", u"");
-    context.SetWriteTypeAttribute(false);
-    EXPECT_EQ(Write(*order, context),
+    const std::string text = Write(*order, context);
+    EXPECT_EQ(text.substr(0, text.find("<AA:customer>")),
               "<?xml-stylesheet href=\"po.xsl\"?>\n\n"
               "<AA:purchaseOrder xmlns:AA=\"urn:kvxml:samples:purchase-order\" batch=\"7\" orderId=\"PO-1001\" "
-              "currency=\"USD\" status=\"shipped\" \n<xs:schema/>\n>"
-              "<AA:customer>Alice &lt;Smith&gt;</AA:customer><AA:customerNumber>4000000000</AA:customerNumber>"
-              "<AA:priority>2</AA:priority><AA:express>true</AA:express><AA:shipMethod/>"
-              "<AA:billTo><AA:name>Alice Smith</AA:name><AA:street>1 Main St</AA:street>"
-              "<AA:city>Springfield</AA:city><AA:zip>12345</AA:zip></AA:billTo>"
-              "<AA:item partNumber=\"123-AB\" addedBy=\"web\" lineNumber=\"1\"><AA:productName>Lawnmower"
-              "</AA:productName><AA:quantity>1</AA:quantity><AA:unitPrice>148.95</AA:unitPrice>"
-              "<AA:giftWrap>false</AA:giftWrap><AA:comment>Confirm this is electric</AA:comment></AA:item>"
-              "<AA:payment><AA:amount>188.45</AA:amount><AA:cardHolder>Alice Smith</AA:cardHolder>"
-              "<AA:cardNumber>4111111111111111</AA:cardNumber></AA:payment></AA:purchaseOrder>");
+              "currency=\"USD\" status=\"shipped\" \n<xs:schema/>\n>");
+    // Only the root carries them.
+    EXPECT_EQ(text.find("batch", text.find("<AA:customer>")), std::string::npos);
 }
 
-TEST(PurchaseOrder, EveryAliasTheContextListsIsDeclared) {
+TEST(PurchaseOrder, EveryAliasOfTheContextIsDeclaredOnceInUriOrder) {
     CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    CSerializationContext context = OrderContext();
-    context.GetNamespaceAliases().Add(u"p", u"urn:partner");
-    context.GetNamespaceAliases().Add(u"q", u"urn:unused");
-    const std::string text = Write(*order, context);
-    const CNamespaceAliasMap& aliases = context.GetNamespaceAliases();
-    for (int32_t i = 0; i < aliases.GetNamespaceCount(); ++i) {
-        const std::u16string uri = aliases.GetNamespaceAt(i);
-        const std::string declaration =
-            " xmlns:" + Narrow(aliases.GetAliasFromNamespace(uri.c_str())) + "=\"" + Narrow(uri) + "\"";
-        EXPECT_NE(text.find(declaration), std::string::npos) << declaration;
+    for (int extra = 0; extra <= 2; ++extra) {
+        CSerializationContext context = OrderContext();
+        if (extra > 0) context.GetNamespaceAliases().Add(u"q", u"urn:a-first");
+        if (extra > 1) context.GetNamespaceAliases().Add(u"p", u"urn:partner");
+        std::vector<std::string> expected{" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""};
+        if (extra > 0) expected.push_back(" xmlns:q=\"urn:a-first\"");
+        if (extra > 1) expected.push_back(" xmlns:p=\"urn:partner\"");
+        const std::string text = Write(*order, context);
+        size_t from = 0;
+        for (const std::string& declaration : expected) {
+            const size_t at = text.find(declaration, from);
+            ASSERT_NE(at, std::string::npos) << extra << declaration << "\n" << text;
+            EXPECT_EQ(text.find(declaration, at + 1), std::string::npos) << declaration;
+            from = at;
+        }
     }
 }
 
 TEST(PurchaseOrder, WritingFailuresListTheElementsFromTheRoot) {
-    CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    order->GetItems()->Item(1)->SetPartNumber(u"bad");
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\nFailed to convert the element [item] to XML\n"
-              "Failed to convert attributes to XML\nInvalid Value for partNumber [bad].");
-    order = MakeOrder();
-    order->GetItems()->Item(0)->GetTracking()->SetLineNumber(0);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\nFailed to convert the element [item] to XML\n"
-              "Failed to convert attributes to XML\nFailed to convert attributes to XML\n"
-              "Invalid Value for lineNumber [0]");
-    order = MakeOrder();
-    order->SetPriority(6);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\nInvalid Value for priority [6]");
-    order = MakeOrder();
-    order->SetPayment(nullptr);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\n"
-              "The Property [payment] is mandatory, it may not be NULL");
-    order = MakeOrder();
-    while (order->GetItems()->GetCount() > 0) order->GetItems()->Remove(0);
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }),
-              "Failed to convert the element [purchaseOrder] to XML\n"
-              "The Minimum number of [item] elements allowed in this collection is 1");
+    const std::string top = "Failed to convert the element [purchaseOrder] to XML\n";
+    const std::string item = top + "Failed to convert the element [item] to XML\nFailed to convert attributes to XML\n";
+    const std::pair<std::function<void(CPurchaseOrder&)>, std::string> cases[] = {
+        {[](CPurchaseOrder& o) { o.GetItems()->Item(1)->SetPartNumber(u"bad"); },
+         item + "Invalid Value for partNumber [bad]."},
+        // The attributes of a pseudo child fail inside its parent's attribute line.
+        {[](CPurchaseOrder& o) { o.GetItems()->Item(0)->GetTracking()->SetLineNumber(0); },
+         item + "Failed to convert attributes to XML\nInvalid Value for lineNumber [0]"},
+        {[](CPurchaseOrder& o) { o.SetPriority(6); }, top + "Invalid Value for priority [6]"},
+        {[](CPurchaseOrder& o) { o.SetPayment(nullptr); }, top + "The Property [payment] is mandatory, it may not be NULL"},
+        {[](CPurchaseOrder& o) { o.GetItems()->Clear(); },
+         top + "The Minimum number of [item] elements allowed in this collection is 1"},
+    };
+    for (const auto& [spoil, message] : cases) {
+        CSmartPtr<CPurchaseOrder> order = MakeOrder();
+        spoil(*order);
+        EXPECT_EQ(FullMessageOf([&] { Write(*order, OrderContext()); }), message);
+    }
 }
 
 std::string Replace(std::string text, const std::string& from, const std::string& to) {
@@ -283,59 +208,6 @@ TEST(PurchaseOrder, ReadingFailuresCarryTheInnermostPath) {
     }
 }
 
-TEST(PurchaseOrder, ReadingOptions) {
-    const std::string good = kOrderText;
-    CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-    CSerializationContext ignoreUnknown = OrderContext();
-    ignoreUnknown.SetIgnoreUnknownElements(true);
-    Read(*order, Replace(good, "<billTo>", "<discount>5</discount><billTo>").c_str(), ignoreUnknown);
-    EXPECT_EQ(order->GetBillTo()->GetCity(), u"Springfield");
-    // The abstract payment never skips what stands in front of it.
-    EXPECT_EQ(MessageOf([&] { Read(*order, Replace(good, "<payment", "<discount/><payment").c_str(), ignoreUnknown); }),
-              "Failed to find a suitable substitution element for [payment].\nPath: /purchaseOrder");
-
-    CSerializationContext ignoreMissing = OrderContext();
-    ignoreMissing.SetIgnoreMissingMandatoryElements(true);
-    Read(*order, Replace(good, "<customer>Alice &lt;Smith&gt;</customer>", "").c_str(), ignoreMissing);
-    EXPECT_EQ(order->GetCustomer(), u"");
-    EXPECT_EQ(order->GetCustomerNumber(), 4000000000u);
-
-    CSerializationContext ignoreAttributes = OrderContext();
-    ignoreAttributes.SetIgnoreUnknownAttributes(true);
-    Read(*order, Replace(good, "<customer>", "<customer note=\"x\">").c_str(), ignoreAttributes);
-    EXPECT_EQ(order->GetCustomer(), u"Alice <Smith>");
-
-    // Without namespaces, a document in no namespace reads as well.
-    std::string plain = Replace(good, " xmlns=\"urn:kvxml:samples:purchase-order\"", "");
-    CSerializationContext noNamespaces;
-    noNamespaces.SetIgnoreNamespaces(true);
-    Read(*order, plain.c_str(), noNamespaces);
-    EXPECT_EQ(order->GetItems()->GetCount(), 2);
-    EXPECT_NE(dynamic_cast<CCreditCardPayment*>(order->GetPayment()), nullptr);
-}
-
-TEST(PurchaseOrder, ItemCountBounds) {
-    CSmartPtr<CPurchaseOrder> order = MakeOrder();
-    while (order->GetItems()->GetCount() < 101) {
-        CSmartPtr<CItem> item = new CItem();
-        item->SetPartNumber(u"999-ZZ");
-        item->SetProductName(u"Filler");
-        order->GetItems()->Add(item);
-    }
-    CSerializationContext context = OrderContext();
-    EXPECT_EQ(FullMessageOf([&] { Write(*order, context); }),
-              "Failed to convert the element [purchaseOrder] to XML\n"
-              "The Maximum number of [item] elements allowed in this collection is 100");
-    context.SetIgnoreInvalidCollectionCounts(true);
-    const std::string text = Write(*order, context);
-    CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
-    EXPECT_EQ(FullMessageOf([&] { Read(*back, text.c_str(), OrderContext()); }),
-              "Failed to process the element.\nPath: /purchaseOrder\n"
-              "The Maximum number of [item] elements allowed in this collection is 100");
-    Read(*back, text.c_str(), context);
-    EXPECT_EQ(back->GetItems()->GetCount(), 101);
-}
-
 TEST(PurchaseOrder, ReadsBinaryValues) {
     const std::string text = Replace(kOrderText, "<shipMethod/>", "<signature>0aFF10</signature><shipMethod/>");
     CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
@@ -378,6 +250,62 @@ TEST(PurchaseOrder, TablesBuiltByManyThreadsAtOnceServeThemAll) {
         });
     for (std::thread& thread : threads) thread.join();
     for (const std::string& text : texts) EXPECT_EQ(text, kOrderText);
+}
+
+
+// Mutated orders, under every combination of the reading options, either read or fail with a
+// CKvException; a written-back object must write again.
+TEST(PurchaseOrder, MutatedDocumentsReadOrFailCleanly) {
+    const std::string good = kOrderText;
+    const char* const pieces[] = {"<item/>", "<payment/>", "<note/>", " xsi:nil=\"true\"", " xsi:nil=\"maybe\"",
+                                  " xsi:type=\"x:y:z\"", " xsi:type=\"CreditCardPaymentType\"", "</item>",
+                                  "<quantity>-1</quantity>", "<AA:any/>", "&amp;", "<billTo>", "x", ""};
+    std::mt19937 random(16);
+    auto pick = [&](size_t n) { return static_cast<size_t>(random() % n); };
+    int failures = 0;
+    for (int round = 0; round < 2000; ++round) {
+        std::string text = good;
+        for (int edits = 1 + static_cast<int>(pick(3)); edits > 0; --edits) {
+            // Edits at tag boundaries keep most texts well-formed enough to reach the binding.
+            size_t at = text.find('<', pick(text.size()));
+            if (at == std::string::npos) at = text.size();
+            switch (pick(4)) {
+            case 0: text.insert(at, pieces[pick(std::size(pieces))]); break;
+            case 1: {
+                const size_t end = text.find('<', at + 1);
+                if (end != std::string::npos) text.erase(at, end - at);
+                break;
+            }
+            case 2: {
+                const size_t space = text.find(' ', at);
+                if (space != std::string::npos) text.insert(space, pieces[3 + pick(4)]);
+                break;
+            }
+            default: {
+                const size_t end = text.find('<', at + 1);
+                if (end != std::string::npos) text.insert(at, text.substr(at, end - at));
+            }
+            }
+        }
+        CSerializationContext context = OrderContext();
+        context.SetIgnoreUnknownElements(round & 1);
+        context.SetIgnoreMissingMandatoryElements((round & 3) == 2);
+        context.SetIgnoreUnknownAttributes(round & 4);
+        context.SetIgnoreNamespaces(round & 8);
+        context.SetIgnoreInvalidCollectionCounts(round & 16);
+        CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
+        try {
+            Read(*order, text.c_str(), context);
+            Write(*order, context);
+        } catch (const CKvException&) {
+            ++failures;
+        } catch (...) {
+            ADD_FAILURE() << abi::__cxa_current_exception_type()->name() << "\n" << text;
+            return;
+        }
+    }
+    EXPECT_GT(failures, 0);
+    EXPECT_LT(failures, 2000);
 }
 
 } // namespace

@@ -25,9 +25,9 @@ CAttributeInfo::~CAttributeInfo() = default;
 
 bool CAttributeInfo::IsThisAttribute(const Context& context, const Attribute* attribute) const {
     if (!attribute) return false;
-    if (attribute->GetLocalName() != m_attributeName) return false;
+    if (!BindingHelpers::SameText(attribute->GetLocalName(), m_attributeName)) return false;
     if (context.GetIgnoreNamespaces()) return true;
-    return attribute->GetNamespaceURI() == m_attributeNamespace;
+    return BindingHelpers::SameText(attribute->GetNamespaceURI(), m_attributeNamespace);
 }
 
 void CAttributeInfo::InvokePropertyGet(Object* object, KvVariant& value) const {
@@ -176,7 +176,8 @@ void CAttributeInfoPrimitive::AttributeToXml(const Context& context, const Objec
 
 bool CAttributeInfoPrimitive::AttributeFromXml(const Context&, Object* object, Attribute* attribute) const {
     // An exact test on purpose: ignoring namespaces does not reach primitive attributes.
-    if (attribute->GetLocalName() != m_attributeName || attribute->GetNamespaceURI() != m_attributeNamespace)
+    if (!BindingHelpers::SameText(attribute->GetLocalName(), m_attributeName) ||
+        !BindingHelpers::SameText(attribute->GetNamespaceURI(), m_attributeNamespace))
         return false;
     KvVariant value;
     value.FromString(attribute->GetValue(), m_itemType, m_whitespaceRule);

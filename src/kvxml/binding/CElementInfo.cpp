@@ -60,9 +60,9 @@ void CElementInfo::PseudoChildAttributeToXml(const Context&, const Object*, Writ
 
 bool CElementInfo::IsThisElement(const Context& context, const Element* element) const {
     if (!element) return false;
-    if (element->GetLocalName() != m_elementName) return false;
+    if (!BindingHelpers::SameText(element->GetLocalName(), m_elementName)) return false;
     if (context.GetIgnoreNamespaces()) return true;
-    return element->GetNamespaceURI() == m_elementNamespace;
+    return BindingHelpers::SameText(element->GetNamespaceURI(), m_elementNamespace);
 }
 
 void CElementInfo::InvokePropertyGet(Object* object, KvVariant& value) const {

@@ -153,7 +153,7 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16
         // The namespace handed down is nearly always the class's own: reuse that string then.
         std::u16string passed;
         const std::u16string* nsRef = &info.ElementNamespaceRef();
-        if (!namespaceUri || *nsRef != namespaceUri) {
+        if (!namespaceUri || !BindingHelpers::SameText(*nsRef, namespaceUri)) {
             passed = namespaceUri ? namespaceUri : u"";
             nsRef = &passed;
         }
@@ -162,12 +162,9 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16
             if (isRoot) {
                 for (const std::u16string& instruction : context.GetProcessingInstructions())
                     writer->WriteProcessingInstruction(instruction);
-                const CNamespaceAliasMap& aliases = context.GetNamespaceAliases();
-                const int32_t count = aliases.GetNamespaceCount();
-                for (int32_t i = 0; i < count; ++i) {
-                    const std::u16string uri = aliases.GetNamespaceAt(i);
-                    writer->AddNamespaceAlias(aliases.GetAliasFromNamespace(uri.c_str()), uri);
-                }
+                // Every alias once, in URI order: the entries that indexes 0 to count-1 step through.
+                for (const auto& entry : context.GetNamespaceAliases().GetMap())
+                    writer->AddNamespaceAlias(entry.second, entry.first);
                 const std::u16string defaultNamespace = context.GetDefaultNamespaceURI();
                 if (!defaultNamespace.empty()) writer->SetDefaultNamespace(defaultNamespace);
             }
