@@ -170,13 +170,5 @@ inline Outcome ReadOutcome(CXmlGeneratedClass& object, const char* xml, const CS
     return outcome;
 }
 
-// Names of parameterized cases from their descriptions.
-template <class Case>
-std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
-    std::string name;
-    for (const char* p = info.param.name; *p; ++p) name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-    return name;
-}
-
 } // namespace Groups
 } // namespace BindingTest
