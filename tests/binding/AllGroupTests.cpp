@@ -469,3 +469,37 @@ TEST(CollectionAll, WritingChecksTheCountUnlikeAChoice) {
 
 } // namespace
 } // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+using namespace Groups;
+
+TEST(AllRobustness, RandomDocumentsReturnOrFail) {
+    ValueAll values;
+    ClassAll classes;
+    GroupAll groups;
+    AbstractAll abstract;
+    CollectionAll collections;
+    CTestObject valueRoot(values.tables), classRoot(classes.root), inlineRoot(groups.rootInline),
+        pseudoRoot(groups.rootPseudo), abstractRoot(abstract.root), stringRoot(collections.strings),
+        objectRoot(collections.objects);
+    classes.Attach(classRoot);
+    groups.Attach(inlineRoot, 202);
+    groups.Attach(pseudoRoot, 203);
+    collections.Attach(stringRoot);
+    collections.Attach(objectRoot);
+    CXmlGeneratedClass* roots[] = {&valueRoot,    &classRoot,  &inlineRoot, &pseudoRoot,
+                                   &abstractRoot, &stringRoot, &objectRoot};
+    const std::vector<const char*> names = {"a",    "b",    "c",   "d",   "e", "home", "work", "street", "note",
+                                            "grp",  "p",    "q",   "k",   "s", "item", "v",    "pay",    "z"};
+    std::mt19937 random(1321);
+    for (int i = 0; i < 400; ++i) {
+        const std::string xml = RandomDocument(random, names, "root", random() % 2 ? " gid='1'" : "");
+        const CSerializationContext context = RandomContext(random);
+        for (CXmlGeneratedClass* root : roots) ReadWriteSurvives(*root, xml, context);
+    }
+}
+
+} // namespace
+} // namespace BindingTest

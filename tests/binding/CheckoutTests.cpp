@@ -1,6 +1,6 @@
 // The checkout example classes: an all block and a choice of payment methods inside a sequence,
 // one alternative of which is a choice without an element; whole documents both ways.
-#include "BindingTestSupport.h"
+#include "GroupTestSupport.h"
 
 // The purchase-order classes it reuses are compiled with PurchaseOrderTests.cpp.
 #include "../../examples/purchase_order/Checkout.cpp"
@@ -298,6 +298,28 @@ TEST(Checkout, WritingChecksTheFacetsAndTheMandatoryValues) {
     invoice->SetDueInDays(120);
     checkout->GetPaymentMethod()->SetInvoice(invoice);
     EXPECT_NE(FullMessageOf([&] { Write(*checkout, CheckoutContext()); }), "<no exception>");
+}
+
+} // namespace
+} // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+TEST(CheckoutRobustness, RandomDocumentsReturnOrFail) {
+    const std::vector<const char*> names = {
+        "orderRef", "contact", "name", "email", "phone", "preferredChannel", "postalAddress", "street", "city", "zip",
+        "paymentMethod", "card", "holder", "number", "expiry", "bankTransfer", "iban", "bic", "accountHolder",
+        "invoice", "dueInDays", "purchaseOrderNumber", "paypalAccount", "giftCard", "giftMessage"};
+    std::mt19937 random(1328);
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    for (int i = 0; i < 1500; ++i) {
+        CSerializationContext context = Groups::RandomContext(random);
+        context.SetDefaultNamespaceURI(kTargetNamespace);
+        Groups::ReadWriteSurvives(
+            *checkout, Groups::RandomDocument(random, names, "checkout", " xmlns='urn:kvxml:samples:purchase-order'"),
+            context);
+    }
 }
 
 } // namespace

@@ -551,3 +551,40 @@ INSTANTIATE_TEST_SUITE_P(Cases, GroupCollectionChoiceRead, ::testing::ValuesIn(k
 
 } // namespace
 } // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+using namespace Groups;
+
+TEST(ChoiceRobustness, RandomDocumentsReturnOrFail) {
+    FlatChoice flat;
+    CollectionChoice collections;
+    GroupChoice groups;
+    AbstractChoice abstract;
+    GroupCollectionChoice groupCollections;
+    Tables named(ClassInfo(XmlElementGroupType_Choice, XmlElementType_Pseudo, u"W"),
+                 {new CElementInfoChoiceUntpdCol(u"entry", u"", 0), ChoicePrim(u"b", 1)});
+    Tables holder(ClassInfo(XmlElementGroupType_Seq),
+                  {new CElementInfoSeqClsOpt(u"W", u"", 0, XmlElementType_Pseudo, &CreateClass, 108),
+                   new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 1, u"##any", u"")});
+    Define(108, named, [](CTestObject& o) { o.props[0].SetXmlObject(new CElementCol(u"", u"##any", u"", 1, 2)); });
+
+    CTestObject flatRoot(flat.tables), collectionRoot(collections.tables), inChoice(groups.inChoice),
+        inSequence(groups.inSequence), abstractRoot(abstract.root), groupRoot(groupCollections.root),
+        holderRoot(holder);
+    collections.Attach(collectionRoot);
+    CXmlGeneratedClass* roots[] = {&flatRoot, &collectionRoot, &inChoice,  &inSequence,
+                                   &abstractRoot, &groupRoot,  &holderRoot};
+    const std::vector<const char*> names = {"a", "b", "c", "s", "item", "v", "x", "y", "z", "pick", "pay", "w",
+                                            "entry", "G"};
+    std::mt19937 random(1207);
+    for (int i = 0; i < 400; ++i) {
+        const std::string xml = RandomDocument(random, names, "root", random() % 2 ? " gid='1'" : "");
+        const CSerializationContext context = RandomContext(random);
+        for (CXmlGeneratedClass* root : roots) ReadWriteSurvives(*root, xml, context);
+    }
+}
+
+} // namespace
+} // namespace BindingTest

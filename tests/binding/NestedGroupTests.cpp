@@ -217,3 +217,21 @@ TEST(LargeAll, SeventyRecordsInReverseOrder) {
 
 } // namespace
 } // namespace BindingTest
+
+namespace BindingTest {
+namespace {
+
+using namespace Groups;
+
+TEST(NestedRobustness, RandomDocumentsReturnOrFail) {
+    Document d;
+    CTestObject root(d.root);
+    d.Attach(root);
+    const std::vector<const char*> names = {"header", "title", "body", "text",   "list",   "entry", "k", "v",
+                                            "a",      "x",     "y",    "footer", "author", "editor", "z"};
+    std::mt19937 random(1052);
+    for (int i = 0; i < 1500; ++i) ReadWriteSurvives(root, RandomDocument(random, names, "root"), RandomContext(random));
+}
+
+} // namespace
+} // namespace BindingTest
