@@ -142,6 +142,34 @@ inline CElementCol* WildcardColAt(const CTestObject& object, int32_t index) {
     return dynamic_cast<CElementCol*>(object.props[index].GetXmlObject().get());
 }
 
+// ---- the state of an object in one line -------------------------------------------------------
+
+// Set properties as index=value: objects in braces, collections in brackets, wildcards as <name>
+// and null objects as null. Unset properties are left out.
+inline std::string Dump(const CXmlObjectBase* object) {
+    if (!object) return "null";
+    if (auto* strings = dynamic_cast<const CTestStringCol*>(object)) return "[" + strings->Joined() + "]";
+    if (auto* wildcard = dynamic_cast<const CElement*>(object)) return "<" + Narrow(wildcard->GetName()) + ">";
+    if (auto* wildcards = dynamic_cast<const CElementCol*>(object))
+        return "[" + std::to_string(wildcards->GetCount()) + " elements]";
+    if (auto* items = dynamic_cast<const CTestCol*>(object)) {
+        std::string out = "[";
+        for (int32_t i = 0; i < items->GetCount(); ++i) out += (i ? "," : "") + Dump(items->At(i));
+        return out + "]";
+    }
+    auto* test = dynamic_cast<const CTestObject*>(object);
+    if (!test) return "?";
+    std::string out;
+    for (size_t i = 0; i < test->props.size(); ++i) {
+        const KvVariant& value = test->props[i];
+        if (value.GetTypeAsEnum() == ItemType_Invalid) continue;
+        out += (out.empty() ? "" : " ") + std::to_string(i) + "=" +
+               (value.GetTypeAsEnum() == ItemType_xmlObject ? Dump(value.GetXmlObject().get())
+                                                            : Narrow(value.ToString()));
+    }
+    return "{" + out + "}";
+}
+
 // ---- the creator of abstract children: the class is chosen by the attribute "kind" --------------
 
 // Ids that the attribute may name; no attribute, or an unknown id, gives null.

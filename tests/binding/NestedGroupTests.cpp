@@ -95,22 +95,6 @@ TEST_P(NestedRoundTrip, ReadsAndWritesBack) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, NestedRoundTrip, ::testing::ValuesIn(kRoundTrips), CaseName<RoundTripCase>);
 
-TEST(NestedRoundTrip, FormattedTextReadsBackTheSame) {
-    Document d;
-    CTestObject root(d.root);
-    d.Attach(root);
-    Read(root, "<root><header><title>T</title></header><body><a>1</a><y>2</y></body><author>me</author></root>",
-         CSerializationContext());
-    const std::string formatted = Write(root, CSerializationContext(), true);
-    EXPECT_EQ(formatted,
-              "<root>\n\t<header>\n\t\t<title>T</title>\n\t</header>\n\t<body>\n\t\t<a>1</a>\n\t\t<y>2</y>\n"
-              "\t</body>\n\t<author>me</author>\n</root>\n");
-    CTestObject again(d.root);
-    d.Attach(again);
-    Read(again, formatted.c_str(), CSerializationContext());
-    EXPECT_EQ(Write(again, CSerializationContext(), true), formatted);
-}
-
 struct NestedFailure {
     const char* name;
     const char* xml;
