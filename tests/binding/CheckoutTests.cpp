@@ -147,36 +147,26 @@ const char kFourGiftCards[] = "<giftCard>1</giftCard><giftCard>2</giftCard><gift
 struct FailureCase {
     const char* name;
     std::string document;
-    bool ignoreInvalidCounts;
     const char* message; // full message
     const char* path;
 };
 
 const FailureCase kFailureCases[] = {
     {"two payment methods", Document(kShortContact, std::string(kCard) + "<invoice><dueInDays>7</dueInDays></invoice>"),
-     false,
      "Failed read all the elements held within the element [paymentMethod]. The unexpected element [invoice] remains "
      "un processed\nPath: /checkout/paymentMethod",
      "/checkout/paymentMethod"},
-    {"contact without email", Document("<contact><name>Bob</name></contact>", kCard), false,
+    {"contact without email", Document("<contact><name>Bob</name></contact>", kCard),
      "Failed to process the element.\nPath: /checkout/contact\nFailed to find the mandatory element [email].",
      "/checkout/contact"},
     {"contact with two names",
-     Document("<contact><name>Bob</name><email>b@c.d</email><name>Rob</name></contact>", kCard), false,
+     Document("<contact><name>Bob</name><email>b@c.d</email><name>Rob</name></contact>", kCard),
      "Failed read all the elements held within the element [contact]. The unexpected element [name] remains un "
      "processed\nPath: /checkout/contact",
      "/checkout/contact"},
     {"too many gift cards",
      Document(kShortContact, kFourGiftCards),
-     false,
      "Failed read all the elements held within the element [paymentMethod]. The unexpected element [giftCard] "
-     "remains un processed\nPath: /checkout/paymentMethod",
-     "/checkout/paymentMethod"},
-    {"too many gift cards, counts ignored",
-     Document(kShortContact, kFourGiftCards),
-     true, "<none>", ""},
-    {"card and paypal", Document(kShortContact, std::string(kCard) + "<paypalAccount>x</paypalAccount>"), false,
-     "Failed read all the elements held within the element [paymentMethod]. The unexpected element [paypalAccount] "
      "remains un processed\nPath: /checkout/paymentMethod",
      "/checkout/paymentMethod"},
 };
@@ -186,9 +176,7 @@ class CheckoutFailure : public ::testing::TestWithParam<FailureCase> {};
 TEST_P(CheckoutFailure, ReportsWithPath) {
     const FailureCase& c = GetParam();
     CSmartPtr<CCheckout> checkout = new CCheckout();
-    CSerializationContext context = CheckoutContext();
-    context.SetIgnoreInvalidCollectionCounts(c.ignoreInvalidCounts);
-    const Groups::Outcome outcome = Groups::ReadOutcome(*checkout, c.document.c_str(), context);
+    const Groups::Outcome outcome = Groups::ReadOutcome(*checkout, c.document.c_str(), CheckoutContext());
     EXPECT_EQ(outcome.failed ? outcome.message : "<none>", c.message);
     EXPECT_EQ(outcome.path, c.path);
 }
