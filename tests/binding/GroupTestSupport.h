@@ -135,12 +135,6 @@ inline CTestStringCol* StringColAt(const CTestObject& object, int32_t index) {
 inline CTestCol* TestColAt(const CTestObject& object, int32_t index) {
     return dynamic_cast<CTestCol*>(object.props[index].GetXmlObject().get());
 }
-inline CElement* WildcardAt(const CTestObject& object, int32_t index) {
-    return dynamic_cast<CElement*>(object.props[index].GetXmlObject().get());
-}
-inline CElementCol* WildcardColAt(const CTestObject& object, int32_t index) {
-    return dynamic_cast<CElementCol*>(object.props[index].GetXmlObject().get());
-}
 
 // ---- the state of an object in one line -------------------------------------------------------
 
