@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
+#include <atomic>
 #include <limits>
+#include <random>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
@@ -11,6 +13,7 @@
 #include "kvxml/values/KvVariant.h"
 
 using namespace KvXmlLib16;
+using namespace KvXmlLib16::PatternInternals;
 
 namespace {
 
@@ -20,14 +23,21 @@ std::string Narrow(const std::u16string& s) {
     return out;
 }
 
+template <class F>
+std::string MessageOf(F f) {
+    try {
+        f();
+    } catch (const CKvException& e) {
+        return Narrow(e.GetMessage());
+    }
+    return "(no exception)";
+}
+
 // Facets by name, so that a table row states only what it sets.
 struct Facets {
     const char16_t* pattern = nullptr;
     int32_t minLength = -1, maxLength = -1;
-    const char16_t* minInclusive = nullptr;
-    const char16_t* maxInclusive = nullptr;
-    const char16_t* minExclusive = nullptr;
-    const char16_t* maxExclusive = nullptr;
+    const char16_t *minInclusive = nullptr, *maxInclusive = nullptr, *minExclusive = nullptr, *maxExclusive = nullptr;
     int32_t length = -1, totalDigits = -1, fractionDigits = -1;
 
     CPrimitiveRestrictions Make() const {
@@ -41,247 +51,305 @@ Facets MaxInc(const char16_t* v) { Facets f; f.maxInclusive = v; return f; }
 Facets MinExc(const char16_t* v) { Facets f; f.minExclusive = v; return f; }
 Facets MaxExc(const char16_t* v) { Facets f; f.maxExclusive = v; return f; }
 Facets Digits(int32_t n) { Facets f; f.totalDigits = n; return f; }
+Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) { Facets f; f.minLength = minL; f.maxLength = maxL; f.length = exact; return f; }
+Facets Pattern(const char16_t* p) { Facets f; f.pattern = p; return f; }
 
-// Empty expected message: the check passes.
-std::u16string Check(const KvVariant& v, ItemType kind, const Facets& f) {
-    try {
-        CheckPrimitiveRestrictions(u"v", v, kind, f.Make());
-        return std::u16string();
-    } catch (const CKvException& e) {
-        return e.GetMessage();
-    }
-}
-
-KvVariant Var(std::function<void(KvVariant&)> set) {
+KvVariant Value(ItemType kind, const std::u16string& text) {
     KvVariant v;
-    set(v);
+    v.FromString(text, kind, CWhitespaceUtils::WhitespaceRule_Preserve);
     return v;
 }
 
-struct Row {
-    const char* what;
-    KvVariant value;
-    ItemType kind;
-    Facets facets;
-    std::u16string expected;  // empty: passes
-};
-
-TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const Row rows[] = {
-        // bounds, each inclusive/exclusive edge, with whitespace collapsed in the bound text
-        {"i1 min ok", Var([](KvVariant& v) { v.SetI1(10); }), ItemType_i1, MinInc(u" 10 "), u""},
-        {"i1 min fail", Var([](KvVariant& v) { v.SetI1(9); }), ItemType_i1, MinInc(u"10"), u"Invalid Value for v [9]"},
-        {"i2 max ok", Var([](KvVariant& v) { v.SetI2(-5); }), ItemType_i2, MaxInc(u"-5"), u""},
-        {"i2 max fail", Var([](KvVariant& v) { v.SetI2(-4); }), ItemType_i2, MaxInc(u"-5"), u"Invalid Value for v [-4]"},
-        {"i4 minExc edge", Var([](KvVariant& v) { v.SetI4(7); }), ItemType_i4, MinExc(u"7"), u"Invalid Value for v [7]"},
-        {"i4 minExc ok", Var([](KvVariant& v) { v.SetI4(8); }), ItemType_i4, MinExc(u"7"), u""},
-        {"i4 maxExc edge", Var([](KvVariant& v) { v.SetI4(7); }), ItemType_i4, MaxExc(u"7"), u"Invalid Value for v [7]"},
-        {"i4 maxExc ok", Var([](KvVariant& v) { v.SetI4(6); }), ItemType_i4, MaxExc(u"7"), u""},
-        // totalDigits counts the minus sign
-        {"i4 -99 in 2", Var([](KvVariant& v) { v.SetI4(-99); }), ItemType_i4, Digits(2), u"Invalid Value for v [-99]"},
-        {"i4 99 in 2", Var([](KvVariant& v) { v.SetI4(99); }), ItemType_i4, Digits(2), u""},
-        {"i4 -99 in 3", Var([](KvVariant& v) { v.SetI4(-99); }), ItemType_i4, Digits(3), u""},
-        {"i4 fractionDigits ignored", Var([](KvVariant& v) { v.SetI4(5); }), ItemType_i4,
-         [] { Facets f; f.fractionDigits = 0; return f; }(), u""},
-        // 64-bit kinds show their text and end with a point
-        {"i8 min", Var([](KvVariant& v) { v.SetI8(-5000000000LL); }), ItemType_i8, MinInc(u"0"),
-         u"Invalid Value for v [-5000000000]."},
-        {"i8 digits", Var([](KvVariant& v) { v.SetI8(-10); }), ItemType_i8, Digits(2), u"Invalid Value for v [-10]."},
-        {"ui8 max", Var([](KvVariant& v) { v.SetUI8(18446744073709551615ULL); }), ItemType_ui8, MaxInc(u"10"),
-         u"Invalid Value for v [18446744073709551615]."},
-        {"ui8 digits ok", Var([](KvVariant& v) { v.SetUI8(12345); }), ItemType_ui8, Digits(5), u""},
-        // unsigned kinds shown by %d show the bits as a signed number
-        {"ui4 big", Var([](KvVariant& v) { v.SetUI4(4000000000U); }), ItemType_ui4, MaxInc(u"5"),
-         u"Invalid Value for v [-294967296]"},
-        {"ui4 compares unsigned", Var([](KvVariant& v) { v.SetUI4(4000000000U); }), ItemType_ui4, MinInc(u"5"), u""},
-        {"ui1 max", Var([](KvVariant& v) { v.SetUI1(200); }), ItemType_ui1, MaxExc(u"200"), u"Invalid Value for v [200]"},
-        {"ui2 digits", Var([](KvVariant& v) { v.SetUI2(65535); }), ItemType_ui2, Digits(4), u"Invalid Value for v [65535]"},
-        // floating kinds: %f, no point
-        {"r4 maxExc", Var([](KvVariant& v) { v.SetR4(1.5f); }), ItemType_r4, MaxExc(u"1.5"), u"Invalid Value for v [1.500000]"},
-        {"r8 min", Var([](KvVariant& v) { v.SetR8(-0.25); }), ItemType_r8, MinInc(u"0"), u"Invalid Value for v [-0.250000]"},
-        {"r8 ok", Var([](KvVariant& v) { v.SetR8(2.5); }), ItemType_r8, MinInc(u"2.5"), u""},
-        {"r8 digits ignored", Var([](KvVariant& v) { v.SetR8(123.456); }), ItemType_r8, Digits(1), u""},
-        {"r8 NaN no bound", Var([nan](KvVariant& v) { v.SetR8(nan); }), ItemType_r8, Facets{}, u""},
-        {"r8 NaN min", Var([nan](KvVariant& v) { v.SetR8(nan); }), ItemType_r8, MinInc(u"0"),
-         FormatString(u"Invalid Value for %s [%f]", u"v", nan)},
-        {"r8 NaN maxExc", Var([nan](KvVariant& v) { v.SetR8(nan); }), ItemType_r8, MaxExc(u"INF"),
-         FormatString(u"Invalid Value for %s [%f]", u"v", nan)},
-        {"r8 bound NaN", Var([](KvVariant& v) { v.SetR8(1.0); }), ItemType_r8, MaxInc(u"NaN"),
-         u"Invalid Value for v [1.000000]"},
-        // calendar components: %d
-        {"year", Var([](KvVariant& v) { v.SetYear(2024); }), ItemType_year, MinInc(u"2025"), u"Invalid Value for v [2024]"},
-        {"year ok", Var([](KvVariant& v) { v.SetYear(2025); }), ItemType_year, MinInc(u"2025"), u""},
-        {"month", Var([](KvVariant& v) { v.SetMonth(12); }), ItemType_month, MaxExc(u"--12"), u"Invalid Value for v [12]"},
-        {"day", Var([](KvVariant& v) { v.SetDay(1); }), ItemType_day, MinExc(u"---01"), u"Invalid Value for v [1]"},
-        {"day digits ignored", Var([](KvVariant& v) { v.SetDay(31); }), ItemType_day, Digits(1), u""},
-        // boolean passes whatever the facets say
-        {"boolean", Var([](KvVariant& v) { v.SetBoolean(true); }), ItemType_boolean,
-         [] { Facets f; f.pattern = u"x"; f.length = 0; f.minInclusive = u"junk"; return f; }(), u""},
-        // the declared kind decides, not the variant's
-        {"kind decides", Var([](KvVariant& v) { v.SetI4(-99); }), ItemType_boolean, Digits(1), u""},
-    };
-    for (const Row& r : rows) EXPECT_EQ(Narrow(Check(r.value, r.kind, r.facets)), Narrow(r.expected)) << r.what;
+// The message of the failure, empty when the check passes.
+std::string Check(ItemType kind, const std::u16string& text, const Facets& f, ItemType declared = ItemType_Invalid) {
+    try {
+        CheckPrimitiveRestrictions(u"v", Value(kind, text), declared == ItemType_Invalid ? kind : declared, f.Make());
+        return "";
+    } catch (const CKvException& e) {
+        return Narrow(e.GetMessage());
+    }
 }
 
-TEST(FacetCheck, AllFacetsAbsentPassEveryKindButChar) {
-    const std::function<void(KvVariant&)> setters[] = {
-        [](KvVariant& v) { v.SetI1(-128); },  [](KvVariant& v) { v.SetI2(1); },   [](KvVariant& v) { v.SetI4(1); },
-        [](KvVariant& v) { v.SetI8(1); },     [](KvVariant& v) { v.SetUI1(1); },  [](KvVariant& v) { v.SetUI2(1); },
-        [](KvVariant& v) { v.SetUI4(1); },    [](KvVariant& v) { v.SetUI8(1); },  [](KvVariant& v) { v.SetR4(1); },
-        [](KvVariant& v) { v.SetR8(1); },     [](KvVariant& v) { v.SetYear(1); }, [](KvVariant& v) { v.SetMonth(1); },
-        [](KvVariant& v) { v.SetDay(1); },    [](KvVariant& v) { v.SetString(u"x"); },
-        [](KvVariant& v) { v.SetBoolean(false); },
+TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
+    const std::string nanText = Narrow(FormatString(u"%f", std::numeric_limits<double>::quiet_NaN()));
+    const struct {
+        ItemType kind;
+        const char16_t* value;
+        Facets facets;
+        std::string expected;  // empty: passes
+    } rows[] = {
+        {ItemType_i1, u"10", MinInc(u" 10 "), ""},  // the bound's blanks are collapsed
+        {ItemType_i1, u"9", MinInc(u"10"), "Invalid Value for v [9]"},
+        {ItemType_i2, u"-4", MaxInc(u"-5"), "Invalid Value for v [-4]"},
+        {ItemType_i4, u"7", MinExc(u"7"), "Invalid Value for v [7]"},
+        {ItemType_i4, u"8", MinExc(u"7"), ""},
+        {ItemType_i4, u"7", MaxExc(u"7"), "Invalid Value for v [7]"},
+        {ItemType_i4, u"-99", Digits(2), "Invalid Value for v [-99]"},  // the sign counts
+        {ItemType_i4, u"99", Digits(2), ""},
+        {ItemType_i4, u"5", [] { Facets f; f.fractionDigits = 0; return f; }(), ""},
+        {ItemType_i8, u"-5000000000", MinInc(u"0"), "Invalid Value for v [-5000000000]."},
+        {ItemType_i8, u"-10", Digits(2), "Invalid Value for v [-10]."},
+        {ItemType_ui8, u"18446744073709551615", MaxInc(u"10"), "Invalid Value for v [18446744073709551615]."},
+        {ItemType_ui4, u"4000000000", MaxInc(u"5"), "Invalid Value for v [-294967296]"},  // %d of the bits
+        {ItemType_ui4, u"4000000000", MinInc(u"5"), ""},                                  // compared unsigned
+        {ItemType_ui1, u"200", MaxExc(u"200"), "Invalid Value for v [200]"},
+        {ItemType_ui2, u"65535", Digits(4), "Invalid Value for v [65535]"},
+        {ItemType_r4, u"1.5", MaxExc(u"1.5"), "Invalid Value for v [1.500000]"},
+        {ItemType_r8, u"-0.25", MinInc(u"0"), "Invalid Value for v [-0.250000]"},
+        {ItemType_r8, u"123.456", Digits(1), ""},
+        {ItemType_r8, u"NaN", {}, ""},
+        {ItemType_r8, u"NaN", MinInc(u"0"), "Invalid Value for v [" + nanText + "]"},
+        {ItemType_r8, u"1", MaxInc(u"NaN"), "Invalid Value for v [1.000000]"},
+        {ItemType_year, u"2024", MinInc(u"2025"), "Invalid Value for v [2024]"},
+        {ItemType_month, u"--12", MaxExc(u"--12"), "Invalid Value for v [12]"},
+        {ItemType_day, u"---01", MinExc(u"---01"), "Invalid Value for v [1]"},
+        {ItemType_day, u"---31", Digits(1), ""},
+        {ItemType_boolean, u"true", [] { Facets f = Lengths(5, 0, 0); f.pattern = u"x"; f.minInclusive = u"junk"; return f; }(), ""},
     };
-    for (const auto& set : setters) {
-        const KvVariant v = Var(set);
-        EXPECT_EQ(Narrow(Check(v, v.GetTypeAsEnum(), {})), "") << Narrow(v.GetType());
-    }
+    for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << Narrow(r.value);
+    // The declared kind decides, not the variant's own.
+    EXPECT_EQ(Check(ItemType_i4, u"-99", Digits(1), ItemType_boolean), "");
+}
 
-    KvVariant c;
-    c.SetChar(u'x');
-    EXPECT_THROW(
-        {
-            try {
-                CheckPrimitiveRestrictions(u"v", c, ItemType_char, CPrimitiveRestrictions());
-            } catch (const CKvInvalidValueException& e) {
-                EXPECT_EQ(Narrow(e.GetMessage()), "Unknown type [char].");
-                throw;
-            }
-        },
-        CKvInvalidValueException);
+TEST(FacetCheck, WithoutFacetsEveryKindPassesButChar) {
+    const struct {
+        ItemType kind;
+        const char16_t* value;
+    } rows[] = {{ItemType_i1, u"-128"}, {ItemType_i2, u"-1"},      {ItemType_i4, u"-1"},     {ItemType_i8, u"1"},
+                {ItemType_ui1, u"1"},   {ItemType_ui2, u"1"},      {ItemType_ui4, u"1"},     {ItemType_ui8, u"1"},
+                {ItemType_r4, u"1"},    {ItemType_r8, u"NaN"},     {ItemType_year, u"2001"}, {ItemType_month, u"--01"},
+                {ItemType_day, u"---01"}, {ItemType_string, u""}, {ItemType_boolean, u"0"}};
+    for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, {}), "") << r.kind;
 
-    // Outside the known kinds the variant's own type text is what is shown.
-    KvVariant s;
-    s.SetString(u"a");
-    EXPECT_EQ(Narrow(Check(s, static_cast<ItemType>(99), {})), "Unknown type [string].");
+    EXPECT_EQ(Check(ItemType_char, u"x", {}), "Unknown type [char].");
+    EXPECT_THROW(CheckPrimitiveRestrictions(u"v", Value(ItemType_char, u"x"), ItemType_char, CPrimitiveRestrictions()),
+                 CKvInvalidValueException);
+    // Outside the known kinds the variant's own type text is shown.
+    EXPECT_EQ(Check(ItemType_string, u"a", {}, static_cast<ItemType>(99)), "Unknown type [string].");
     // Object kinds have no type text: asking for it is what fails.
     KvVariant o;
     o.SetXmlObject(nullptr);
-    EXPECT_EQ(Narrow(Check(o, ItemType_xmlObject, {})), "Invalid Type 27");
+    EXPECT_THROW(CheckPrimitiveRestrictions(u"v", o, ItemType_xmlObject, CPrimitiveRestrictions()), CKvException);
 }
 
-TEST(FacetCheck, MalformedBoundFailsAtTheCheckAsAConversionFailure) {
-    KvVariant v;
-    v.SetI4(5);
-    EXPECT_THROW(CheckPrimitiveRestrictions(u"v", v, ItemType_i4, MinInc(u"five").Make()), CKvInvalidValueException);
-    // A bound that is never reached is never converted.
+TEST(FacetCheck, MalformedBoundFailsAtTheCheckOnlyWhenReached) {
+    EXPECT_THROW(CheckPrimitiveRestrictions(u"v", Value(ItemType_i4, u"5"), ItemType_i4, MinInc(u"five").Make()),
+                 CKvInvalidValueException);
     Facets f = MinInc(u"1");
     f.maxExclusive = u"junk";
-    EXPECT_THROW(CheckPrimitiveRestrictions(u"v", v, ItemType_i4, f.Make()), CKvInvalidValueException);
-    v.SetI4(0);
-    EXPECT_EQ(Narrow(Check(v, ItemType_i4, f)), "Invalid Value for v [0]");
+    EXPECT_EQ(Check(ItemType_i4, u"0", f), "Invalid Value for v [0]");
 }
-
-struct StringRow {
-    const char* what;
-    std::u16string value;
-    Facets facets;
-    bool passes;
-};
 
 TEST(FacetCheck, StringLengthsThenPattern) {
-    auto len = [](int32_t minL, int32_t maxL, int32_t exact) {
-        Facets f;
-        f.minLength = minL;
-        f.maxLength = maxL;
-        f.length = exact;
-        return f;
+    const struct {
+        std::u16string value;
+        Facets facets;
+        bool passes;
+    } rows[] = {
+        {u"a", Lengths(2, -1, -1), false},
+        {u"ab", Lengths(2, -1, -1), true},
+        {u"abcd", Lengths(-1, 3, -1), false},
+        {u"ab", Lengths(-1, -1, 3), false},
+        {u"", Lengths(-1, -1, 0), true},
+        {u"\U0001F600", Lengths(-1, -1, 2), true},  // 16-bit units, not code points
+        {u"abc", Pattern(u"[a-c]+"), true},
+        {u"abcd", Pattern(u"[a-c]+"), false},
+        {u"abc\n", Pattern(u"[a-c]+"), false},
+        {u"a-1", Pattern(u"\\i\\c*"), true},
+        {u"1a", Pattern(u"\\i\\c*"), false},
+        {u"\\i", Pattern(u"\\\\i"), true},
+        {u"abc", Pattern(u"\\p{IsBasicLatin}+"), true},
+        {u"ab\u00e9", Pattern(u"\\p{IsBasicLatin}+"), false},
+        {u"\u00e9", Pattern(u"\\p{IsLatin-1Supplement}"), true},
+        {u"\u00e9\u00e8", Pattern(u"[\u00e8\u00e9]{2}"), true},
     };
-    auto pat = [](const char16_t* p) {
-        Facets f;
-        f.pattern = p;
-        return f;
-    };
-    const StringRow rows[] = {
-        {"min ok", u"ab", len(2, -1, -1), true},
-        {"min fail", u"a", len(2, -1, -1), false},
-        {"max ok", u"abc", len(-1, 3, -1), true},
-        {"max fail", u"abcd", len(-1, 3, -1), false},
-        {"length ok", u"abc", len(-1, -1, 3), true},
-        {"length fail", u"ab", len(-1, -1, 3), false},
-        {"length 0", u"", len(-1, -1, 0), true},
-        {"units not code points", u"\U0001F600", len(-1, -1, 2), true},
-        {"units not code points 1", u"\U0001F600", len(-1, -1, 1), false},
-        {"pattern ok", u"abc", pat(u"[a-c]+"), true},
-        {"pattern fail", u"abcd", pat(u"[a-c]+"), false},
-        {"pattern final LF", u"abc\n", pat(u"[a-c]+"), false},
-        {"name chars", u"a-1", pat(u"\\i\\c*"), true},
-        {"name start", u"1a", pat(u"\\i\\c*"), false},
-        {"escaped backslash", u"\\i", pat(u"\\\\i"), true},
-        {"basic latin", u"abc", pat(u"\\p{IsBasicLatin}+"), true},
-        {"basic latin e-acute", u"ab\u00e9", pat(u"\\p{IsBasicLatin}+"), false},
-        {"latin-1", u"\u00e9", pat(u"\\p{IsLatin-1Supplement}"), true},
-        {"wide pattern text", u"\u00e9\u00e8", pat(u"[\u00e8\u00e9]{2}"), true},
-    };
-    for (const StringRow& r : rows) {
+    for (const auto& r : rows) {
+        const std::string expected = r.passes ? "" : "Invalid Value for code [" + Narrow(r.value) + "].";
         for (bool throughVariant : {false, true}) {
-            std::u16string message;
+            std::string message;
             try {
-                if (throughVariant) {
-                    KvVariant v;
-                    v.SetString(r.value);
-                    CheckPrimitiveRestrictions(u"code", v, ItemType_string, r.facets.Make());
-                } else {
+                if (throughVariant)
+                    CheckPrimitiveRestrictions(u"code", Value(ItemType_string, r.value), ItemType_string, r.facets.Make());
+                else
                     CheckStringRestrictions(u"code", r.value, r.facets.Make());
-                }
             } catch (const CKvException& e) {
-                message = e.GetMessage();
+                message = Narrow(e.GetMessage());
             }
-            if (r.passes)
-                EXPECT_EQ(Narrow(message), "") << r.what;
-            else
-                EXPECT_EQ(Narrow(message), Narrow(u"Invalid Value for code [" + r.value + u"].")) << r.what;
+            EXPECT_EQ(message, expected) << Narrow(r.value);
         }
     }
 }
 
-TEST(FacetCheck, InvalidPatternGivesTheDoubledMessageAtEveryCheck) {
-    for (const char16_t* bad : {u"\\p{IsGreek}", u"\\p{IsLatinExtended-B}", u"(abc"}) {
-        Facets f;
-        f.pattern = bad;
-        const CPrimitiveRestrictions r = f.Make();
-        std::u16string inner;
-        try {
-            PatternInternals::PatternMatchWide(bad, u"xyz");
-        } catch (const CKvException& e) {
-            inner = e.GetFullMessage();
+// An invalid pattern fails at every call, cached or not, with the value in the message; the
+// string check wraps it, after the length facets, which fail plainly without compiling it.
+TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
+    for (const char16_t* bad : {u"\\p{IsGreek}", u"\\p{IsLatinExtended-B}", u"(abc", u"[z-a]"}) {
+        const std::string utf8 = Narrow(bad);
+        const std::string inner = MessageOf([&] { PatternMatchUncached(utf8.c_str(), u"xyz"); });
+        EXPECT_EQ(inner.rfind("Invalid Regular Expression: xyz Error: '", 0), 0u) << inner;
+        EXPECT_TRUE(inner.size() > 42 && inner.back() == '\'') << inner;
+        Facets f = Pattern(bad);
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(MessageOf([&] { PatternMatch(utf8.c_str(), u"xyz"); }), inner);
+            EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }),
+                      inner + "\nInvalid Value for code [xyz].");
         }
-        ASSERT_FALSE(inner.empty()) << Narrow(bad);
-        for (int round = 0; round < 3; ++round) {
-            try {
-                CheckStringRestrictions(u"code", u"xyz", r);
-                ADD_FAILURE() << "passed: " << Narrow(bad);
-            } catch (const CKvException& e) {
-                EXPECT_EQ(Narrow(e.GetMessage()), Narrow(inner + u"\nInvalid Value for code [xyz].")) << Narrow(bad);
-                EXPECT_EQ(typeid(e), typeid(CKvException));
-            }
-        }
+        f.maxLength = 2;
+        EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }), "Invalid Value for code [xyz].");
     }
-}
-
-// Lengths are tested before the pattern: a too-long text fails plainly even when the pattern
-// could not compile.
-TEST(FacetCheck, LengthFailsBeforeABrokenPatternIsCompiled) {
-    Facets f;
-    f.pattern = u"\\p{IsGreek}";
-    f.maxLength = 2;
     try {
-        CheckStringRestrictions(u"code", u"xyz", f.Make());
-        ADD_FAILURE();
+        CheckStringRestrictions(u"code", u"xyz", Pattern(u"(").Make());
     } catch (const CKvException& e) {
-        EXPECT_EQ(Narrow(e.GetMessage()), "Invalid Value for code [xyz].");
+        EXPECT_EQ(typeid(e), typeid(CKvException));
     }
 }
 
-// Absent numeric facets are -1: a default record must pass every value, even one with a length
-// of zero or a value below zero.
-TEST(CPrimitiveRestrictions, DefaultMeansEveryFacetAbsent) {
-    const CPrimitiveRestrictions d;
-    EXPECT_EQ(d.GetMinLength() | d.GetMaxLength() | d.GetLength() | d.GetTotalDigits() | d.GetFractionDigits(), -1);
-    EXPECT_NO_THROW(CheckStringRestrictions(u"v", u"", d));
-    const CPrimitiveRestrictions nulls(nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, -1);
-    EXPECT_TRUE(nulls.GetPattern().empty() && nulls.GetMinInclusive().empty() && nulls.GetMaxExclusive().empty());
+TEST(FacetCheck, RandomBoundsAndValuesOnlyReturnOrThrow) {
+    std::mt19937 rng(7);
+    const char16_t alphabet[] = u"0123456789-+.eE INFaN\t:TZ";
+    const ItemType kinds[] = {ItemType_i1, ItemType_i2, ItemType_i4, ItemType_i8, ItemType_ui1, ItemType_ui2,
+                              ItemType_ui4, ItemType_ui8, ItemType_r4, ItemType_r8, ItemType_year, ItemType_month,
+                              ItemType_day, ItemType_string};
+    auto text = [&] {
+        std::u16string s(rng() % 8, u' ');
+        for (auto& c : s) c = alphabet[rng() % (std::size(alphabet) - 1)];
+        return s;
+    };
+    for (int i = 0; i < 3000; ++i) {
+        const ItemType kind = kinds[rng() % std::size(kinds)];
+        const std::u16string bound = text();
+        Facets f;
+        (rng() % 2 ? f.minInclusive : f.maxExclusive) = bound.c_str();
+        f.totalDigits = static_cast<int32_t>(rng() % 5) - 1;
+        f.maxLength = static_cast<int32_t>(rng() % 5) - 1;
+        KvVariant v;
+        try {
+            v.FromString(text(), kind, CWhitespaceUtils::WhitespaceRule_Collapse);
+        } catch (const CKvException&) {
+            v = Value(kind, kind == ItemType_month ? u"--05"
+                            : kind == ItemType_day ? u"---05"
+                            : kind == ItemType_year ? u"2001"
+                                                    : u"1");
+        }
+        try {
+            CheckPrimitiveRestrictions(u"v", v, kind, f.Make());
+        } catch (const CKvException&) {
+        }
+    }
+}
+
+TEST(PatternTranslation, FixedSeriesOfRewrites) {
+    // Each rewrite works on the raw bytes, inside character classes too, and case matters.
+    const struct {
+        const char *xsd, *expected;
+    } rows[] = {
+        {R"(\i\c*)", R"(([^\W\d]|:)(\w|\.|-|:)*)"},
+        {R"(\I\C)", R"(([\W\d])([^\w\.\-\:]))"},
+        {R"([\i])", R"([([^\W\d]|:)])"},
+        {R"(\\i)", R"(\\i)"},
+        {R"(\\\i)", R"(\\([^\W\d]|:))"},
+        {R"(\p{IsBasicLatin}\p{IsLatin-1Supplement})", R"([\000-\177][\200-\377])"},
+        {R"(\p{IsLatinExtended-A}\p{IsLatinExtended-B})", R"([\400-\577][\600-\1117])"},
+        {R"(\P{IsBasicLatin}\p{isbasiclatin}\p{IsGreek}\d)", R"(\P{IsBasicLatin}\p{isbasiclatin}\p{IsGreek}\d)"},
+    };
+    for (const auto& r : rows) EXPECT_EQ(TranslateXsdPattern(r.xsd), r.expected) << r.xsd;
+}
+
+struct MatchCase {
+    const char* pattern;
+    std::u16string value;
+    bool expected;
+};
+
+const MatchCase kMatches[] = {
+    {"[a-c]+", u"abc", true},
+    {"[a-c]+", u"abc\n", false},  // `$` before a final line feed does not cover the subject
+    {"a|b", u"ab", false},        // the alternation is wrapped, both ends anchored
+    {"a)|(b", u"xb", false},      // a pattern that breaks out of the wrapping still starts at 0
+    {"a)|(b", u"b", true},
+    {R"(\i\c*)", u":x.y", true},
+    {R"(\I)", u"1", true},
+    {R"(\I)", u"a", false},
+    {R"(\C+)", u" /", true},
+    {R"(\C)", u"-", false},
+    {R"(\\i)", u"i", false},
+    {R"(\p{IsLatinExtended-A})", u"\u0101", true},
+    {R"(\p{IsLatinExtended-A})", u"\u00e9", false},
+    {".", u"\U0001F600", true},               // a surrogate pair is one character
+    {"a", u"a\xD800" u"b", true},             // a broken surrogate ends the subject
+    {"ab", std::u16string(u"ab\0cd", 5), true},  // the subject ends at a NUL
+};
+
+TEST(PatternMatch, CachedAndUncachedGiveTheSameAnswers) {
+    for (const auto& c : kMatches) {
+        EXPECT_EQ(PatternMatch(c.pattern, c.value), c.expected) << c.pattern << " / " << Narrow(c.value);
+        EXPECT_EQ(PatternMatch(c.pattern, c.value), c.expected) << c.pattern;  // from the cache
+        EXPECT_EQ(PatternMatchUncached(c.pattern, c.value), c.expected) << c.pattern;
+    }
+    EXPECT_TRUE(PatternMatchWide(std::u16string(u"a\0b", 3).c_str(), u"a"));  // the pattern ends at a NUL
+    // Long subjects through recursive groups: where the JIT's stack runs short, the interpreter decides.
+    const std::u16string longA(20000, u'a');
+    for (const char* p : {"(a|b)*", "(a|b)*c"})
+        for (const std::u16string& v : {longA, longA + u"c"}) EXPECT_EQ(PatternMatch(p, v), PatternMatchUncached(p, v));
+}
+
+TEST(PatternCache, IsBoundedAndSharedByThreads) {
+    ClearPatternCache();
+    PatternMatch("x", u"x");
+    PatternMatch("x", u"y");
+    PatternMatchUncached("q", u"q");
+    EXPECT_EQ(PatternCacheSize(), 1u);
+    for (std::size_t i = 0; i < PatternCacheCapacity + 40; ++i) {
+        const std::string p = "a{" + std::to_string(i) + "}";
+        EXPECT_TRUE(PatternMatch(p.c_str(), std::u16string(i, u'a'))) << p;
+    }
+    EXPECT_EQ(PatternCacheSize(), PatternCacheCapacity);
+
+    // Shared and private patterns, with capture counts that make each thread's match data grow,
+    // while the cache is cleared under them: any mix-up shows as a wrong answer.
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([t, &wrong] {
+            const std::string own = "(t)(" + std::to_string(t) + ")((x)(y))?";
+            const std::u16string ownValue = u"t" + std::u16string(1, char16_t(u'0' + t));
+            for (int i = 0; i < 300; ++i) {
+                const MatchCase& c = kMatches[(i + t) % std::size(kMatches)];
+                if (PatternMatch(c.pattern, c.value) != c.expected) ++wrong;
+                if (!PatternMatch(own.c_str(), ownValue) || PatternMatch(own.c_str(), ownValue + u"!")) ++wrong;
+                if (i % 50 == 0) ClearPatternCache();
+            }
+        });
+    }
+    for (auto& th : threads) th.join();
+    EXPECT_EQ(wrong.load(), 0);
+}
+
+TEST(WideToUtf8, EncodesUpToABrokenSurrogate) {
+    const struct {
+        const char16_t* wide;
+        const char* utf8;
+    } rows[] = {{nullptr, ""}, {u"a\u00e9\u20ac\U0001F600", "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
+                {u"a\xD83D" u"b", "a"}, {u"a\xDC00" u"b", "a"}};
+    for (const auto& r : rows) EXPECT_EQ(PatternInternals::WideToUtf8(r.wide), r.utf8);
+}
+
+TEST(PatternMatch, RandomPatternsAndValuesOnlyReturnOrThrow) {
+    std::mt19937 rng(11);
+    const char pieces[][8] = {"a", "b", "\\", "(", ")", "[", "]", "-", "^", "*", "+", "?", "{", "}", "|", ".",
+                              "\\i", "\\c", "\\d", "\\p{", "Is", "\\\\", "{2,3}", "\xc3\xa9", "\xff", ",", "1"};
+    const char16_t units[] = {u'a', u'b', u'1', u'-', u'\n', 0xE9, 0xD800, 0xDC00, 0xFFFF, 0};
+    for (int i = 0; i < 2000; ++i) {
+        std::string pattern;
+        for (int n = static_cast<int>(rng() % 10); n > 0; --n) pattern += pieces[rng() % std::size(pieces)];
+        std::u16string value(rng() % 12, u'a');
+        for (auto& c : value) c = units[rng() % std::size(units)];
+        try {
+            const bool cached = PatternMatch(pattern.c_str(), value);
+            EXPECT_EQ(cached, PatternMatchUncached(pattern.c_str(), value)) << pattern;
+        } catch (const CKvException&) {
+        }
+    }
 }
 
 } // namespace

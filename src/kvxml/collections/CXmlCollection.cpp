@@ -53,11 +53,7 @@ void CXmlCollection::CopyItemsFrom(const CXmlCollection& other) {
     }
 }
 
-CXmlCollection::~CXmlCollection() { RemoveAll(); }
-
-void CXmlCollection::RemoveAll() {
-    while (m_count > 0) Remove(0);
-}
+CXmlCollection::~CXmlCollection() { CXmlCollection::Clear(); }
 
 void CXmlCollection::AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext& context) const {
     for (const CNode* n = m_head; n; n = n->m_next) n->m_item->GetBase()->AttributesToXml_Int(writer, context);

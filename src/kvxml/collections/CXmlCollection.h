@@ -69,7 +69,6 @@ private:
     // The common frame of every addition; `anchor` is the node for Before and After.
     void Link(CNode* node, Where where, CNode* anchor);
     void CopyItemsFrom(const CXmlCollection& other);
-    void RemoveAll();
 };
 
 } // namespace KvXmlLib16

@@ -80,7 +80,8 @@ KVXML_API bool PatternMatchUncached(const char* pattern, const std::u16string& v
 // PatternMatch with the pattern given as wide text, converted to UTF-8 up to its first NUL.
 KVXML_API bool PatternMatchWide(const char16_t* pattern, const std::u16string& value);
 
-// Wide text (to its first NUL) as UTF-8. A lone surrogate ends the conversion there.
+// Wide text (to its first NUL) as UTF-8. A broken surrogate ends the conversion there, as in
+// the library's other wide-to-UTF-8 routine.
 KVXML_API std::string WideToUtf8(const char16_t* text);
 
 KVXML_API void ClearPatternCache();

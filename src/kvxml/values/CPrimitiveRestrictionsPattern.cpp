@@ -72,7 +72,6 @@ void AppendUtf8(std::string& out, const char16_t* text) {
 struct CompiledPattern {
     pcre2_code* code = nullptr;
     uint32_t captureCount = 0;
-    bool anchoredAtCompile = false;
     bool jit = false;
     std::u16string error;  // compiler text, widened; meaningful when code is null
 
@@ -82,17 +81,14 @@ struct CompiledPattern {
     ~CompiledPattern() { pcre2_code_free(code); }
 };
 
-// `forCache` builds the long-lived form: anchored at compile time (the same matches as anchoring
-// at match time, which the JIT cannot do) and JIT-compiled when the platform allows it.
+// `forCache` builds the long-lived form, JIT-compiled where the platform allows it.
 std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern, bool forCache) {
     auto compiled = std::make_shared<CompiledPattern>();
     const std::string expression = "^(" + PatternInternals::TranslateXsdPattern(pattern) + ")$";
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
     compiled->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(),
-                                   forCache ? PCRE2_UTF | PCRE2_ANCHORED : PCRE2_UTF, &errorCode, &errorOffset,
-                                   nullptr);
-    compiled->anchoredAtCompile = forCache;
+                                   PCRE2_UTF, &errorCode, &errorOffset, nullptr);
     if (!compiled->code) {
         PCRE2_UCHAR buffer[256];
         const int n = pcre2_get_error_message(errorCode, buffer, sizeof buffer);
@@ -115,8 +111,10 @@ std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern, bool fo
 // so a `$` satisfied before a final line feed does not.
 bool RunMatch(const CompiledPattern& compiled, const std::string& subject, pcre2_match_data* data) {
     const auto* start = reinterpret_cast<PCRE2_SPTR>(subject.data());
-    const uint32_t options = compiled.anchoredAtCompile ? PCRE2_NO_UTF_CHECK : PCRE2_ANCHORED | PCRE2_NO_UTF_CHECK;
-    // The JIT entry skips the argument checks of the general one; the arguments are ours.
+    // The subject is our own valid UTF-8. The interpreter honours PCRE2_ANCHORED; the JIT entry
+    // ignores it. The answer is the same: the JIT tries offset 0 first and takes the same match
+    // there, and a match it finds further on fails the offset test below.
+    const uint32_t options = PCRE2_ANCHORED | PCRE2_NO_UTF_CHECK;
     int rc = compiled.jit ? pcre2_jit_match(compiled.code, start, subject.size(), 0, options, data, nullptr)
                           : pcre2_match(compiled.code, start, subject.size(), 0, options, data, nullptr);
     // The JIT's own stack is smaller than the interpreter's limits: let the interpreter decide.
