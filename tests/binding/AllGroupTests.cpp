@@ -351,7 +351,7 @@ TEST(AllRobustness, RandomDocumentsReturnOrFail) {
     const std::vector<const char*> names = {"a",   "b", "c", "d", "e", "home", "work", "street", "note", "grp", "p",
                                             "q",   "k", "s", "item", "v", "pay", "alt", "holder", "ext", "z"};
     std::mt19937 random(1321);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 150; ++i) {
         const std::string xml = RandomDocument(random, names, "root", random() % 2 ? " gid='1'" : "");
         const CSerializationContext context = RandomContext(random);
         for (CSmartPtr<CTestObject>& root : roots) ReadWriteSurvives(*root, xml, context);

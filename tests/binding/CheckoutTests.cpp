@@ -244,7 +244,7 @@ TEST(CheckoutRobustness, RandomDocumentsReturnOrFail) {
         "invoice", "dueInDays", "purchaseOrderNumber", "paypalAccount", "giftCard", "giftMessage"};
     std::mt19937 random(1328);
     CSmartPtr<CCheckout> checkout = new CCheckout();
-    for (int i = 0; i < 1500; ++i) {
+    for (int i = 0; i < 800; ++i) {
         CSerializationContext context = Groups::RandomContext(random);
         context.SetDefaultNamespaceURI(kTargetNamespace);
         Groups::ReadWriteSurvives(

@@ -362,7 +362,7 @@ TEST(ChoiceRobustness, RandomDocumentsReturnOrFail) {
     const std::vector<const char*> names = {"a", "b", "c", "s", "item", "v", "x", "y", "z", "pick", "pay", "w",
                                             "entry", "note", "G"};
     std::mt19937 random(1207);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 150; ++i) {
         const std::string xml = RandomDocument(random, names, "root", random() % 2 ? " gid='1'" : "");
         const CSerializationContext context = RandomContext(random);
         for (CSmartPtr<CTestObject>& root : roots) ReadWriteSurvives(*root, xml, context);

@@ -209,7 +209,7 @@ TEST(NestedRobustness, RandomDocumentsReturnOrFail) {
     const std::vector<const char*> names = {"header", "title", "body", "text",   "list",   "entry", "k", "v",
                                             "a",      "x",     "y",    "footer", "author", "editor", "z"};
     std::mt19937 random(1052);
-    for (int i = 0; i < 1500; ++i) ReadWriteSurvives(root, RandomDocument(random, names, "root"), RandomContext(random));
+    for (int i = 0; i < 800; ++i) ReadWriteSurvives(root, RandomDocument(random, names, "root"), RandomContext(random));
 }
 
 } // namespace
