@@ -136,10 +136,6 @@ TEST(Checkout, ReadValues) {
     EXPECT_EQ(wallet->GetPaypalAccount(), std::nullopt);
     ASSERT_EQ(wallet->GetGiftCards()->GetCount(), 2);
     EXPECT_EQ(wallet->GetGiftCards()->Item(1), u"GC-2");
-
-    // A document without a wallet leaves no empty wallet behind.
-    Read(*checkout, Document(kShortContact, kCard).c_str(), CheckoutContext());
-    EXPECT_EQ(checkout->GetPaymentMethod()->GetWallet(), nullptr);
 }
 
 const char kFourGiftCards[] = "<giftCard>1</giftCard><giftCard>2</giftCard><giftCard>3</giftCard><giftCard>4</giftCard>";
@@ -198,22 +194,6 @@ TEST(Checkout, WalletWithTooManyGiftCards) {
               "Failed to convert the element [checkout] to XML\nFailed to convert the element [paymentMethod] to "
               "XML\nFailed to convert the element [Wallet] to XML\nThe Maximum number of [giftCard] elements allowed "
               "in this collection is 3");
-}
-
-TEST(Checkout, AlternativesInAnotherNamespaceMatchOnlyWhenNamespacesAreIgnored) {
-    // A partner writes the payment method's children unqualified.
-    const std::string text = std::string(kHead) + kShortContact +
-                             "<paymentMethod><invoice xmlns=''><dueInDays xmlns=''>10</dueInDays></invoice>"
-                             "</paymentMethod></checkout>";
-    CSmartPtr<CCheckout> checkout = new CCheckout();
-    EXPECT_EQ(FullMessageOf([&] { Read(*checkout, text.c_str(), CheckoutContext()); }),
-              "Failed read all the elements held within the element [paymentMethod]. The unexpected element "
-              "[invoice] remains un processed\nPath: /checkout/paymentMethod");
-    CSerializationContext lenient = CheckoutContext();
-    lenient.SetIgnoreNamespaces(true);
-    Read(*checkout, text.c_str(), lenient);
-    ASSERT_NE(checkout->GetPaymentMethod()->GetInvoice(), nullptr);
-    EXPECT_EQ(checkout->GetPaymentMethod()->GetInvoice()->GetDueInDays(), 10);
 }
 
 TEST(Checkout, SettersKeepOneAlternative) {
