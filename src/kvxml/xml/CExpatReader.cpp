@@ -68,6 +68,7 @@ void CExpatReader::Initialise() {
     FreeParser();
     m_failure = nullptr;
     m_pendingLength = 0;
+    m_textStarts.clear();
     if (m_document->m_schemaType == SchemaType_NoNamespaces)
         m_parser = XML_ParserCreate(nullptr);
     else
@@ -94,17 +95,16 @@ void CExpatReader::ParseBuffer(bool final) {
         status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         data += piece;
     } while (status == XML_STATUS_OK && remaining > 0);
-    if (!m_failure) {
-        try {
-            FlushText();
-        } catch (...) {
-            m_failure = std::current_exception();
-        }
-    }
 
     if (status == XML_STATUS_OK && !m_failure) {
         if (final) FreeParser();
         return;
+    }
+    // The partial tree keeps the text read so far.
+    try {
+        FlushAll();
+    } catch (...) {
+        if (!m_failure) m_failure = std::current_exception();
     }
     m_scratchBuffer.reset();
     if (m_failure) {
@@ -127,24 +127,42 @@ void CExpatReader::Fail() {
     XML_StopParser(m_parser, XML_FALSE);
 }
 
-void CExpatReader::FlushText() {
-    if (m_pendingLength == 0) return;
-    const size_t length = m_pendingLength;
+CXmlElement* CExpatReader::Innermost() const {
+    // The document's stack of open elements and m_textStarts grow and shrink together.
+    const auto& open = m_document->m_elementStack;
+    return open.size() == m_textStarts.size() && !open.empty() ? open.back().element : nullptr;
+}
+
+void CExpatReader::FlushInnermost() {
+    const size_t start = m_textStarts.back();
+    if (m_pendingLength == start) return;
+    const size_t length = m_pendingLength - start;
+    m_pendingLength = start;
+    if (CXmlElement* element = Innermost())
+        m_document->AppendTextExcludingCR(element, m_pendingText.get() + start, static_cast<uint32_t>(length));
+}
+
+void CExpatReader::FlushAll() {
+    const auto& open = m_document->m_elementStack;
+    const size_t levels = std::min(open.size(), m_textStarts.size());
+    for (size_t i = 0; i < levels; ++i) {
+        const size_t start = m_textStarts[i];
+        const size_t end = i + 1 < m_textStarts.size() ? m_textStarts[i + 1] : m_pendingLength;
+        if (end > start)
+            m_document->AppendTextExcludingCR(open[i].element, m_pendingText.get() + start,
+                                              static_cast<uint32_t>(end - start));
+    }
     m_pendingLength = 0;
-    if (!m_document->m_elementStack.empty())
-        m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, m_pendingText.get(),
-                                          static_cast<uint32_t>(length));
+    m_textStarts.clear();
 }
 
 void CExpatReader::AppendPending(const char16_t* text, size_t length) {
-    // Long runs go to the element in slices, so that the gathering buffer never doubles the
-    // memory a huge text takes; the element's string grows geometrically on its own.
+    if (m_textStarts.empty()) return; // no open element: Expat reports no such text
     if (m_pendingLength + length > kPendingLimit) {
-        FlushText();
-        if (length > kPendingLimit) {
-            if (!m_document->m_elementStack.empty())
-                m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, text,
-                                                  static_cast<uint32_t>(length));
+        FlushInnermost();
+        if (m_pendingLength + length > kPendingLimit) {
+            if (CXmlElement* element = Innermost())
+                m_document->AppendTextExcludingCR(element, text, static_cast<uint32_t>(length));
             return;
         }
     }
@@ -155,20 +173,31 @@ void CExpatReader::AppendPending(const char16_t* text, size_t length) {
         m_pendingText = std::move(grown);
         m_pendingCapacity = capacity;
     }
-    std::memcpy(m_pendingText.get() + m_pendingLength, text, length * sizeof(char16_t));
+    char16_t* target = m_pendingText.get() + m_pendingLength;
     m_pendingLength += length;
+    // Most pieces are a line end or a few characters: not worth a call.
+    if (length <= 4) {
+        for (size_t i = 0; i < length; ++i) target[i] = text[i];
+    } else {
+        std::memcpy(target, text, length * sizeof(char16_t));
+    }
 }
 
 void CExpatReader::StartElement(void* user, const XML_Char* name, const XML_Char** attributes) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
-        self->FlushText();
-        CXmlDocument* document = self->m_document;
         std::u16string_view uri;
         std::u16string_view local;
         SplitName(name, uri, local);
-        CXmlElement* element = document->AddElement(uri, local);
+        self->m_textStarts.push_back(self->m_pendingLength);
+        CXmlElement* element;
+        try {
+            element = self->m_document->AddElement(uri, local);
+        } catch (...) {
+            self->m_textStarts.pop_back();
+            throw;
+        }
         if (attributes && attributes[0]) {
             size_t count = 0;
             while (attributes[2 * count]) ++count;
@@ -187,7 +216,10 @@ void CExpatReader::EndElement(void* user, const XML_Char*) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
-        self->FlushText();
+        if (!self->m_textStarts.empty()) {
+            self->FlushInnermost();
+            self->m_textStarts.pop_back();
+        }
         self->m_document->EndElement();
     } catch (...) {
         self->Fail();
