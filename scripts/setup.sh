@@ -46,7 +46,7 @@ case "$mode" in
         ;;
     demo)
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-        ./build/examples/kvxml_demo
+        ./build/examples/kvxml_purchase_order
         ;;
     test)
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo

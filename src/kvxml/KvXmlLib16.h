@@ -35,8 +35,17 @@
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
 
+#include "kvxml/binding/CAttributeInfo.h"
+#include "kvxml/binding/CClassfactoryBase.h"
+#include "kvxml/binding/CElementInfo.h"
+#include "kvxml/binding/CElementInfoAll.h"
+#include "kvxml/binding/CElementInfoChoice.h"
+#include "kvxml/binding/CElementInfoSeq.h"
+#include "kvxml/binding/CParentElementInfo.h"
 #include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/binding/CXmlGeneratedClass.h"
 #include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/binding/INillable.h"
 
 #include "kvxml/collections/CAttribute.h"
 #include "kvxml/collections/CAttributeCol.h"

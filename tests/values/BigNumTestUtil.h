@@ -17,7 +17,6 @@ inline std::u16string W(const std::string& s) { return std::u16string(s.begin(),
 inline std::string N(const std::u16string& s)
 {
     std::string r;
-    r.reserve(s.size());
     for (char16_t c : s)
         r.push_back(c < 128 ? char(c) : '?');
     return r;
@@ -37,16 +36,15 @@ void ExpectThrowMessage(const std::function<void()>& f, const std::string& messa
     }
 }
 
-// A random run of decimal digits, first one non-zero (or a lone "0").
+// A random run of up to maxLength digits, the first non-zero, or now and then a lone "0".
 inline std::string RandomDigits(std::mt19937_64& rng, size_t maxLength)
 {
-    size_t length = 1 + rng() % maxLength;
-    std::string s;
-    s.push_back(char('1' + rng() % 9));
-    for (size_t i = 1; i < length; ++i)
-        s.push_back(char('0' + rng() % 10));
     if (rng() % 16 == 0)
         return "0";
+    size_t length = 1 + rng() % maxLength;
+    std::string s(1, char('1' + rng() % 9));
+    while (s.size() < length)
+        s.push_back(char('0' + rng() % 10));
     return s;
 }
 

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <functional>
 #include <string>
 
 #include "kvxml/base/CKvException.h"
@@ -14,6 +13,7 @@
 namespace DateTimeTestUtil {
 
 using namespace KvXmlLib16;
+using DT = CDateTime;
 
 inline std::string Narrow(const std::u16string& s) {
     std::string out;
@@ -22,9 +22,9 @@ inline std::string Narrow(const std::u16string& s) {
     return out;
 }
 
-// Runs f and returns the message of the exception of type E it raises ("<no exception>" if none).
-template <class E>
-std::u16string MessageOf(const std::function<void()>& f) {
+// The message of the E that f raises, or a marker when it raises another or none.
+template <class E = CKvInvalidValueException, class F>
+std::u16string MessageOf(F&& f) {
     try {
         f();
     } catch (const E& e) {
@@ -35,7 +35,7 @@ std::u16string MessageOf(const std::function<void()>& f) {
     return u"<no exception>";
 }
 
-// Parses by the shape of the text: with "T" a dateTime, with ":" before any "-" a time, else a date form.
+// By the shape of the text: with "T" a dateTime, with ":" at 2 a time, else a date form.
 inline CDateTime Parse(const std::u16string& text) {
     CDateTime d;
     if (text.find(u'T') != std::u16string::npos)
@@ -53,26 +53,21 @@ inline CDateTimeSpan Span(const char16_t* text) {
     return s;
 }
 
-// Sets the process time zone (POSIX form, no zone database needed) and restores it afterwards.
+// Sets the process time zone (POSIX form, no zone database needed) for one scope.
 class ZoneScope {
 public:
     explicit ZoneScope(const char* zone) {
         const char* old = std::getenv("TZ");
-        m_had = old != nullptr;
-        if (m_had)
+        if (old != nullptr)
             m_old = old;
+        m_had = old != nullptr;
         setenv("TZ", zone, 1);
         tzset();
     }
     ~ZoneScope() {
-        if (m_had)
-            setenv("TZ", m_old.c_str(), 1);
-        else
-            unsetenv("TZ");
+        m_had ? setenv("TZ", m_old.c_str(), 1) : unsetenv("TZ");
         tzset();
     }
-    ZoneScope(const ZoneScope&) = delete;
-    ZoneScope& operator=(const ZoneScope&) = delete;
 
 private:
     bool m_had = false;

@@ -16,27 +16,20 @@ struct RuleCase {
 };
 
 const RuleCase kRuleCases[] = {
-    // None leaves everything, line ends included.
     {W::WhitespaceRule_None, u" a\r\n\tb ", u" a\r\n\tb "},
-    // Preserve normalises line ends only.
     {W::WhitespaceRule_Preserve, u"a\r\nb\rc", u"a\nb\nc"},
     {W::WhitespaceRule_Preserve, u"\r\r\n\n", u"\n\n\n"},
     {W::WhitespaceRule_Preserve, u" a\tb\n", u" a\tb\n"},
-    {W::WhitespaceRule_Preserve, u"", u""},
     {W::WhitespaceRule_Preserve, std::u16string(u"a\0b", 3), std::u16string(u"a\0b", 3)},  // no CR: unchanged
     {W::WhitespaceRule_Preserve, std::u16string(u"a\r\0b", 4), u"a\n"},                    // cut at NUL
-    // Replace: CR LF is one space, LF CR two.
-    {W::WhitespaceRule_Replace, u"a\r\nb", u"a b"},
+    {W::WhitespaceRule_Replace, u"a\r\nb", u"a b"},  // CR LF is one space, LF CR two
     {W::WhitespaceRule_Replace, u"a\n\rb", u"a  b"},
     {W::WhitespaceRule_Replace, u"\ta\rb\n", u" a b "},
-    {W::WhitespaceRule_Replace, u"  a  ", u"  a  "},
     {W::WhitespaceRule_Replace, u"", u""},
     {W::WhitespaceRule_Replace, std::u16string(u"a\0b", 3), std::u16string(u"a\0b", 3)},
     {W::WhitespaceRule_Replace, std::u16string(u"a\tb\0c", 5), u"a b"},
-    // Collapse.
     {W::WhitespaceRule_Collapse, u"  a \t\r\n b  ", u"a b"},
     {W::WhitespaceRule_Collapse, u" \t\r\n ", u""},
-    {W::WhitespaceRule_Collapse, u"", u""},
     {W::WhitespaceRule_Collapse, u"abc", u"abc"},
     {W::WhitespaceRule_Collapse, u"a\v\fb", u"a\v\fb"},  // only the four blanks count
     {W::WhitespaceRule_Collapse, std::u16string(u"a \0b", 4), u"a "},  // trailing blank goes before the cut
@@ -45,17 +38,15 @@ const RuleCase kRuleCases[] = {
 
 } // namespace
 
-TEST(Whitespace, RulesTransformAsSpecifiedAndInPlaceFormAgrees) {
+TEST(Whitespace, RulesAndInPlaceFormAgree) {
     for (const auto& c : kRuleCases) {
         SCOPED_TRACE(N(c.input) + " rule " + std::to_string(c.rule));
         EXPECT_EQ(N(W::ApplyRule(c.rule, c.input)), N(c.expected));
-        EXPECT_EQ(W::ApplyRule(c.rule, c.input).size(), c.expected.size());
         std::u16string scratch;
         const std::u16string& inPlace = W::ApplyRuleInPlace(c.rule, c.input, scratch);
         EXPECT_EQ(inPlace, c.expected);
-        // Where nothing changes the input itself comes back, uncopied.
         if (c.expected == c.input) {
-            EXPECT_EQ(&inPlace, &c.input);
+            EXPECT_EQ(&inPlace, &c.input) << "unchanged text is not copied";
         }
     }
 }
@@ -66,10 +57,8 @@ TEST(Whitespace, PreservePointerFormTakesTheGivenLength) {
     EXPECT_EQ(W::Preserve(text, 0), u"");
     EXPECT_EQ(W::Preserve(text, -5), u"");
     EXPECT_EQ(W::Preserve(nullptr, 3), u"");
-    // This path always cuts at NUL, even without a carriage return.
     const char16_t withNul[] = {u'x', 0, u'y'};
     EXPECT_EQ(W::Preserve(withNul, 3), u"x");
-    // A CR as the last counted unit does not look at the unit behind it.
     EXPECT_EQ(W::Preserve(u"a\r\n", 2), u"a\n");
 }
 

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <type_traits>
 
 #include "kvxml/base/CKvException.h"
+#include "kvxml/base/CNumberText.h"
 
 namespace KvXmlLib16 {
 
@@ -212,16 +214,22 @@ std::string NarrowSpec(const Spec& spec, const char* length, char type) {
 }
 
 template <class T>
+int PrintNumber(char* buffer, size_t size, const char* fmt, T value) {
+    if constexpr (std::is_floating_point_v<T>) return FormatDoubleC(buffer, size, fmt, value);
+    else return std::snprintf(buffer, size, fmt, value);
+}
+
+template <class T>
 void EmitNumber(std::u16string& out, const std::string& fmt, T value) {
     char small[128];
-    int n = std::snprintf(small, sizeof small, fmt.c_str(), value);
+    int n = PrintNumber(small, sizeof small, fmt.c_str(), value);
     if (n < 0) return;
     if (static_cast<size_t>(n) < sizeof small) {
         for (int i = 0; i < n; ++i) out.push_back(static_cast<unsigned char>(small[i]));
         return;
     }
     std::string big(static_cast<size_t>(n) + 1, '\0');
-    std::snprintf(big.data(), big.size(), fmt.c_str(), value);
+    n = PrintNumber(big.data(), big.size(), fmt.c_str(), value);
     for (int i = 0; i < n; ++i) out.push_back(static_cast<unsigned char>(big[i]));
 }
 

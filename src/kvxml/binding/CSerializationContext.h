@@ -41,7 +41,7 @@ public:
     bool DoesNamespaceExist(const char16_t* namespaceUri) const;
     bool DoesAliasExist(const char16_t* alias) const;
     int32_t GetNamespaceCount() const;
-    // An index below 1 gives the first entry; an index at or past the count throws.
+    // Counted from 0 in URI order; a negative index gives the first entry, one at or past the count throws.
     std::u16string GetNamespaceAt(int32_t index) const;
 
     // Entries in URI order, for the writers.

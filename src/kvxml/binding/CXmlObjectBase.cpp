@@ -1,5 +1,7 @@
 #include "kvxml/binding/CXmlObjectBase.h"
 
+#include <string_view>
+
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/output/CTextStream.h"
@@ -41,7 +43,6 @@ void CXmlObjectBase::SetElementName(CXmlObjectBase* object, const char16_t* name
 }
 
 // ---- writing ----
-
 
 namespace {
 inline const char16_t* Safe(const char16_t* s) { return s ? s : u""; }
@@ -85,36 +86,25 @@ void CXmlObjectBase::ToXml_Int(const CXmlObjectBase* object, CXmlWriter* writer,
 // that scan with the result false instead of hanging.
 bool CXmlObjectBase::IsNamespaceValid(const char16_t* namespaceUri, const char16_t* pattern,
                                       const char16_t* targetNamespace) {
-    const std::u16string ns = Safe(namespaceUri);
-    const std::u16string whole = Safe(pattern);
-    const std::u16string target = Safe(targetNamespace);
-    std::u16string rest = whole;
-    for (int pass = 0;; ++pass) {
-        std::u16string token;
-        const size_t blank = rest.find(u' ');
-        if (blank != std::u16string::npos) {
-            token = rest.substr(0, blank);
-            rest = u" ";
-        } else {
-            token = rest;
-            rest.clear();
-        }
-        bool result;
-        if (token == u"##any")
-            result = true;
-        else if (token == u"##other")
-            result = ns != target;
-        else if (token == u"##local")
-            result = ns.empty();
-        else if (token == u"##targetNamespace")
-            result = ns == target;
-        else
-            result = ns == whole || ns.empty();
-        if (result) return true;
-        if (rest.empty()) return false;
-        // From the second pass on, token and rest are the same every time: no later pass can differ.
-        if (pass >= 1) return false;
-    }
+    const std::u16string_view ns = Safe(namespaceUri);
+    const std::u16string_view whole = Safe(pattern);
+    const std::u16string_view target = Safe(targetNamespace);
+    const size_t blank = whole.find(u' ');
+    const std::u16string_view token = whole.substr(0, blank);
+    const bool emptyTokenTest = ns == whole || ns.empty();
+    bool result;
+    if (token == u"##any")
+        result = true;
+    else if (token == u"##other")
+        result = ns != target;
+    else if (token == u"##local")
+        result = ns.empty();
+    else if (token == u"##targetNamespace")
+        result = ns == target;
+    else
+        result = emptyTokenTest;
+    if (result || blank == std::u16string_view::npos) return result;
+    return emptyTokenTest;
 }
 
 void CXmlObjectBase::TestNamespace(const char16_t* namespaceUri, const char16_t* pattern,

@@ -24,25 +24,6 @@ size_t LowZeros(const std::u16string& d)
     return k;
 }
 
-// a -= b in place, for a >= b; leaves a clean.
-void SubtractInPlace(std::u16string& a, const std::u16string& b)
-{
-    int borrow = 0;
-    size_t i = 0;
-    for (; i < b.size(); ++i) {
-        int v = int(a[i]) - int(b[i]) - borrow;
-        borrow = v < 0;
-        a[i] = char16_t(v < 0 ? v + 10 : v);
-    }
-    for (; borrow && i < a.size(); ++i) {
-        int v = int(a[i]) - borrow;
-        borrow = v < 0;
-        a[i] = char16_t(v < 0 ? v + 10 : v);
-    }
-    while (a.size() > 1 && a.back() == 0)
-        a.pop_back();
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -75,12 +56,7 @@ CBigInteger::CBigInteger(int64_t value) : m_sign(value < 0 ? -1 : 1)
 
 CBigInteger::CBigInteger(uint64_t value) : m_sign(1) { BuildDWORDLONG(value, m_digits); }
 
-CBigInteger::CBigInteger(double value) : m_sign(value < 0.0 ? -1 : 1)
-{
-    if (!std::isfinite(value))
-        throw CKvInvalidValueException(u"ERROR: A big integer can not be built from a value that is not finite.");
-    BuildDouble(std::fabs(value), m_digits);
-}
+CBigInteger::CBigInteger(double value) : m_sign(value < 0.0 ? -1 : 1) { BuildDouble(std::fabs(value), m_digits); }
 
 CBigInteger::CBigInteger(const CDecimal& value) : CBigInteger(value.ToBigInteger()) {}
 
@@ -113,12 +89,12 @@ void CBigInteger::Parse(const char16_t* text)
         *this = CDecimal(text).ToBigInteger();
         return;
     }
-    // Trailing and leading blanks go; nothing left is zero.
+    // Only spaces are stripped: any other blank, like a misplaced sign, ends the digits read from the end.
     size_t end = length;
-    while (end > 0 && IsBlank(text[end - 1]))
+    while (end > 0 && text[end - 1] == u' ')
         --end;
     size_t begin = 0;
-    while (begin < end && IsBlank(text[begin]))
+    while (begin < end && text[begin] == u' ')
         ++begin;
     Digits digits;
     int32_t sign = 1;
@@ -167,95 +143,39 @@ bool CBigInteger::operator==(const CBigInteger& other) const
     return IsZero() || m_sign == other.m_sign;
 }
 
+// Signs at face value: a zero with sign -1 is below a zero with sign +1.
 bool CBigInteger::operator<(const CBigInteger& other) const
 {
-    if (m_sign < 0 && other.m_sign > 0)
-        return true;
-    if (m_sign > 0 && other.m_sign < 0)
-        return false;
-    if (m_sign < 0)
-        return Compare(other.m_digits, m_digits) < 0;
-    return Compare(m_digits, other.m_digits) < 0;
-}
-
-bool CBigInteger::operator>(const CBigInteger& other) const
-{
-    if (m_sign > 0 && other.m_sign < 0)
-        return true;
-    if (m_sign < 0 && other.m_sign > 0)
-        return false;
-    if (m_sign < 0)
-        return Compare(other.m_digits, m_digits) > 0;
-    return Compare(m_digits, other.m_digits) > 0;
-}
-
-bool CBigInteger::operator<=(const CBigInteger& other) const
-{
-    if (m_sign < 0 && other.m_sign > 0)
-        return true;
-    if (m_sign > 0 && other.m_sign < 0)
-        return false;
-    if (m_sign < 0)
-        return Compare(other.m_digits, m_digits) <= 0;
-    return Compare(m_digits, other.m_digits) <= 0;
-}
-
-bool CBigInteger::operator>=(const CBigInteger& other) const
-{
-    if (m_sign > 0 && other.m_sign < 0)
-        return true;
-    if (m_sign < 0 && other.m_sign > 0)
-        return false;
-    if (m_sign < 0)
-        return Compare(other.m_digits, m_digits) >= 0;
-    return Compare(m_digits, other.m_digits) >= 0;
+    if (m_sign != other.m_sign)
+        return m_sign < other.m_sign;
+    return m_sign < 0 ? Compare(other.m_digits, m_digits) < 0 : Compare(m_digits, other.m_digits) < 0;
 }
 
 // ---------------------------------------------------------------------------------------------
 // Arithmetic
 
-CBigInteger CBigInteger::operator+(const CBigInteger& other) const
+// a + b with b's sign given apart, so that subtraction needs no negated copy.
+CBigInteger CBigInteger::AddSigned(const CBigInteger& a, const CBigInteger& b, int32_t signB)
 {
     CBigInteger result;
-    if (m_sign == other.m_sign) {
-        Add(m_digits, other.m_digits, result.m_digits);
-        result.m_sign = m_sign;
+    if (a.m_sign == signB) {
+        Add(a.m_digits, b.m_digits, result.m_digits);
+        result.m_sign = signB;
         return result;
     }
-    int32_t c = Compare(m_digits, other.m_digits);
-    if (c == 0)
-        return result;
+    int32_t c = Compare(a.m_digits, b.m_digits);
     if (c > 0) {
-        Subtract(m_digits, other.m_digits, result.m_digits);
-        result.m_sign = m_sign;
-    } else {
-        Subtract(other.m_digits, m_digits, result.m_digits);
-        result.m_sign = other.m_sign;
+        Subtract(a.m_digits, b.m_digits, result.m_digits);
+        result.m_sign = a.m_sign;
+    } else if (c < 0) {
+        Subtract(b.m_digits, a.m_digits, result.m_digits);
+        result.m_sign = signB;
     }
     return result;
 }
 
-CBigInteger CBigInteger::operator-(const CBigInteger& other) const
-{
-    CBigInteger result;
-    int32_t otherSign = -other.m_sign;
-    if (m_sign == otherSign) {
-        Add(m_digits, other.m_digits, result.m_digits);
-        result.m_sign = m_sign;
-        return result;
-    }
-    int32_t c = Compare(m_digits, other.m_digits);
-    if (c == 0)
-        return result;
-    if (c > 0) {
-        Subtract(m_digits, other.m_digits, result.m_digits);
-        result.m_sign = m_sign;
-    } else {
-        Subtract(other.m_digits, m_digits, result.m_digits);
-        result.m_sign = otherSign;
-    }
-    return result;
-}
+CBigInteger CBigInteger::operator+(const CBigInteger& other) const { return AddSigned(*this, other, other.m_sign); }
+CBigInteger CBigInteger::operator-(const CBigInteger& other) const { return AddSigned(*this, other, -other.m_sign); }
 
 CBigInteger CBigInteger::operator*(const CBigInteger& other) const
 {
@@ -413,11 +333,19 @@ void CBigInteger::BuildDouble(double value, Digits& out)
     double v = std::ceil(value - 0.5);
     if (v < 0.0)
         v = 0.0;
+    if (v >= 9007199254740992.0) {
+        // From 2^53 on, a division by ten in doubles is no longer exact: the value is an integer
+        // there, its 53-bit mantissa times a power of two, and that product gives the exact digits.
+        int exponent = 0;
+        const double mantissa = std::frexp(v, &exponent);
+        BuildDWORDLONG(uint64_t(std::ldexp(mantissa, 53)), out);
+        for (int i = 53; i < exponent; ++i)
+            Multiply(out, char16_t(2), out);
+        return;
+    }
     do {
         out.push_back(char16_t(std::fmod(v, 10.0)));
-        double ip;
-        std::modf(v / 10.0, &ip);
-        v = ip;
+        std::modf(v / 10.0, &v);
     } while (v > 0.0);
 }
 
@@ -499,7 +427,12 @@ void CBigInteger::Subtract(const Digits& a, const Digits& b, Digits& out)
     Digits result = a;
     if (b.size() > result.size())
         result.resize(b.size(), 0); // only reachable when the a >= b precondition is broken
-    SubtractInPlace(result, b);
+    int borrow = 0;
+    for (size_t i = 0; i < result.size() && (i < b.size() || borrow); ++i) {
+        int v = int(result[i]) - (i < b.size() ? int(b[i]) : 0) - borrow;
+        borrow = v < 0;
+        result[i] = char16_t(v < 0 ? v + 10 : v);
+    }
     Clean(result);
     out = std::move(result);
 }
@@ -548,7 +481,7 @@ void CBigInteger::Multiply(const Digits& a, const Digits& b, Digits& out)
 
 void CBigInteger::ShiftLeft(Digits& digits, int32_t count)
 {
-    if (count < 1 || IsZero(digits))
+    if (count < 1)
         return;
     CheckSize(uint64_t(digits.size()) + uint32_t(count));
     digits.insert(digits.begin(), size_t(count), char16_t(0));

@@ -37,7 +37,8 @@ public:
     CBigInteger(uint32_t value);
     CBigInteger(int64_t value);
     CBigInteger(uint64_t value);
-    // Rounded first with ceil(value - 0.5): halves go down. A NaN or an infinity is rejected.
+    // Rounded first with ceil(value - 0.5): halves go down; the digits are those of the binary value.
+    // A NaN or an infinity is rejected.
     CBigInteger(double value);
     // The decimal cut to no fraction digits, with the decimal's rounding.
     CBigInteger(const CDecimal& value);
@@ -63,9 +64,9 @@ public:
     bool operator==(const CBigInteger& other) const;
     bool operator!=(const CBigInteger& other) const { return !(*this == other); }
     bool operator<(const CBigInteger& other) const;
-    bool operator>(const CBigInteger& other) const;
-    bool operator<=(const CBigInteger& other) const;
-    bool operator>=(const CBigInteger& other) const;
+    bool operator>(const CBigInteger& other) const { return other < *this; }
+    bool operator<=(const CBigInteger& other) const { return !(other < *this); }
+    bool operator>=(const CBigInteger& other) const { return !(*this < other); }
 
     CBigInteger operator+(const CBigInteger& other) const;
     CBigInteger operator-(const CBigInteger& other) const;
@@ -119,6 +120,7 @@ private:
     static void BuildFromText(const char16_t* text, size_t length, Digits& out);
     // Raises the size error if a magnitude of that many digits would pass MAX_DIGITS.
     static void CheckSize(uint64_t digitCount);
+    static CBigInteger AddSigned(const CBigInteger& a, const CBigInteger& b, int32_t signB);
     static bool IsZero(const Digits& d) { return d.size() <= 1 && (d.empty() || d[0] == 0); }
     void CheckedDivide(const CBigInteger& other, CBigInteger* quotient, CBigInteger* remainder) const;
 

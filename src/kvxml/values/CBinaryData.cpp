@@ -351,24 +351,23 @@ bool CBinaryData::operator==(const CBinaryData& other) const {
 }
 
 namespace {
-// The position equal to the length is allowed, but only while the block reaches that far.
-[[noreturn]] void ThrowIndex(uint32_t index) {
-    throw CKvException(FormatString(u"Index Out of range [%d]", static_cast<int>(index)));
+
+// The position equal to the length is let through, but only while the block reaches that far.
+void CheckIndex(const CBinaryBuffer* buffer, uint32_t index) {
+    if (buffer == nullptr || index > buffer->m_length || (index == buffer->m_length && index >= buffer->m_capacity))
+        throw CKvException(FormatString(u"Index Out of range [%d]", static_cast<int>(index)));
 }
+
 } // namespace
 
 const unsigned char& CBinaryData::operator[](uint32_t index) const {
-    if (m_pBuffer == nullptr || index > m_pBuffer->m_length ||
-        (index == m_pBuffer->m_length && index >= m_pBuffer->m_capacity))
-        ThrowIndex(index);
+    CheckIndex(m_pBuffer, index);
     return m_pBuffer->m_data[index];
 }
 
 unsigned char& CBinaryData::operator[](uint32_t index) {
-    if (m_pBuffer == nullptr) ThrowIndex(index);
-    Detach();
-    if (index > m_pBuffer->m_length || (index == m_pBuffer->m_length && index >= m_pBuffer->m_capacity))
-        ThrowIndex(index);
+    if (m_pBuffer != nullptr) Detach();
+    CheckIndex(m_pBuffer, index);
     return m_pBuffer->m_data[index];
 }
 

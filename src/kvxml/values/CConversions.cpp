@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "kvxml/base/CKvException.h"
+#include "kvxml/base/CNumberText.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/platform/KvPlatform.h"
 
@@ -47,7 +48,7 @@ std::u16string RealToString(double value, const std::u16string& format, const ch
     if (std::isinf(value)) return value < 0 ? u"-INF" : u"INF";
     if (format.empty()) {
         char buf[64];
-        std::snprintf(buf, sizeof buf, defaultFormat, value);
+        FormatDoubleC(buf, sizeof buf, defaultFormat, value);
         return Widen(buf);
     }
     std::u16string text = FormatString(format.c_str(), value);
@@ -67,7 +68,8 @@ std::u16string RealToString(double value, const std::u16string& format, const ch
 }
 
 // Radix-10 scan through one of the run-time style scanners: whitespace and one sign accepted
-// in front, ERANGE on overflow, and the scan must end at the text's end (or an embedded NUL).
+// in front, ERANGE on overflow. The scan must stop on a NUL: the text's end or an embedded one,
+// also where nothing was consumed, so a text that starts with NUL reads as 0.
 template <class T, class Scanner>
 T ScanInteger(const std::u16string& text, Rule rule, const char16_t* typeName, Scanner scan) {
     std::u16string scratch;
@@ -78,7 +80,7 @@ T ScanInteger(const std::u16string& text, Rule rule, const char16_t* typeName, S
     errno = 0;
     const T value = scan(start, &end, 10);
     if (errno == ERANGE) ThrowTooLarge(t, typeName);
-    if (end == start || *end != 0) ThrowNotConverted(t, typeName);
+    if (*end != 0) ThrowNotConverted(t, typeName);
     return value;
 }
 
@@ -105,7 +107,7 @@ double ScanReal(const std::u16string& text, Rule rule, const char16_t* typeName)
     // The platform scanner takes the plain decimal form only (no inf/nan words, no hex floats).
     // No errno test: a magnitude out of range is infinity (or 0), without complaint.
     const double value = Platform::WcsToD(start, &end);
-    if (end == start || *end != 0) ThrowNotConverted(t, typeName);
+    if (*end != 0) ThrowNotConverted(t, typeName);
     return value;
 }
 

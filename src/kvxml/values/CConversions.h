@@ -76,7 +76,8 @@ public:
     static CDateTime monthDayFromString(const std::u16string& text, WhitespaceRule rule);
     static CDateTime timeFromString(const std::u16string& text, WhitespaceRule rule);
     static CDateTime datetimeFromString(const std::u16string& text, WhitespaceRule rule);
-    // The year comes back as 16 unsigned bits, so a negative year wraps.
+    // Any date form holding the field will do; one without it raises the getter's
+    // CKvInvalidStateException. The year comes back as 16 unsigned bits, so a negative year wraps.
     static uint16_t yearFromString(const std::u16string& text, WhitespaceRule rule);
     static uint8_t monthFromString(const std::u16string& text, WhitespaceRule rule);
     static uint8_t dayFromString(const std::u16string& text, WhitespaceRule rule);

@@ -166,14 +166,11 @@ void CDateTime::Clear() {
 }
 
 CDateTime& CDateTime::operator=(int64_t time) {
+    // The platform serves 1970 to 3000 only; outside that there are no fields to take over.
     std::tm tm{};
     if (!Platform::GmTime64(time, &tm))
         ThrowValue(u"Failed to convert the time to a date");
-    const long long year = static_cast<long long>(tm.tm_year) + 1900;
-    if (year < -9999 || year > 9999)
-        ThrowValue(FormatString(u"Invalid Year [%d] (%d <= year <= %d && year != 0)", static_cast<int>(year), -9999,
-                                9999));
-    SetDateTime(dateTime, static_cast<int16_t>(year), static_cast<uint8_t>(tm.tm_mon + 1),
+    SetDateTime(dateTime, static_cast<int16_t>(tm.tm_year + 1900), static_cast<uint8_t>(tm.tm_mon + 1),
                 static_cast<uint8_t>(tm.tm_mday), static_cast<uint8_t>(tm.tm_hour), static_cast<uint8_t>(tm.tm_min),
                 static_cast<uint8_t>(tm.tm_sec), 0, 0, 0);
     return *this;
@@ -391,17 +388,14 @@ int64_t CDateTime::GetTime() const {
         tm.tm_min = n.m_minute;
         tm.tm_sec = n.m_second;
     }
-    std::tm utc = tm;
     tm.tm_isdst = -1;
-    // The platform's local conversion decides which instants are served (before 1970 locally it
-    // fails, and that failure is what the caller gets). The fields themselves are UTC, so the
-    // local offset is taken off again exactly by reading them as UTC, also inside a
-    // daylight-saving gap or overlap.
-    const int64_t local = Platform::MkTime64(&tm);
-    if (local == -1)
-        return local;
-    const int64_t seconds = Platform::MkGmTime64(&utc);
-    return seconds == -1 ? local : seconds;
+    // The platform's local conversion decides which instants are served (outside its range it
+    // fails, and that failure is what the caller gets). The fields themselves are UTC, so adding
+    // the local offset back gives exactly their own count, also inside a daylight-saving gap.
+    const int64_t clock = tm.tm_hour * 3600 + tm.tm_min * 60 + tm.tm_sec;
+    if (Platform::MkTime64(&tm) == -1)
+        return -1;
+    return DaysFromCivil(n.m_year, n.m_month, n.m_day) * 86400 + clock;
 }
 
 SYSTEMTIME CDateTime::GetAsSystemTime() const {
@@ -477,35 +471,24 @@ void CDateTime::Validate() const {
         ThrowValue(FormatString(u"Invalid Day [%d] for type %s", static_cast<int>(m_day), name().c_str()));
     }
 
-    if (Uses(m_type, kUsesTime)) {
-        if (m_hour > 23)
-            ThrowValue(FormatString(u"Invalid Hour [%d] (0 <= hour <= 23)", static_cast<int>(m_hour)));
-        if (m_minute > 59)
-            ThrowValue(FormatString(u"Invalid Minute [%d] (0 <= minute <= 59)", static_cast<int>(m_minute)));
-        if (m_second > 59)
-            ThrowValue(FormatString(u"Invalid Second [%d] (0 <= second <= 59)", static_cast<int>(m_second)));
-        if (m_milli > 999)
-            ThrowValue(FormatString(u"Invalid Milli-Second [%d] (0 <= milli <= 999)", static_cast<int>(m_milli)));
-        if (m_micro > 999)
-            ThrowValue(FormatString(u"Invalid Micro-Second [%d] (0 <= micro <= 999)", static_cast<int>(m_micro)));
-        if (m_nano > 999)
-            ThrowValue(FormatString(u"Invalid Nano-Second [%d] (0 <= nano <= 999)", static_cast<int>(m_nano)));
-    } else {
-        if (m_hour != 0)
-            ThrowValue(FormatString(u"Invalid Hour [%d] for type %s", static_cast<int>(m_hour), name().c_str()));
-        if (m_minute != 0)
-            ThrowValue(FormatString(u"Invalid Minute [%d] for type %s", static_cast<int>(m_minute), name().c_str()));
-        if (m_second != 0)
-            ThrowValue(FormatString(u"Invalid Second [%d] for type %s", static_cast<int>(m_second), name().c_str()));
-        if (m_milli != 0)
-            ThrowValue(
-                FormatString(u"Invalid Milli-Second [%d] for type %s", static_cast<int>(m_milli), name().c_str()));
-        if (m_micro != 0)
-            ThrowValue(
-                FormatString(u"Invalid Micro-Second [%d] for type %s", static_cast<int>(m_micro), name().c_str()));
-        if (m_nano != 0)
-            ThrowValue(
-                FormatString(u"Invalid Nano-Second [%d] for type %s", static_cast<int>(m_nano), name().c_str()));
+    const struct {
+        int value, max;
+        const char16_t* outOfRange;
+        const char16_t* forType;
+    } clock[] = {
+        {m_hour, 23, u"Invalid Hour [%d] (0 <= hour <= 23)", u"Invalid Hour [%d] for type %s"},
+        {m_minute, 59, u"Invalid Minute [%d] (0 <= minute <= 59)", u"Invalid Minute [%d] for type %s"},
+        {m_second, 59, u"Invalid Second [%d] (0 <= second <= 59)", u"Invalid Second [%d] for type %s"},
+        {m_milli, 999, u"Invalid Milli-Second [%d] (0 <= milli <= 999)", u"Invalid Milli-Second [%d] for type %s"},
+        {m_micro, 999, u"Invalid Micro-Second [%d] (0 <= micro <= 999)", u"Invalid Micro-Second [%d] for type %s"},
+        {m_nano, 999, u"Invalid Nano-Second [%d] (0 <= nano <= 999)", u"Invalid Nano-Second [%d] for type %s"},
+    };
+    const bool usesTime = Uses(m_type, kUsesTime);
+    for (const auto& f : clock) {
+        if (usesTime && f.value > f.max)
+            ThrowValue(FormatString(f.outOfRange, f.value));
+        if (!usesTime && f.value != 0)
+            ThrowValue(FormatString(f.forType, f.value, name().c_str()));
     }
 }
 
@@ -800,20 +783,18 @@ CDateTime::DTCompareResult CDateTime::CompareTo(const CDateTime& other) const {
     const CDateTime q = other.m_hasTimeZone ? other.GetNormalized() : other;
     if (p.m_isUTC == q.m_isUTC)
         return p.CompareFields(q);
-    try {
-        // One side has no zone: it may lie anywhere within 14 hours either way.
-        if (p.m_isUTC) {
-            if (p.CompareFields(q.WithZoneNormalized(14)) == DTCompareLess)
-                return DTCompareLess;
-            if (p.CompareFields(q.WithZoneNormalized(-14)) == DTCompareGreater)
-                return DTCompareGreater;
-        } else {
-            if (p.WithZoneNormalized(14).CompareFields(q) == DTCompareGreater)
-                return DTCompareGreater;
-            if (p.WithZoneNormalized(-14).CompareFields(q) == DTCompareLess)
-                return DTCompareLess;
-        }
-    } catch (const CKvInvalidValueException&) {
+    // One side has no zone: it may lie anywhere within 14 hours either way. Normalising
+    // swallows its own failures, so nothing here throws.
+    if (p.m_isUTC) {
+        if (p.CompareFields(q.WithZoneNormalized(14)) == DTCompareLess)
+            return DTCompareLess;
+        if (p.CompareFields(q.WithZoneNormalized(-14)) == DTCompareGreater)
+            return DTCompareGreater;
+    } else {
+        if (p.WithZoneNormalized(14).CompareFields(q) == DTCompareGreater)
+            return DTCompareGreater;
+        if (p.WithZoneNormalized(-14).CompareFields(q) == DTCompareLess)
+            return DTCompareLess;
     }
     return DTCompareIndeterminate;
 }

@@ -34,10 +34,13 @@ std::u16string CConversions::durationToString(const CDateTimeSpan& value) { retu
 
 namespace {
 
+// The scanners read the text as a C string, as the parsers do: it ends at the first NUL.
+size_t CLength(const std::u16string& text) { return std::char_traits<char16_t>::length(text.c_str()); }
+
 CDateTime ScanDateText(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
     const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
     CDateTime value;
-    value.ScanDate(applied.c_str(), applied.size());
+    value.ScanDate(applied.c_str(), CLength(applied));
     value.Validate();
     return value;
 }
@@ -59,7 +62,7 @@ CDateTime CConversions::monthDayFromString(const std::u16string& text, Whitespac
 CDateTime CConversions::timeFromString(const std::u16string& text, WhitespaceRule rule) {
     const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
     CDateTime value;
-    value.ScanTime(applied.c_str(), applied.size());
+    value.ScanTime(applied.c_str(), CLength(applied));
     value.Validate();
     return value;
 }

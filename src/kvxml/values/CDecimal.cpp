@@ -1,6 +1,7 @@
 #include "kvxml/values/CDecimal.h"
 
 #include <charconv>
+#include <cstdint>
 #include <utility>
 
 #include "kvxml/base/CKvException.h"
@@ -17,21 +18,6 @@ inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // The longest text ToString() gives.
 constexpr size_t kMaxTextLength = 1024;
-
-// Digit vector (least significant first) of a scanner buffer holding only digits; none is zero.
-void DigitsFromBuffer(const char16_t* buffer, int32_t count, std::u16string& out)
-{
-    if (count <= 0) {
-        out.assign(1, char16_t(0));
-        return;
-    }
-    int32_t first = 0;
-    while (first + 1 < count && buffer[first] == u'0')
-        ++first;
-    out.resize(size_t(count - first));
-    for (size_t k = 0; k < out.size(); ++k)
-        out[k] = char16_t(buffer[size_t(count) - 1 - k] - u'0');
-}
 
 } // namespace
 
@@ -90,10 +76,9 @@ void CDecimal::Parse(const char16_t* text)
 {
     if (text == nullptr)
         text = u"";
-    // Digit texts, each closed by a NUL.
-    char16_t integerDigits[MAX_INTEGER_DIGITS + 1];
-    char16_t fractionDigits[MAX_FRACTION_DIGITS + 1];
-    char16_t exponentDigits[MAX_EXPONENT_DIGITS + 1];
+    char16_t integerDigits[MAX_INTEGER_DIGITS];
+    char16_t fractionDigits[MAX_FRACTION_DIGITS];
+    char16_t exponentDigits[MAX_EXPONENT_DIGITS];
     int32_t integerCount = 0, fractionCount = 0, exponentCount = 0;
     bool negative = false;
     bool exponentNegative = false;
@@ -165,13 +150,9 @@ void CDecimal::Parse(const char16_t* text)
     }
     if (text[i] != 0)
         throw invalidChar(i);
-    integerDigits[integerCount] = 0;
-    fractionDigits[fractionCount] = 0;
-    exponentDigits[exponentCount] = 0;
-
-    DigitsFromBuffer(integerDigits, integerCount, m_integerPart.m_digits);
+    CBigInteger::BuildFromText(integerDigits, size_t(integerCount), m_integerPart.m_digits);
     m_integerPart.m_sign = 1;
-    DigitsFromBuffer(fractionDigits, fractionCount, m_fractionPart.m_digits);
+    CBigInteger::BuildFromText(fractionDigits, size_t(fractionCount), m_fractionPart.m_digits);
     m_fractionPart.m_sign = 1;
     m_fractionDivider = fractionCount > 0 ? fractionCount : 1;
     if (negative)
@@ -179,7 +160,7 @@ void CDecimal::Parse(const char16_t* text)
 
     if (exponentCount > 0) {
         CBigInteger::Digits e;
-        DigitsFromBuffer(exponentDigits, exponentCount, e);
+        CBigInteger::BuildFromText(exponentDigits, size_t(exponentCount), e);
         uint64_t exponent = 0;
         if (e.size() <= 7) {
             for (size_t k = e.size(); k-- > 0;)
@@ -340,21 +321,24 @@ std::u16string CDecimal::ToString() const
 
 std::u16string CDecimal::ToString(int32_t decimalPlaces) const
 {
-    // The half unit needs places + 1 fraction digits in the scanner.
-    if (decimalPlaces >= MAX_FRACTION_DIGITS)
-        throw CKvInvalidValueException(FormatString(
-            u"ERROR: A Decimal can not be written with %d decimal places, the limit is %d.", int(decimalPlaces),
-            int(MAX_FRACTION_DIGITS - 1)));
     size_t places = decimalPlaces > 0 ? size_t(decimalPlaces) : 0;
-    // Half a unit of the last place, with the sign of this value: ties go away from zero.
-    std::u16string half;
-    half.reserve(places + 4);
-    if (m_integerPart.m_sign == -1)
-        half.push_back(u'-');
-    half += u"0.";
-    half.append(places, u'0');
-    half.push_back(u'5');
-    CDecimal rounded(half.c_str());
+    // Half a unit of the last place, with the sign of this value, as the text "0.005" (for two
+    // places) would read: ties go away from zero, and the limit of places may cut the half away.
+    CBigInteger zero, five(5);
+    if (m_integerPart.m_sign == -1) {
+        zero.Negate();
+        five.Negate();
+    }
+    const int64_t halfDivider = int64_t(places) + 1;
+    CDecimal rounded(zero, five, 1);
+    if (halfDivider > m_maxDivider && m_maxDivider >= 0) {
+        // Cut to the limit: a lone 5 one place or more behind it is dropped, a tie at most.
+        rounded.m_fractionPart = zero;
+        rounded.m_fractionDivider = m_maxDivider;
+    } else {
+        rounded.m_fractionDivider = int32_t(halfDivider < INT32_MAX ? halfDivider : INT32_MAX);
+        rounded.CutToLimit(); // only a negative limit cuts here
+    }
     rounded = rounded + *this;
 
     std::u16string fraction = rounded.FractionText();
@@ -529,60 +513,21 @@ bool CDecimal::operator==(const CDecimal& other) const
 
 bool CDecimal::operator!=(const CDecimal& other) const { return !(*this == other); }
 
-bool CDecimal::operator<(const CDecimal& other) const
+// Integer parts first, by the order of CBigInteger (a zero counts by its sign), then fractions.
+int32_t CDecimal::Compare(const CDecimal& x, const CDecimal& y)
 {
     CDecimal scratchA, scratchB;
     const CDecimal *pa, *pb;
-    Align(*this, other, scratchA, scratchB, pa, pb);
+    Align(x, y, scratchA, scratchB, pa, pb);
     const CDecimal& a = *pa;
     const CDecimal& b = *pb;
     if (a.m_integerPart < b.m_integerPart)
-        return true;
-    if (a.m_integerPart > b.m_integerPart)
-        return false;
-    return a.m_fractionPart < b.m_fractionPart;
-}
-
-bool CDecimal::operator>(const CDecimal& other) const
-{
-    CDecimal scratchA, scratchB;
-    const CDecimal *pa, *pb;
-    Align(*this, other, scratchA, scratchB, pa, pb);
-    const CDecimal& a = *pa;
-    const CDecimal& b = *pb;
-    if (a.m_integerPart > b.m_integerPart)
-        return true;
-    if (a.m_integerPart < b.m_integerPart)
-        return false;
-    return a.m_fractionPart > b.m_fractionPart;
-}
-
-bool CDecimal::operator<=(const CDecimal& other) const
-{
-    CDecimal scratchA, scratchB;
-    const CDecimal *pa, *pb;
-    Align(*this, other, scratchA, scratchB, pa, pb);
-    const CDecimal& a = *pa;
-    const CDecimal& b = *pb;
-    if (a.m_integerPart < b.m_integerPart)
-        return true;
-    if (a.m_integerPart > b.m_integerPart)
-        return false;
-    return a.m_fractionPart <= b.m_fractionPart;
-}
-
-bool CDecimal::operator>=(const CDecimal& other) const
-{
-    CDecimal scratchA, scratchB;
-    const CDecimal *pa, *pb;
-    Align(*this, other, scratchA, scratchB, pa, pb);
-    const CDecimal& a = *pa;
-    const CDecimal& b = *pb;
-    if (a.m_integerPart > b.m_integerPart)
-        return true;
-    if (a.m_integerPart < b.m_integerPart)
-        return false;
-    return a.m_fractionPart >= b.m_fractionPart;
+        return -1;
+    if (b.m_integerPart < a.m_integerPart)
+        return 1;
+    if (a.m_fractionPart < b.m_fractionPart)
+        return -1;
+    return b.m_fractionPart < a.m_fractionPart ? 1 : 0;
 }
 
 } // namespace KvXmlLib16

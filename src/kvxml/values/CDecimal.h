@@ -42,7 +42,7 @@ public:
     // fraction is zero. At most 1024 characters.
     std::u16string ToString() const;
     // Rounds by adding half a unit of the last place (ties away from zero) and always writes the
-    // point: ToString(0) of 1.2 is "1.". At most 510 places can be asked for.
+    // point: ToString(0) of 1.2 is "1.".
     std::u16string ToString(int32_t decimalPlaces) const;
 
     // Nearest integer (by the rounding of the class); CKvOverFlowException outside 32 bits.
@@ -78,10 +78,10 @@ public:
 
     bool operator==(const CDecimal& other) const;
     bool operator!=(const CDecimal& other) const;
-    bool operator<(const CDecimal& other) const;
-    bool operator>(const CDecimal& other) const;
-    bool operator<=(const CDecimal& other) const;
-    bool operator>=(const CDecimal& other) const;
+    bool operator<(const CDecimal& other) const { return Compare(*this, other) < 0; }
+    bool operator>(const CDecimal& other) const { return Compare(*this, other) > 0; }
+    bool operator<=(const CDecimal& other) const { return Compare(*this, other) <= 0; }
+    bool operator>=(const CDecimal& other) const { return Compare(*this, other) >= 0; }
 
 private:
     CDecimal(const CBigInteger& integerPart, const CBigInteger& fractionPart, int32_t divider);
@@ -90,6 +90,7 @@ private:
     void Rationalise();
     void ChangeFractionalDivider(int32_t divider);
     static int32_t Normalize(CDecimal& a, CDecimal& b);
+    static int32_t Compare(const CDecimal& a, const CDecimal& b);
     // Points a and b at x and y, or, when their dividers differ, at normalised copies held in
     // the scratch values; returns the common divider. Equal dividers need no copy.
     static int32_t Align(const CDecimal& x, const CDecimal& y, CDecimal& scratchX, CDecimal& scratchY,

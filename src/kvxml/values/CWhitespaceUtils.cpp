@@ -1,5 +1,7 @@
 #include "kvxml/values/CWhitespaceUtils.h"
 
+#include <utility>
+
 #include "kvxml/base/CKvException.h"
 
 namespace KvXmlLib16 {
@@ -46,7 +48,7 @@ std::u16string CWhitespaceUtils::Preserve(const std::u16string& text) {
 }
 
 std::u16string CWhitespaceUtils::Replace(const std::u16string& text) {
-    if (text.empty() || !HasReplaceable(text)) return text;
+    if (!HasReplaceable(text)) return text;
     std::u16string out;
     out.reserve(text.size());
     const size_t n = text.size();
@@ -87,13 +89,9 @@ std::u16string CWhitespaceUtils::Collapse(const std::u16string& text) {
 }
 
 std::u16string CWhitespaceUtils::ApplyRule(WhitespaceRule rule, const std::u16string& text) {
-    switch (rule) {
-    case WhitespaceRule_None: return text;
-    case WhitespaceRule_Preserve: return Preserve(text);
-    case WhitespaceRule_Replace: return Replace(text);
-    case WhitespaceRule_Collapse: return Collapse(text);
-    }
-    throw CKvException(u"Unknown WhitespaceRule");
+    std::u16string scratch;
+    const std::u16string& result = ApplyRuleInPlace(rule, text, scratch);
+    return &result == &text ? text : std::move(scratch);
 }
 
 const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, const std::u16string& text,
@@ -106,18 +104,18 @@ const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, co
         scratch = PreserveCore(text.data(), text.size());
         return scratch;
     case WhitespaceRule_Replace:
-        if (text.empty() || !HasReplaceable(text)) return text;
+        if (!HasReplaceable(text)) return text;
         scratch = Replace(text);
         return scratch;
-    case WhitespaceRule_Collapse: {
-        bool unchanged = true;
+    case WhitespaceRule_Collapse:
+        // Collapse changes nothing only where no blank and no NUL occurs.
         for (char16_t c : text) {
-            if (c == 0 || IsWhiteSpace(c)) { unchanged = false; break; }
+            if (c == 0 || IsWhiteSpace(c)) {
+                scratch = Collapse(text);
+                return scratch;
+            }
         }
-        if (unchanged) return text;
-        scratch = Collapse(text);
-        return scratch;
-    }
+        return text;
     }
     throw CKvException(u"Unknown WhitespaceRule");
 }

@@ -1,0 +1,469 @@
+#include "kvxml/binding/CXmlGeneratedClass.h"
+
+#include <memory>
+#include <vector>
+
+#include "kvxml/base/CKvException.h"
+#include "kvxml/base/FormatString.h"
+#include "kvxml/binding/BindingHelpers.h"
+#include "kvxml/binding/CElementInfoAll.h"
+#include "kvxml/binding/CElementInfoChoice.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/binding/INillable.h"
+#include "kvxml/collections/CAttributeCol.h"
+#include "kvxml/collections/CXmlCollectionBase.h"
+#include "kvxml/output/CXmlWriter.h"
+#include "kvxml/xml/CXmlElement.h"
+
+namespace KvXmlLib16 {
+
+using namespace KvXmlLib16Data;
+
+CKVCriticalSection CXmlGeneratedClass::m_csInit;
+
+namespace {
+
+// Found flags per record: on the stack for the usual small tables, on the heap beyond.
+class FoundFlags {
+public:
+    explicit FoundFlags(size_t count) : m_heap(count > kInline ? new bool[count]() : nullptr) {
+        m_flags = m_heap ? m_heap.get() : m_inline;
+        if (!m_heap)
+            for (size_t i = 0; i < count; ++i) m_inline[i] = false;
+    }
+    bool& operator[](size_t i) { return m_flags[i]; }
+
+private:
+    static constexpr size_t kInline = 64;
+    bool m_inline[kInline];
+    std::unique_ptr<bool[]> m_heap;
+    bool* m_flags;
+};
+
+template <class T>
+size_t CountOf(T** table) {
+    size_t count = 0;
+    if (table)
+        while (table[count]) ++count;
+    return count;
+}
+
+const CParentElementInfo& ClassInfoOf(const CXmlGeneratedClass* object) {
+    const CParentElementInfo* info = object->GetClassInfo();
+    if (!info) throw CKvException(u"The class has no class metadata.");
+    return *info;
+}
+
+// Each nested class costs a few frames of stack. A document or an object tree nested deeper than
+// this, or an object graph with a cycle, fails instead of overflowing the stack.
+constexpr int kMaxNesting = 500;
+thread_local int t_nesting = 0;
+
+class NestingGuard {
+public:
+    NestingGuard() {
+        if (++t_nesting > kMaxNesting) {
+            --t_nesting;
+            throw CKvException(FormatString(u"The nesting of elements exceeds %d levels.", kMaxNesting));
+        }
+    }
+    ~NestingGuard() { --t_nesting; }
+    NestingGuard(const NestingGuard&) = delete;
+    NestingGuard& operator=(const NestingGuard&) = delete;
+};
+
+[[noreturn]] void ThrowLeftOver(const CXmlElement* parent, const CXmlElement* current) {
+    throw CKvValidationException(
+        FormatString(u"Failed read all the elements held within the element [%s]. The unexpected element [%s] "
+                     u"remains un processed",
+                     parent->GetLocalName().c_str(), current->GetLocalName().c_str()),
+        parent->GetXPath());
+}
+
+} // namespace
+
+CXmlGeneratedClass::CXmlGeneratedClass() = default;
+CXmlGeneratedClass::CXmlGeneratedClass(const CXmlGeneratedClass& other) = default;
+CXmlGeneratedClass& CXmlGeneratedClass::operator=(const CXmlGeneratedClass& other) {
+    CXmlObjectBase::operator=(other);
+    return *this;
+}
+CXmlGeneratedClass::~CXmlGeneratedClass() = default;
+
+void CXmlGeneratedClass::CleanMetaData(CParentElementInfo*& classInfo, CElementInfo**& elementInfo,
+                                       CAttributeInfo**& attributeInfo) {
+    delete classInfo;
+    classInfo = nullptr;
+    if (elementInfo) {
+        for (size_t i = 0; elementInfo[i]; ++i) {
+            delete elementInfo[i];
+            elementInfo[i] = nullptr;
+        }
+        delete[] elementInfo;
+        elementInfo = nullptr;
+    }
+    if (attributeInfo) {
+        for (size_t i = 0; attributeInfo[i]; ++i) {
+            delete attributeInfo[i];
+            attributeInfo[i] = nullptr;
+        }
+        delete[] attributeInfo;
+        attributeInfo = nullptr;
+    }
+}
+
+int32_t CXmlGeneratedClass::GetClassElementInfoCount() const {
+    return static_cast<int32_t>(CountOf(GetClassElementInfo()));
+}
+
+void CXmlGeneratedClass::ReadProperty(int32_t propertyIndex, KvVariant& value) const {
+    const_cast<CXmlGeneratedClass*>(this)->AccessProperty(propertyIndex, true, value);
+}
+
+// ---- writing ----------------------------------------------------------------------------------
+
+void CXmlGeneratedClass::AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext& context) const {
+    try {
+        if (context.GetWriteTypeAttribute()) {
+            const CParentElementInfo& info = ClassInfoOf(this);
+            // xsi:type states the class when it is held under an element that is not its own type's.
+            if (info.GetHasBaseClasses() && m_elementName != info.ElementNameRef())
+                writer->WriteXsiType(info.ElementNamespaceRef(), info.ElementNameRef(), ItemType_string);
+        }
+        ProcessAttributesToXml(context, GetClassElementInfo(), GetClassAttributeInfo(), writer);
+    } catch (const CKvException& e) {
+        throw CKvException(u"Failed to convert attributes to XML", e);
+    }
+}
+
+void CXmlGeneratedClass::ProcessAttributesToXml(const CSerializationContext& context, CElementInfo** elements,
+                                                CAttributeInfo** attributes, CXmlWriter* writer) const {
+    if (attributes)
+        for (size_t i = 0; attributes[i]; ++i) attributes[i]->AttributeToXml(context, this, writer);
+    if (elements)
+        for (size_t i = 0; elements[i]; ++i) elements[i]->PseudoChildAttributeToXml(context, this, writer);
+}
+
+void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
+                                   const CSerializationContext& context, bool noErrorOnEmptyChoice) const {
+    try {
+        NestingGuard nesting;
+        const CParentElementInfo& info = ClassInfoOf(this);
+        const bool ownElement = info.GetElementType() == XmlElementType_Element;
+        // The namespace handed down is nearly always the class's own: reuse that string then.
+        std::u16string passed;
+        const std::u16string* nsRef = &info.ElementNamespaceRef();
+        if (!namespaceUri || *nsRef != namespaceUri) {
+            passed = namespaceUri ? namespaceUri : u"";
+            nsRef = &passed;
+        }
+        const std::u16string& ns = *nsRef;
+        if (ownElement) {
+            if (isRoot) {
+                for (const std::u16string& instruction : context.GetProcessingInstructions())
+                    writer->WriteProcessingInstruction(instruction);
+                const CNamespaceAliasMap& aliases = context.GetNamespaceAliases();
+                const int32_t count = aliases.GetNamespaceCount();
+                for (int32_t i = 0; i < count; ++i) {
+                    const std::u16string uri = aliases.GetNamespaceAt(i);
+                    writer->AddNamespaceAlias(aliases.GetAliasFromNamespace(uri.c_str()), uri);
+                }
+                const std::u16string defaultNamespace = context.GetDefaultNamespaceURI();
+                if (!defaultNamespace.empty()) writer->SetDefaultNamespace(defaultNamespace);
+            }
+            writer->WriteStartElement(m_elementName, ns);
+            if (isRoot) {
+                CSmartPtr<CAttributeCol> extra = context.GetAdditionalRootAttributes();
+                if (extra) CXmlObjectBase::ToXml_Int(extra.get(), writer, false, ns.c_str(), context,
+                                                     noErrorOnEmptyChoice);
+            }
+            AttributesToXml_Int(writer, context);
+            if (isRoot) {
+                const std::u16string schema = context.GetInLineSchema();
+                if (!schema.empty()) writer->WriteInLineSchema(schema);
+            }
+        }
+        WriteBody(info, context, writer, noErrorOnEmptyChoice);
+        if (ownElement) writer->WriteEndElement();
+    } catch (const CKvException& e) {
+        throw CKvValidationException(FormatString(u"Failed to convert the element [%s] to XML", m_elementName.c_str()),
+                                     std::u16string(), e);
+    }
+}
+
+void CXmlGeneratedClass::WriteBody(const CParentElementInfo& info, const CSerializationContext& context,
+                                   CXmlWriter* writer, bool noErrorOnEmptyChoice) const {
+    const INillable* nillable = dynamic_cast<const INillable*>(this);
+    if (nillable && nillable->IsNil()) {
+        writer->WriteXsiNil();
+        return;
+    }
+    switch (info.GetElementGroupType()) {
+    case XmlElementGroupType_Seq:
+        ProcessElementSeqToXml(context, GetClassElementInfo(), writer);
+        break;
+    case XmlElementGroupType_Choice:
+        ProcessElementChoiceToXml(context, GetClassElementInfo(), writer, noErrorOnEmptyChoice);
+        break;
+    case XmlElementGroupType_All:
+        ProcessElementAllToXml(context, GetClassElementInfo(), writer);
+        break;
+    default:
+        throw CKvException(u"Unknown XML Group Type");
+    }
+    // The text value comes after the children.
+    if (info.GetPrimitiveValuePropertyIndex() != -1 && info.GetPrimitiveDataType() != ItemType_Invalid) {
+        KvVariant value;
+        ReadProperty(info.GetPrimitiveValuePropertyIndex(), value);
+        if (value.IsNil())
+            writer->WriteXsiNil();
+        else
+            writer->WriteElementText(value.ToString(info.PrimitiveFormatOverrideRef().c_str()),
+                                     value.GetTypeAsEnum(), false);
+    }
+}
+
+void CXmlGeneratedClass::ProcessElementSeqToXml(const CSerializationContext& context, CElementInfo** elements,
+                                                CXmlWriter* writer) const {
+    if (!elements) return;
+    for (size_t i = 0; elements[i]; ++i) elements[i]->ElementToXml(context, this, writer);
+}
+
+void CXmlGeneratedClass::ProcessElementAllToXml(const CSerializationContext& context, CElementInfo** elements,
+                                                CXmlWriter* writer) const {
+    ProcessElementSeqToXml(context, elements, writer);
+}
+
+void CXmlGeneratedClass::ProcessElementChoiceToXml(const CSerializationContext& context, CElementInfo** elements,
+                                                   CXmlWriter* writer, bool noErrorOnEmptyChoice) const {
+    if (elements)
+        for (size_t i = 0; elements[i]; ++i)
+            if (elements[i]->ElementToXml(context, this, writer)) return;
+    if (DoesElementContainOptionalElements() || noErrorOnEmptyChoice || context.GetIgnoreMissingChoice()) return;
+    throw CKvValidationException(u"This element is a choice, and as such must have at one (and only one) valid item, "
+                                 u"currently there are none set",
+                                 std::u16string());
+}
+
+bool CXmlGeneratedClass::DoesElementContainOptionalElements() const {
+    CElementInfo** elements = GetClassElementInfo();
+    if (!elements) return false;
+    for (size_t i = 0; elements[i]; ++i) {
+        const CElementInfo* record = elements[i];
+        if (dynamic_cast<const CElementInfoChoicePrimCol*>(record) ||
+            dynamic_cast<const CElementInfoChoiceClsCol*>(record) ||
+            dynamic_cast<const CElementInfoChoiceAbsClsCol*>(record) ||
+            dynamic_cast<const CElementInfoChoiceEnumCol*>(record) ||
+            dynamic_cast<const CElementInfoChoiceUntpdCol*>(record)) {
+            KvVariant value;
+            ReadProperty(record->GetPropertyIndex(), value);
+            CSmartPtr<CXmlCollectionBase> collection = BindingHelpers::CollectionOf(BindingHelpers::ObjectOf(value));
+            if (collection && collection->GetMinOccurs() == 0) return true;
+        } else if (dynamic_cast<const CElementInfoChoicePrimOpt*>(record) ||
+                   dynamic_cast<const CElementInfoChoiceClsOpt*>(record) ||
+                   dynamic_cast<const CElementInfoChoiceAbsClsOpt*>(record) ||
+                   dynamic_cast<const CElementInfoChoiceEnumOpt*>(record) ||
+                   dynamic_cast<const CElementInfoChoiceUntpdOpt*>(record)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CXmlGeneratedClass::IsElementInList(const CSerializationContext& context, CXmlElement* element) const {
+    if (!element) return false;
+    CElementInfo** elements = GetClassElementInfo();
+    if (!elements) return false;
+    for (size_t i = 0; elements[i]; ++i) {
+        if (elements[i]->ElementNameRef() != element->GetLocalName()) continue;
+        if (context.GetIgnoreNamespaces() || elements[i]->ElementNamespaceRef() == element->GetNamespaceURI())
+            return true;
+    }
+    return false;
+}
+
+// ---- reading ----------------------------------------------------------------------------------
+
+CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* firstChild,
+                                             const CSerializationContext& context, bool ignoreMissingChoice) {
+    if (!element) throw CKvException(u"No element to read from.");
+    CXmlElement* result = nullptr;
+    try {
+        NestingGuard nesting;
+        Init();
+        const CParentElementInfo& info = ClassInfoOf(this);
+        // The object takes the name of the element it was read from, and writes itself under it later.
+        if (info.GetElementType() == XmlElementType_Element) m_elementName = element->GetLocalName();
+        ProcessAttributesFromXml(context, element, info.GetFromXmlFailIfAttributeUnknown());
+        const INillable* nillable = dynamic_cast<const INillable*>(this);
+        // The content of a nil element is not read, not even to be refused.
+        if (nillable && nillable->IsNil()) return firstChild;
+        ReadBody(info, element, result, firstChild, context, ignoreMissingChoice);
+    } catch (const CKvException& e) {
+        // Only the innermost level adds a path; outer levels pass on a plain copy.
+        if (e.GetPath().empty())
+            throw CKvValidationException(u"Failed to process the element.", element->GetXPath(), e);
+        throw CKvException(e);
+    }
+    return result;
+}
+
+void CXmlGeneratedClass::ReadBody(const CParentElementInfo& info, CXmlElement* element, CXmlElement*& result,
+                                  CXmlElement* firstChild, const CSerializationContext& context,
+                                  bool ignoreMissingChoice) {
+    const XmlElementType type = info.GetElementType();
+    switch (info.GetElementGroupType()) {
+    case XmlElementGroupType_Seq:
+        result = ProcessElementSeqFromXml(context, element, firstChild, type);
+        break;
+    case XmlElementGroupType_Choice:
+        result = ProcessElementChoiceFromXml(context, element, firstChild, type, ignoreMissingChoice);
+        break;
+    case XmlElementGroupType_All:
+        result = ProcessElementAllFromXml(context, element, firstChild, type);
+        break;
+    default:
+        throw CKvException(u"Unknown Group Type");
+    }
+    const int32_t index = info.GetPrimitiveValuePropertyIndex();
+    if (index != -1 && info.GetPrimitiveDataType() != ItemType_Invalid) {
+        KvVariant value;
+        if (info.GetOutputPrimitiveClassAsTextProperty())
+            value.SetString(element->GetText());
+        else
+            value.FromString(element->GetText(), info.GetPrimitiveDataType(), CWhitespaceUtils::WhitespaceRule_None);
+        AccessProperty(index, false, value);
+    }
+}
+
+std::u16string CXmlGeneratedClass::NamespaceFor(CElementInfo** records, size_t count) {
+    // Only the wildcard records read the namespace; asking for it costs a string per object.
+    for (size_t i = 0; i < count; ++i)
+        if (records[i]->UsesNamespace()) return GetNamespace();
+    return std::u16string();
+}
+
+void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& context, CXmlElement* element,
+                                                  bool failIfUnknown) {
+    CAttributeInfo** records = GetClassAttributeInfo();
+    const size_t count = CountOf(records);
+    FoundFlags found(count);
+    for (CXmlAttribute* attribute : element->GetAttributes()) {
+        if (attribute->IsNamespaceAttribute()) continue;
+        if (attribute->IsNilAttribute()) {
+            INillable* nillable = dynamic_cast<INillable*>(this);
+            if (!nillable)
+                throw CKvValidationException(u"Invalid use of 'nil' attribute in non-nillable element.",
+                                             element->GetXPath());
+            const std::u16string& value = attribute->GetValue();
+            if (BindingHelpers::EqualsNoCase(value, u"true") || BindingHelpers::EqualsNoCase(value, u"1"))
+                nillable->SetNil(true);
+            else if (BindingHelpers::EqualsNoCase(value, u"false") || BindingHelpers::EqualsNoCase(value, u"0"))
+                nillable->SetNil(false);
+            else
+                throw CKvValidationException(
+                    FormatString(u"Unexpected Value [%s] for 'nil' Attribute found.", value.c_str()),
+                    attribute->GetXPath());
+            continue;
+        }
+        bool taken = false;
+        for (size_t i = 0; i < count && !taken; ++i) {
+            if (records[i]->AttributeFromXml(context, this, attribute)) {
+                found[i] = true;
+                taken = true;
+            }
+        }
+        if (!taken && failIfUnknown && !context.GetIgnoreUnknownAttributes())
+            throw CKvValidationException(u"Unexpected Attribute found.", attribute->GetXPath());
+    }
+    for (size_t i = 0; i < count; ++i) records[i]->Validate(context, found[i]);
+}
+
+CXmlElement* CXmlGeneratedClass::ProcessElementSeqFromXml(const CSerializationContext& context, CXmlElement* parent,
+                                                          CXmlElement* firstChild, XmlElementType parentType) {
+    CElementInfo** records = GetClassElementInfo();
+    const size_t count = CountOf(records);
+    const std::u16string ns = NamespaceFor(records, count);
+    CXmlElement* const start = firstChild;
+    CXmlElement* current = firstChild;
+    size_t i = 0;
+    for (;;) {
+        for (; i < count; ++i) {
+            while (!records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType)) {
+                // The record could not be satisfied here: skip one element and retry, if allowed.
+                if (!context.GetIgnoreUnknownElements() || !current) return start;
+                current = current->GetNextSiblingElement();
+            }
+        }
+        if (parentType != XmlElementType_Element || !current) return current;
+        if (!context.GetIgnoreUnknownElements()) ThrowLeftOver(parent, current);
+        // Drop the element left over; the last record gets another look at what follows.
+        current = current->GetNextSiblingElement();
+        if (!current) return nullptr;
+        i = count > 0 ? count - 1 : 0;
+    }
+}
+
+CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializationContext& context,
+                                                             CXmlElement* parent, CXmlElement* firstChild,
+                                                             XmlElementType parentType, bool ignoreMissingChoice) {
+    CElementInfo** records = GetClassElementInfo();
+    const size_t count = CountOf(records);
+    const std::u16string ns = NamespaceFor(records, count);
+    const bool ignoreUnknown = context.GetIgnoreUnknownElements();
+    CXmlElement* const start = firstChild;
+    CXmlElement* current = firstChild;
+    bool found = false;
+    do {
+        found = false;
+        for (size_t i = 0; i < count && !found; ++i)
+            found = records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType);
+        if (current) {
+            if (!ignoreUnknown) break;
+            if (!found && parentType == XmlElementType_Element) current = current->GetNextSiblingElement();
+        }
+    } while (ignoreUnknown && !found && current && parentType == XmlElementType_Element);
+
+    if (!found && !ignoreMissingChoice) {
+        if (parentType == XmlElementType_Pseudo) return ignoreUnknown ? start : current;
+        if (parentType == XmlElementType_Inline) return current;
+        if (parentType == XmlElementType_Element && !DoesElementContainOptionalElements() &&
+            !context.GetIgnoreMissingChoice())
+            throw CKvValidationException(
+                FormatString(u"No child elements within the element [%s] were populated. The element represents a "
+                             u"choice, so one and only one element should be populated. The element contained no "
+                             u"sutable child elements",
+                             parent->GetLocalName().c_str()),
+                parent->GetXPath());
+    }
+    if ((found || ignoreMissingChoice) && parentType != XmlElementType_Element) return current;
+    if (!current || ignoreUnknown) return current;
+    ThrowLeftOver(parent, current);
+}
+
+CXmlElement* CXmlGeneratedClass::ProcessElementAllFromXml(const CSerializationContext& context, CXmlElement* parent,
+                                                          CXmlElement* firstChild, XmlElementType parentType) {
+    CElementInfo** records = GetClassElementInfo();
+    const size_t count = CountOf(records);
+    const std::u16string ns = NamespaceFor(records, count);
+    FoundFlags found(count);
+    CXmlElement* const start = firstChild;
+    CXmlElement* current = firstChild;
+    CXmlElement* passStart = nullptr;
+    bool firstPass = true;
+    // Repeated passes take the elements in any order; a pass that consumes nothing ends the loop.
+    while (current && (firstPass || current != passStart)) {
+        firstPass = false;
+        passStart = current;
+        for (size_t i = 0; i < count; ++i)
+            if (!found[i])
+                found[i] = records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType);
+    }
+    const bool strict = parentType == XmlElementType_Element;
+    for (size_t i = 0; i < count; ++i)
+        if (!records[i]->Validate(context, this, found[i], strict)) return start;
+    if (parentType != XmlElementType_Element || !current || context.GetIgnoreUnknownElements()) return current;
+    ThrowLeftOver(parent, current);
+}
+
+} // namespace KvXmlLib16

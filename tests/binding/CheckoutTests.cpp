@@ -1,0 +1,304 @@
+// The checkout example classes: an all block and a choice of payment methods inside a sequence,
+// one alternative of which is a choice without an element; whole documents both ways.
+#include "BindingTestSupport.h"
+
+// The purchase-order classes it reuses are compiled with PurchaseOrderTests.cpp.
+#include "../../examples/purchase_order/Checkout.cpp"
+
+namespace BindingTest {
+namespace {
+
+using namespace PurchaseOrderSample;
+
+CSerializationContext CheckoutContext() {
+    CSerializationContext context;
+    context.SetDefaultNamespaceURI(kTargetNamespace);
+    return context;
+}
+
+const char kHead[] = "<checkout xmlns=\"urn:kvxml:samples:purchase-order\"><orderRef>PO-1001</orderRef>";
+const char kContact[] =
+    "<contact><name>Alice Smith</name><email>alice@example.com</email><phone>+49 30 1234567</phone>"
+    "<preferredChannel>post</preferredChannel><postalAddress country=\"US\"><name>Alice Smith</name>"
+    "<street>1 Main St</street><city>Springfield</city><zip>12345</zip></postalAddress></contact>";
+const char kShortContact[] = "<contact><name>Bob</name><email>bob@example.com</email></contact>";
+
+std::string Document(const std::string& contact, const std::string& payment, const std::string& tail = "") {
+    const std::string method = payment.empty() ? "<paymentMethod/>" : "<paymentMethod>" + payment + "</paymentMethod>";
+    return kHead + contact + method + tail + "</checkout>";
+}
+
+CSmartPtr<CCheckout> MakeCheckout() {
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    checkout->SetOrderRef(u"PO-1001");
+    CContact* contact = checkout->GetContact();
+    contact->SetName(u"Alice Smith");
+    contact->SetEmail(u"alice@example.com");
+    contact->SetPhone(u"+49 30 1234567");
+    contact->SetPreferredChannel(ContactChannel::Post);
+    CSmartPtr<CAddress> address = new CAddress();
+    address->SetCountry(u"US");
+    address->SetName(u"Alice Smith");
+    address->SetStreet(u"1 Main St");
+    address->SetCity(u"Springfield");
+    address->SetZip(u"12345");
+    contact->SetPostalAddress(address);
+    CSmartPtr<CCard> card = new CCard();
+    card->SetHolder(u"Alice Smith");
+    card->SetNumber(u"4111111111111111");
+    card->SetExpiry(u"2028-04");
+    checkout->GetPaymentMethod()->SetCard(card);
+    checkout->SetGiftMessage(u"Happy birthday!");
+    return checkout;
+}
+
+const char kCard[] =
+    "<card><holder>Alice Smith</holder><number>4111111111111111</number><expiry>2028-04</expiry></card>";
+
+TEST(Checkout, WritesTheWholeDocument) {
+    CSmartPtr<CCheckout> checkout = MakeCheckout();
+    EXPECT_EQ(Write(*checkout, CheckoutContext()),
+              Document(kContact, kCard, "<giftMessage>Happy birthday!</giftMessage>"));
+    EXPECT_EQ(Write(*checkout, CheckoutContext(), true),
+              "<checkout xmlns=\"urn:kvxml:samples:purchase-order\">\n"
+              "\t<orderRef>PO-1001</orderRef>\n"
+              "\t<contact>\n"
+              "\t\t<name>Alice Smith</name>\n"
+              "\t\t<email>alice@example.com</email>\n"
+              "\t\t<phone>+49 30 1234567</phone>\n"
+              "\t\t<preferredChannel>post</preferredChannel>\n"
+              "\t\t<postalAddress country=\"US\">\n"
+              "\t\t\t<name>Alice Smith</name>\n"
+              "\t\t\t<street>1 Main St</street>\n"
+              "\t\t\t<city>Springfield</city>\n"
+              "\t\t\t<zip>12345</zip>\n"
+              "\t\t</postalAddress>\n"
+              "\t</contact>\n"
+              "\t<paymentMethod>\n"
+              "\t\t<card>\n"
+              "\t\t\t<holder>Alice Smith</holder>\n"
+              "\t\t\t<number>4111111111111111</number>\n"
+              "\t\t\t<expiry>2028-04</expiry>\n"
+              "\t\t</card>\n"
+              "\t</paymentMethod>\n"
+              "\t<giftMessage>Happy birthday!</giftMessage>\n"
+              "</checkout>\n");
+}
+
+TEST(Checkout, ReadsTheContactInAnyOrder) {
+    const std::string shuffled = Document(
+        "<contact><postalAddress><name>A</name><street>S</street><city>C</city><zip>Z</zip></postalAddress>"
+        "<preferredChannel>phone</preferredChannel><email>a@b.c</email><name>Alice</name></contact>",
+        kCard);
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    Read(*checkout, shuffled.c_str(), CheckoutContext());
+    CContact* contact = checkout->GetContact();
+    EXPECT_EQ(contact->GetName(), u"Alice");
+    EXPECT_EQ(contact->GetEmail(), u"a@b.c");
+    EXPECT_EQ(contact->GetPhone(), std::nullopt);
+    EXPECT_EQ(contact->GetPreferredChannel(), ContactChannel::Phone);
+    ASSERT_NE(contact->GetPostalAddress(), nullptr);
+    EXPECT_EQ(contact->GetPostalAddress()->GetElementName(), u"postalAddress");
+    EXPECT_EQ(contact->GetPostalAddress()->GetCity(), u"C");
+    // Written back in schema order.
+    EXPECT_EQ(Write(*checkout, CheckoutContext()),
+              Document("<contact><name>Alice</name><email>a@b.c</email><preferredChannel>phone</preferredChannel>"
+                       "<postalAddress><name>A</name><street>S</street><city>C</city><zip>Z</zip></postalAddress>"
+                       "</contact>",
+                       kCard));
+}
+
+struct PaymentCase {
+    const char* name;
+    const char* payment;     // the content of paymentMethod as read
+    const char* written;     // as written back; null: the same
+    const char* selected;    // the alternative the setters hold after reading
+};
+
+const PaymentCase kPaymentCases[] = {
+    {"card", kCard, nullptr, "card"},
+    {"bank transfer in schema order",
+     "<bankTransfer><iban>DE89370400440532013000</iban><bic>COBADEFFXXX</bic><accountHolder>A. Smith</accountHolder>"
+     "</bankTransfer>",
+     nullptr, "bankTransfer"},
+    {"bank transfer in another order",
+     "<bankTransfer><accountHolder>A. Smith</accountHolder><iban>DE89370400440532013000</iban></bankTransfer>",
+     "<bankTransfer><iban>DE89370400440532013000</iban><accountHolder>A. Smith</accountHolder></bankTransfer>",
+     "bankTransfer"},
+    {"invoice", "<invoice><dueInDays>14</dueInDays><purchaseOrderNumber>4711</purchaseOrderNumber></invoice>", nullptr,
+     "invoice"},
+    {"invoice with the default term", "<invoice><dueInDays/></invoice>", nullptr, "invoice"},
+    {"paypal from the wallet group", "<paypalAccount>alice@example.com</paypalAccount>", nullptr, "Wallet"},
+    {"gift cards from the wallet group", "<giftCard>GC-1</giftCard><giftCard>GC-2</giftCard>", nullptr, "Wallet"},
+    {"no payment method: the optional alternatives excuse it", "", nullptr, ""},
+};
+
+class CheckoutPayment : public ::testing::TestWithParam<PaymentCase> {};
+
+TEST_P(CheckoutPayment, RoundTrip) {
+    const PaymentCase& c = GetParam();
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    Read(*checkout, Document(kShortContact, c.payment).c_str(), CheckoutContext());
+    EXPECT_EQ(Narrow(checkout->GetPaymentMethod()->GetSelected()), c.selected);
+    EXPECT_EQ(Write(*checkout, CheckoutContext()), Document(kShortContact, c.written ? c.written : c.payment));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CheckoutPayment, ::testing::ValuesIn(kPaymentCases),
+                         [](const ::testing::TestParamInfo<PaymentCase>& info) {
+                             std::string name;
+                             for (const char* p = info.param.name; *p; ++p)
+                                 name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
+                             return name;
+                         });
+
+TEST(Checkout, ReadValues) {
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    Read(*checkout, Document(kShortContact, "<invoice><dueInDays/></invoice>").c_str(), CheckoutContext());
+    ASSERT_NE(checkout->GetPaymentMethod()->GetInvoice(), nullptr);
+    EXPECT_EQ(checkout->GetPaymentMethod()->GetInvoice()->GetDueInDays(), 30);
+    EXPECT_EQ(checkout->GetPaymentMethod()->GetCard(), nullptr);
+
+    Read(*checkout, Document(kShortContact, "<giftCard>GC-1</giftCard><giftCard>GC-2</giftCard>").c_str(),
+         CheckoutContext());
+    CWallet* wallet = checkout->GetPaymentMethod()->GetWallet();
+    ASSERT_NE(wallet, nullptr);
+    EXPECT_EQ(wallet->GetPaypalAccount(), std::nullopt);
+    ASSERT_EQ(wallet->GetGiftCards()->GetCount(), 2);
+    EXPECT_EQ(wallet->GetGiftCards()->Item(1), u"GC-2");
+
+    // A document without a wallet leaves no empty wallet behind.
+    Read(*checkout, Document(kShortContact, kCard).c_str(), CheckoutContext());
+    EXPECT_EQ(checkout->GetPaymentMethod()->GetWallet(), nullptr);
+}
+
+const char kFourGiftCards[] = "<giftCard>1</giftCard><giftCard>2</giftCard><giftCard>3</giftCard><giftCard>4</giftCard>";
+
+struct FailureCase {
+    const char* name;
+    std::string document;
+    bool ignoreInvalidCounts;
+    const char* message; // full message
+    const char* path;
+};
+
+const FailureCase kFailureCases[] = {
+    {"two payment methods", Document(kShortContact, std::string(kCard) + "<invoice><dueInDays>7</dueInDays></invoice>"),
+     false,
+     "Failed read all the elements held within the element [paymentMethod]. The unexpected element [invoice] remains "
+     "un processed\nPath: /checkout/paymentMethod",
+     "/checkout/paymentMethod"},
+    {"contact without email", Document("<contact><name>Bob</name></contact>", kCard), false,
+     "Failed to process the element.\nPath: /checkout/contact\nFailed to find the mandatory element [email].",
+     "/checkout/contact"},
+    {"contact with two names",
+     Document("<contact><name>Bob</name><email>b@c.d</email><name>Rob</name></contact>", kCard), false,
+     "Failed read all the elements held within the element [contact]. The unexpected element [name] remains un "
+     "processed\nPath: /checkout/contact",
+     "/checkout/contact"},
+    {"too many gift cards",
+     Document(kShortContact, kFourGiftCards),
+     false,
+     "Failed read all the elements held within the element [paymentMethod]. The unexpected element [giftCard] "
+     "remains un processed\nPath: /checkout/paymentMethod",
+     "/checkout/paymentMethod"},
+    {"too many gift cards, counts ignored",
+     Document(kShortContact, kFourGiftCards),
+     true, "<none>", ""},
+    {"card and paypal", Document(kShortContact, std::string(kCard) + "<paypalAccount>x</paypalAccount>"), false,
+     "Failed read all the elements held within the element [paymentMethod]. The unexpected element [paypalAccount] "
+     "remains un processed\nPath: /checkout/paymentMethod",
+     "/checkout/paymentMethod"},
+};
+
+class CheckoutFailure : public ::testing::TestWithParam<FailureCase> {};
+
+TEST_P(CheckoutFailure, ReportsWithPath) {
+    const FailureCase& c = GetParam();
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    CSerializationContext context = CheckoutContext();
+    context.SetIgnoreInvalidCollectionCounts(c.ignoreInvalidCounts);
+    std::string message = "<none>", path;
+    try {
+        Read(*checkout, c.document.c_str(), context);
+    } catch (const CKvException& e) {
+        message = Narrow(e.GetFullMessage());
+        path = Narrow(e.GetPath());
+    }
+    EXPECT_EQ(message, c.message);
+    EXPECT_EQ(path, c.path);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CheckoutFailure, ::testing::ValuesIn(kFailureCases),
+                         [](const ::testing::TestParamInfo<FailureCase>& info) {
+                             std::string name;
+                             for (const char* p = info.param.name; *p; ++p)
+                                 name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
+                             return name;
+                         });
+
+TEST(Checkout, WalletWithTooManyGiftCards) {
+    // Read with counts ignored, the wallet writes back the same; the collection's own count check
+    // refuses it otherwise, although the choice record itself checks no count.
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    CSerializationContext lenient = CheckoutContext();
+    lenient.SetIgnoreInvalidCollectionCounts(true);
+    const std::string four = Document(kShortContact, kFourGiftCards);
+    Read(*checkout, four.c_str(), lenient);
+    ASSERT_EQ(checkout->GetPaymentMethod()->GetWallet()->GetGiftCards()->GetCount(), 4);
+    EXPECT_EQ(Write(*checkout, lenient), four);
+    EXPECT_EQ(FullMessageOf([&] { Write(*checkout, CheckoutContext()); }),
+              "Failed to convert the element [checkout] to XML\nFailed to convert the element [paymentMethod] to "
+              "XML\nFailed to convert the element [Wallet] to XML\nThe Maximum number of [giftCard] elements allowed "
+              "in this collection is 3");
+}
+
+TEST(Checkout, AlternativesInAnotherNamespaceMatchOnlyWhenNamespacesAreIgnored) {
+    // A partner writes the payment method's children unqualified.
+    const std::string text = std::string(kHead) + kShortContact +
+                             "<paymentMethod><invoice xmlns=''><dueInDays xmlns=''>10</dueInDays></invoice>"
+                             "</paymentMethod></checkout>";
+    CSmartPtr<CCheckout> checkout = new CCheckout();
+    EXPECT_EQ(FullMessageOf([&] { Read(*checkout, text.c_str(), CheckoutContext()); }),
+              "Failed read all the elements held within the element [paymentMethod]. The unexpected element "
+              "[invoice] remains un processed\nPath: /checkout/paymentMethod");
+    CSerializationContext lenient = CheckoutContext();
+    lenient.SetIgnoreNamespaces(true);
+    Read(*checkout, text.c_str(), lenient);
+    ASSERT_NE(checkout->GetPaymentMethod()->GetInvoice(), nullptr);
+    EXPECT_EQ(checkout->GetPaymentMethod()->GetInvoice()->GetDueInDays(), 10);
+}
+
+TEST(Checkout, SettersKeepOneAlternative) {
+    CSmartPtr<CCheckout> checkout = MakeCheckout();
+    CPaymentMethod* method = checkout->GetPaymentMethod();
+    CSmartPtr<CInvoice> invoice = new CInvoice();
+    EXPECT_EQ(MessageOf([&] { method->SetInvoice(invoice); }),
+              "The Property [card] is already set. Only one element within this class bay be set at a time");
+    method->SetCard(nullptr);
+    CSmartPtr<CBankTransfer> transfer = new CBankTransfer();
+    transfer->SetIban(u"DE89370400440532013000");
+    method->SetBankTransfer(transfer);
+    EXPECT_EQ(Write(*checkout, CheckoutContext()),
+              Document(kContact, "<bankTransfer><iban>DE89370400440532013000</iban></bankTransfer>",
+                       "<giftMessage>Happy birthday!</giftMessage>"));
+}
+
+TEST(Checkout, WritingChecksTheFacetsAndTheMandatoryValues) {
+    CSmartPtr<CCheckout> checkout = MakeCheckout();
+    checkout->GetPaymentMethod()->GetCard()->SetExpiry(u"04/28");
+    const std::string failure = FullMessageOf([&] { Write(*checkout, CheckoutContext()); });
+    EXPECT_EQ(failure.rfind("Failed to convert the element [checkout] to XML\nFailed to convert the element "
+                            "[paymentMethod] to XML\nFailed to convert the element [card] to XML\n",
+                            0),
+              0u)
+        << failure;
+    checkout = MakeCheckout();
+    checkout->GetPaymentMethod()->SetCard(nullptr);
+    CSmartPtr<CInvoice> invoice = new CInvoice();
+    invoice->SetDueInDays(120);
+    checkout->GetPaymentMethod()->SetInvoice(invoice);
+    EXPECT_NE(FullMessageOf([&] { Write(*checkout, CheckoutContext()); }), "<no exception>");
+}
+
+} // namespace
+} // namespace BindingTest

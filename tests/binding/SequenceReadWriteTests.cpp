@@ -1,0 +1,288 @@
+// Reading and writing of sequences of primitives and enumerations through the driver.
+#include "BindingTestSupport.h"
+
+namespace BindingTest {
+namespace {
+
+const char16_t* ColourToText(int32_t v) {
+    static const char16_t* names[] = {u"red", u"green", u"blue"};
+    return v >= 0 && v < 3 ? names[v] : nullptr;
+}
+int32_t ColourFromText(const char16_t* text) {
+    for (int32_t i = 0; i < 3; ++i)
+        if (std::u16string(text) == ColourToText(i)) return i;
+    throw CKvInvalidValueException(u"not a colour");
+}
+
+// root: a (string, mandatory), b (i4, mandatory), n (string, optional, nillable, default "dflt",
+// at most 4 characters), c (colour, optional, default "green").
+struct SeqFixture {
+    SeqFixture()
+        : tables(ClassInfo(XmlElementGroupType_Seq),
+                 {new CElementInfoSeqPrimMnd(u"a", u"", 0, false, ItemType_string, nullptr,
+                                             CWhitespaceUtils::WhitespaceRule_Preserve, NoFacets(), nullptr),
+                  new CElementInfoSeqPrimMnd(u"b", u"", 1, false, ItemType_i4, nullptr,
+                                             CWhitespaceUtils::WhitespaceRule_Collapse, NoFacets(), nullptr),
+                  new CElementInfoSeqPrimOpt(u"n", u"", 2, true, ItemType_string, nullptr,
+                                             CWhitespaceUtils::WhitespaceRule_Preserve,
+                                             CPrimitiveRestrictions(nullptr, -1, 4, nullptr, nullptr, nullptr, nullptr,
+                                                                    -1, -1, -1),
+                                             u"dflt"),
+                  new CElementInfoSeqEnumOpt(u"c", u"", 3, false, &ColourToText, &ColourFromText, u"green")}) {}
+    Tables tables;
+};
+
+struct ReadCase {
+    const char* name;
+    const char* xml;
+    bool ignoreUnknownElements;
+    bool ignoreMissingMandatory;
+    bool ignoreUnknownAttributes;
+    const char* expected; // "a|b|n|c" on success, or the message of the failure
+    const char* path;     // path of the failure
+};
+
+const ReadCase kReadCases[] = {
+    {"in order", "<root><a>x</a><b> 5 </b><n>v</n><c>blue</c></root>", false, false, false,
+     "x|5|v|2", ""},
+    {"optional left out", "<root><a>x</a><b>5</b></root>", false, false, false, "x|5|<unset>|<unset>", ""},
+    {"empty element takes the default", "<root><a/><b>5</b><n/><c/></root>", false, false, false, "|5|dflt|1",
+     ""},
+    {"unknown element in front of each mandatory", "<root><z/><a>x</a><z/><b>5</b></root>", false, false, false,
+     "Failed to find the required child element [a].\nPath: /root", "/root"},
+    {"unknown elements skipped when ignored", "<root><z/><a>x</a><z/><b>5</b></root>", true, false, false,
+     "x|5|<unset>|<unset>", ""},
+    {"missing mandatory passes when ignored", "<root><b>5</b></root>", false, true, false, "<unset>|5|<unset>|<unset>",
+     ""},
+    {"missing mandatory fails", "<root><b>5</b></root>", false, false, false,
+     "Failed to find the required child element [a].\nPath: /root", "/root"},
+    {"wrong order with unknown ignored: the later record finds nothing", "<root><b>5</b><a>x</a></root>", true, false,
+     false, "Failed to find the required child element [b].\nPath: /root", "/root"},
+    {"left-over element", "<root><a>x</a><b>5</b><z/></root>", false, false, false,
+     "Failed read all the elements held within the element [root]. The unexpected element [z] remains un "
+     "processed\nPath: /root",
+     "/root"},
+    {"trailing unknown dropped", "<root><a>x</a><b>5</b><z/></root>", true, false, false, "x|5|<unset>|<unset>", ""},
+    {"last record reads a late repeat over the first", "<root><a>x</a><b>5</b><c>red</c><z/><c>blue</c></root>",
+     true, false, false, "x|5|<unset>|2", ""},
+    {"unknown attribute on a primitive", "<root><a q='1'>x</a><b>5</b></root>", false, false, false,
+     "Unexpected Attribute found.\nPath: /root/a/@q", "/root/a/@q"},
+    {"unknown attribute ignored", "<root><a q='1'>x</a><b>5</b></root>", false, false, true, "x|5|<unset>|<unset>",
+     ""},
+    {"nil on a non-nillable element", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>"
+                                      "<a xsi:nil='true'/><b>5</b></root>",
+     false, false, false, "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root/a", "/root/a"},
+    {"nil false passes on a non-nillable element", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>"
+                                                   "<a xsi:nil='0'>x</a><b>5</b></root>",
+     false, false, false, "x|5|<unset>|<unset>", ""},
+    {"nil in any case leaves the property", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>"
+                                            "<a>x</a><b>5</b><n xsi:nil='TrUe'>ignored</n></root>",
+     false, false, false, "x|5|<unset>|<unset>", ""},
+    {"nil with another value", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>"
+                               "<a>x</a><b>5</b><n xsi:nil='yes'/></root>",
+     false, false, false, "Unexpected Value [yes] for 'nil' Attribute found.\nPath: /root/n/xsi:@nil",
+     "/root/n/xsi:@nil"},
+    {"text that does not convert gets the element's parent path", "<root><a>x</a><b>five</b></root>", false, false,
+     false, "Failed to process the element.\nPath: /root", "/root"},
+};
+
+class SequenceRead : public ::testing::TestWithParam<ReadCase> {};
+
+TEST_P(SequenceRead, ReadsOrReportsWithPath) {
+    const ReadCase& c = GetParam();
+    SeqFixture f;
+    CTestObject object(f.tables);
+    CSerializationContext context;
+    context.SetIgnoreUnknownElements(c.ignoreUnknownElements);
+    context.SetIgnoreMissingMandatoryElements(c.ignoreMissingMandatory);
+    context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
+    std::string outcome;
+    std::string path;
+    try {
+        Read(object, c.xml, context);
+        outcome = object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3);
+    } catch (const CKvException& e) {
+        outcome = Narrow(e.GetMessage());
+        path = Narrow(e.GetPath());
+    }
+    EXPECT_EQ(outcome, c.expected);
+    EXPECT_EQ(path, c.path);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases),
+                         [](const ::testing::TestParamInfo<ReadCase>& info) {
+                             std::string name;
+                             for (const char* p = info.param.name; *p; ++p)
+                                 name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
+                             return name;
+                         });
+
+TEST(SequenceRead, FailureOfTheInnermostLevelIsPassedOnAsPlainException) {
+    SeqFixture f;
+    CTestObject object(f.tables);
+    CSerializationContext context;
+    try {
+        Read(object, "<root><b>5</b></root>", context);
+        FAIL() << "no exception";
+    } catch (const CKvValidationException&) {
+        FAIL() << "the concrete class must not survive a level that passes the failure on";
+    } catch (const CKvException& e) {
+        EXPECT_EQ(Narrow(e.GetPath()), "/root");
+    }
+}
+
+TEST(SequenceRead, ConversionFailureKeepsItsCauseBehindThePath) {
+    SeqFixture f;
+    CTestObject object(f.tables);
+    CSerializationContext context;
+    try {
+        Read(object, "<root><a>x</a><b>five</b></root>", context);
+        FAIL() << "no exception";
+    } catch (const CKvValidationException& e) {
+        ASSERT_NE(e.GetInnerException(), nullptr);
+        EXPECT_NE(dynamic_cast<const CKvInvalidValueException*>(e.GetInnerException()), nullptr);
+    }
+    // What was read before the failure stays.
+    EXPECT_EQ(object.Text(0), "x");
+}
+
+TEST(SequenceRead, SetterFailureNamesTheElement) {
+    SeqFixture f;
+    CTestObject object(f.tables);
+    object.failOnSet = 1;
+    CSerializationContext context;
+    try {
+        Read(object, "<root><a>x</a><b>5</b></root>", context);
+        FAIL() << "no exception";
+    } catch (const CKvException& e) {
+        EXPECT_EQ(Narrow(e.GetFullMessage()), "Failed to set the property value.\nPath: /root/b\nsetter refused");
+    }
+}
+
+// Every document here declares the alias that the context adds for the instance namespace.
+#define kRootXsi "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
+
+struct WriteCase {
+    const char* name;
+    std::function<void(CTestObject&)> fill;
+    bool writeDefaults;
+    const char* expected;
+};
+
+const WriteCase kWriteCases[] = {
+    {"all set", [](CTestObject& o) { o.props[0].SetString(u"x<&>"); o.props[1].SetI4(-5); o.props[2].SetString(u"v");
+                                     o.props[3].SetI4(2); },
+     false, kRootXsi "<a>x&lt;&amp;&gt;</a><b>-5</b><n>v</n><c>blue</c></root>"},
+    {"unset optionals are left out", [](CTestObject& o) { o.props[0].SetString(u"x"); o.props[1].SetI4(1); }, false,
+     kRootXsi "<a>x</a><b>1</b></root>"},
+    {"default value gives an empty element", [](CTestObject& o) { o.props[0].SetString(u"x"); o.props[1].SetI4(1);
+                                                                  o.props[2].SetString(u"dflt"); o.props[3].SetI4(1); },
+     false, kRootXsi "<a>x</a><b>1</b><n/><c/></root>"},
+    {"default value written on request", [](CTestObject& o) { o.props[0].SetString(u"x"); o.props[1].SetI4(1);
+                                                              o.props[2].SetString(u"dflt"); o.props[3].SetI4(1); },
+     true, kRootXsi "<a>x</a><b>1</b><n>dflt</n><c>green</c></root>"},
+    {"nil wins over the default", [](CTestObject& o) { o.props[0].SetString(u"x"); o.props[1].SetI4(1);
+                                                       o.props[2].SetString(u"dflt"); o.props[2].SetNil(); },
+     false, "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><a>x</a><b>1</b><n xsi:nil=\"true\"/></root>"},
+    {"mandatory nil is satisfied", [](CTestObject& o) { o.props[0].SetString(u"x"); o.props[0].SetNil(); o.props[1].SetI4(1); },
+     false, "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><a xsi:nil=\"true\"/><b>1</b></root>"},
+};
+
+class SequenceWrite : public ::testing::TestWithParam<WriteCase> {};
+
+TEST_P(SequenceWrite, WritesTheWholeText) {
+    const WriteCase& c = GetParam();
+    SeqFixture f;
+    CTestObject object(f.tables);
+    c.fill(object);
+    CSerializationContext context;
+    context.GetNamespaceAliases().Add(u"xsi", kXsi);
+    context.SetWriteDefaultElementValues(c.writeDefaults);
+    EXPECT_EQ(Write(object, context), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SequenceWrite, ::testing::ValuesIn(kWriteCases),
+                         [](const ::testing::TestParamInfo<WriteCase>& info) {
+                             std::string name;
+                             for (const char* p = info.param.name; *p; ++p)
+                                 name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
+                             return name;
+                         });
+
+TEST(SequenceWrite, FailuresCarryTheElementChain) {
+    SeqFixture f;
+    CSerializationContext context;
+    {
+        CTestObject object(f.tables);
+        object.props[1].SetI4(1);
+        EXPECT_EQ(FullMessageOf([&] { Write(object, context); }),
+                  "Failed to convert the element [root] to XML\nThe Property [a] is mandatory, it may not be NULL");
+    }
+    {
+        // The facet check runs before the start tag, but not for a value equal to the default.
+        CTestObject object(f.tables);
+        object.props[0].SetString(u"x");
+        object.props[1].SetI4(1);
+        object.props[2].SetString(u"toolong");
+        EXPECT_EQ(FullMessageOf([&] { Write(object, context); }),
+                  "Failed to convert the element [root] to XML\nInvalid Value for n [toolong].");
+    }
+    {
+        CTestObject object(f.tables);
+        object.props[0].SetString(u"x");
+        object.props[1].SetI4(1);
+        object.props[3].SetI4(7);
+        EXPECT_EQ(FullMessageOf([&] { Write(object, context); }),
+                  "Failed to convert the element [root] to XML\nInvalid enumeration value 7 for [c].");
+    }
+}
+
+TEST(SequenceRoundTrip, WrittenTextReadsBackToTheSameText) {
+    SeqFixture f;
+    CSerializationContext context;
+    CTestObject first(f.tables);
+    first.props[0].SetString(u"a b\tc");
+    first.props[1].SetI4(2147483647);
+    first.props[2].SetString(u"xy");
+    first.props[3].SetI4(0);
+    const std::string text = Write(first, context);
+    CTestObject second(f.tables);
+    Read(second, text.c_str(), context);
+    EXPECT_EQ(Write(second, context), text);
+    EXPECT_EQ(second.GetElementName(), u"root");
+}
+
+TEST(SequenceRead, EmptyTableDropsChildrenOnlyWhenAllowed) {
+    Tables tables(ClassInfo(XmlElementGroupType_Seq), {});
+    CTestObject object(tables);
+    CSerializationContext context;
+    EXPECT_EQ(Write(object, context), "<root/>");
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><x/><y/></root>", context); }),
+              "Failed read all the elements held within the element [root]. The unexpected element [x] remains un "
+              "processed\nPath: /root");
+    context.SetIgnoreUnknownElements(true);
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><x/><y/></root>", context); }), "<no exception>");
+}
+
+TEST(SequenceRead, NamespacesMustMatchUnlessIgnored) {
+    Tables tables(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", u"urn:t", true,
+                                         false, -1, ItemType_Invalid, nullptr, false),
+                  {new CElementInfoSeqPrimMnd(u"a", u"urn:t", 0, false, ItemType_string, nullptr,
+                                              CWhitespaceUtils::WhitespaceRule_None, NoFacets(), nullptr)});
+    CTestObject object(tables, u"root", u"urn:t");
+    CSerializationContext context;
+    EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><t:a>x</t:a></t:root>", context); }),
+              "<no exception>");
+    EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><a>x</a></t:root>", context); }),
+              "Failed to find the required child element [a].\nPath: /t:root");
+    context.SetIgnoreNamespaces(true);
+    EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><a>x</a></t:root>", context); }),
+              "<no exception>");
+    CSerializationContext noNamespaces;
+    noNamespaces.SetSchemaType(static_cast<SchemaType>(2));
+    EXPECT_EQ(MessageOf([&] { Read(object, "<root><a>y</a></root>", noNamespaces); }), "<no exception>");
+    EXPECT_EQ(object.Text(0), "y");
+}
+
+} // namespace
+} // namespace BindingTest
