@@ -271,6 +271,12 @@ TEST(CXmlDocumentLoad, LongTextRunsComeThroughWhole) {
     EXPECT_EQ(document.GetDocumentElement()->GetFirstElement()->GetText(), u"inner");
     document.LoadXml(Widen(xml).c_str()); // UTF-16 reaches the reader in larger pieces
     EXPECT_TRUE(document.GetDocumentElement()->GetText() == expected);
+    // An outer element's waiting text leaves no room for the inner one's.
+    const std::u16string outer(65000, u'y');
+    const std::u16string inner(2000, u'z');
+    document.LoadXml((u"<a>" + outer + u"<b>" + inner + u"</b>w</a>").c_str());
+    EXPECT_TRUE(document.GetDocumentElement()->GetText() == outer + u"w");
+    EXPECT_TRUE(document.GetDocumentElement()->GetFirstElement()->GetText() == inner);
 }
 
 TEST(CXmlDocumentLoad, HundredThousandChildrenAttributesAndDeclarations) {

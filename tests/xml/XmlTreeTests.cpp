@@ -76,6 +76,7 @@ TEST(CXmlElement, AttributesKeepOrderAndDuplicatesAndTextPiecesConcatenate) {
 
     element.SetElementName(nullptr);
     element.AppendText(nullptr);
+    element.AppendText(nullptr, 3);
     element.AppendText(u"ab");
     element.AppendText(u"cdef", 2);
     element.AppendText(u"zzz", 0);
