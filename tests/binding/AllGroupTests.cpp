@@ -1,11 +1,10 @@
 // The all group: reading in any order by repeated passes, the judgement of Validate afterwards,
 // groups without an element of their own, and the failure of a group that holds a collection.
-#include "GroupTestSupport.h"
+#include "BindingTestSupport.h"
 
 namespace BindingTest {
 namespace {
 
-using namespace Groups;
 
 std::string LeftOver(const char* element) {
     return std::string("Failed read all the elements held within the element [root]. The unexpected element [") +
@@ -34,7 +33,7 @@ struct Model {
                   {AllPrimMnd(u"a", 0), AllPrimMnd(u"b", 1, ItemType_i4), AllPrimOpt(u"c", 2), AllEnumOpt(u"d", 3),
                    AllEnumMnd(u"e", 4)}};
     // classes: home (mandatory object, present from Init), work? (made when read), note?.
-    Tables addr{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"addr"), {SeqPrimMnd(u"street", 0)}};
+    Tables addr{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"addr"), {StringMnd(u"street", 0)}};
     Tables classes{ClassInfo(XmlElementGroupType_All),
                    {new CElementInfoAllClsMnd(u"home", u"", 0, XmlElementType_Element, &CreateClass, 201, true),
                     new CElementInfoAllClsOpt(u"work", u"", 1, XmlElementType_Element, &CreateClass, 201),
@@ -61,10 +60,10 @@ struct Model {
                        {AllPrimMnd(u"a", 0), AllPrimMnd(u"b", 1)}};
     Tables groupInSequence{ClassInfo(XmlElementGroupType_Seq),
                            {new CElementInfoSeqClsOpt(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 204),
-                            SeqPrimOpt(u"a", 1)}};
+                            StringOpt(u"a", 1)}};
     // abstract: pay and alt? as objects that their attribute kind chooses, k.
     Tables card{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"card", false),
-                {SeqPrimMnd(u"holder", 0)}};
+                {StringMnd(u"holder", 0)}};
     Tables abstract{ClassInfo(XmlElementGroupType_All),
                     {new CElementInfoAllAbsClsMnd(u"pay", u"", 0, XmlElementType_Element, &CreateByKind, 0),
                      new CElementInfoAllAbsClsOpt(u"alt", u"", 1, XmlElementType_Element, &CreateByKind),
@@ -79,7 +78,7 @@ struct Model {
                      {new CElementInfoAllUntpdOpt(u"ext", u"", 0, u"##any", u""),
                       new CElementInfoAllUntpdMnd(u"AnyElement", u"", 1, u"##any", u"")}};
     // a and s (strings, at least 1), or a and item (objects).
-    Tables item{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item"), {SeqPrimMnd(u"v", 0)}};
+    Tables item{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item"), {StringMnd(u"v", 0)}};
     Tables strings{ClassInfo(XmlElementGroupType_All), {AllPrimMnd(u"a", 0), new CElementInfoAllPrimCol(u"s", u"", 1)}};
     Tables objects{ClassInfo(XmlElementGroupType_All),
                    {AllPrimMnd(u"a", 0), new CElementInfoAllClsCol(u"item", u"", 1, XmlElementType_Element)}};

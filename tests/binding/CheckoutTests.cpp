@@ -1,6 +1,6 @@
 // The checkout example classes: an all block and a choice of payment methods inside a sequence,
 // one alternative of which is a choice without an element; whole documents both ways.
-#include "GroupTestSupport.h"
+#include "BindingTestSupport.h"
 
 // The purchase-order classes it reuses are compiled with PurchaseOrderTests.cpp.
 #include "../../examples/purchase_order/Checkout.cpp"
@@ -172,7 +172,7 @@ class CheckoutFailure : public ::testing::TestWithParam<FailureCase> {};
 TEST_P(CheckoutFailure, ReportsWithPath) {
     const FailureCase& c = GetParam();
     CSmartPtr<CCheckout> checkout = new CCheckout();
-    const Groups::Outcome outcome = Groups::ReadOutcome(*checkout, c.document.c_str(), CheckoutContext());
+    const Outcome outcome = ReadOutcome(*checkout, c.document.c_str(), CheckoutContext());
     EXPECT_EQ(outcome.failed ? outcome.message : "<none>", c.message);
     EXPECT_EQ(outcome.path, c.path);
 }
@@ -211,12 +211,6 @@ TEST(Checkout, SettersKeepOneAlternative) {
                        "<giftMessage>Happy birthday!</giftMessage>"));
 }
 
-} // namespace
-} // namespace BindingTest
-
-namespace BindingTest {
-namespace {
-
 TEST(CheckoutRobustness, RandomDocumentsReturnOrFail) {
     const std::vector<const char*> names = {
         "orderRef", "contact", "name", "email", "phone", "preferredChannel", "postalAddress", "street", "city", "zip",
@@ -225,10 +219,10 @@ TEST(CheckoutRobustness, RandomDocumentsReturnOrFail) {
     std::mt19937 random(1328);
     CSmartPtr<CCheckout> checkout = new CCheckout();
     for (int i = 0; i < 800; ++i) {
-        CSerializationContext context = Groups::RandomContext(random);
+        CSerializationContext context = RandomContext(random);
         context.SetDefaultNamespaceURI(kTargetNamespace);
-        Groups::ReadWriteSurvives(
-            *checkout, Groups::RandomDocument(random, names, "checkout", " xmlns='urn:kvxml:samples:purchase-order'"),
+        ReadWriteSurvives(
+            *checkout, RandomDocument(random, names, "checkout", " xmlns='urn:kvxml:samples:purchase-order'"),
             context);
     }
 }

@@ -1,11 +1,10 @@
 // The choice group: its records, the choice reader and writer of the driver, and the options
 // that excuse a missing or surplus alternative.
-#include "GroupTestSupport.h"
+#include "BindingTestSupport.h"
 
 namespace BindingTest {
 namespace {
 
-using namespace Groups;
 
 const char kNoChoiceRead[] =
     "No child elements within the element [root] were populated. The element represents a choice, so one and only "
@@ -41,7 +40,7 @@ struct Model {
     Tables flat{ClassInfo(XmlElementGroupType_Choice),
                 {ChoicePrim(u"a", 0), ChoicePrim(u"b", 1, ItemType_i4), ChoiceEnum(u"c", 2)}};
     // collections: s (strings, 2 to 3) | item (objects, at least 1); neither may be absent.
-    Tables item{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item"), {SeqPrimMnd(u"v", 0)}};
+    Tables item{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item"), {StringMnd(u"v", 0)}};
     Tables collections{ClassInfo(XmlElementGroupType_Choice),
                        {new CElementInfoChoicePrimCol(u"s", u"", 0),
                         new CElementInfoChoiceClsCol(u"item", u"", 1, XmlElementType_Element)}};
@@ -63,10 +62,10 @@ struct Model {
                    {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1)}};
     Tables groupInSequence{ClassInfo(XmlElementGroupType_Seq),
                            {new CElementInfoSeqClsOpt(u"G", u"", 0, XmlElementType_Inline, &CreateClass, 103),
-                            SeqPrimOpt(u"w", 1)}};
+                            StringOpt(u"w", 1)}};
     // abstract: pay as an object that its attribute kind chooses | pay as text.
     Tables card{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"card", false),
-                {SeqPrimMnd(u"holder", 0)}};
+                {StringMnd(u"holder", 0)}};
     Tables abstract{ClassInfo(XmlElementGroupType_Choice),
                     {new CElementInfoChoiceAbsClsOpt(u"pay", u"", 0, XmlElementType_Element, &CreateByKind),
                      ChoicePrim(u"pay", 1)}};
@@ -320,7 +319,7 @@ const OptionalCase kOptionalCases[] = {
     {"untyped col from 0", [] { return new CElementInfoChoiceUntpdCol(u"a", u"", 0); }, 0, true},
     {"collection record without a collection", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, -1,
      false},
-    {"sequence opt counts for nothing", [] { return SeqPrimOpt(u"a", 0); }, -1, false},
+    {"sequence opt counts for nothing", [] { return StringOpt(u"a", 0); }, -1, false},
     {"all opt counts for nothing", [] { return AllPrimOpt(u"a", 0); }, -1, false},
     {"sequence col from 0 counts for nothing", [] { return new CElementInfoSeqPrimCol(u"a", u"", 0); }, 0, false},
 };

@@ -21,9 +21,9 @@ struct NilFixture {
     Tables child{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"child"), {StringMnd(u"v", 0)},
                  {StringAttribute(u"id", 1)}};
     Tables root{ClassInfo(XmlElementGroupType_Seq),
-                {new CElementInfoSeqClsMnd(u"req", u"", 0, XmlElementType_Element, &CreateRegistered, 0, true),
-                 new CElementInfoSeqClsOpt(u"opt", u"", 1, XmlElementType_Element, &CreateRegistered, 10)}};
-    NilFixture() { Registry()[10] = &child; }
+                {new CElementInfoSeqClsMnd(u"req", u"", 0, XmlElementType_Element, &CreateClass, 0, true),
+                 new CElementInfoSeqClsOpt(u"opt", u"", 1, XmlElementType_Element, &CreateClass, 10)}};
+    NilFixture() { Define(10, child); }
     void Attach(CTestObject& object) {
         object.onInit = [this](CTestObject& o) {
             o.props[0].SetXmlObject(new CNillableTestObject(child, u"req"));
@@ -95,7 +95,7 @@ struct GroupFixture {
                 {StringAttribute(u"ga", 1)}),
           root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
                {StringMnd(u"a", 0),
-                new CElementInfoSeqClsMnd(u"grp", u"", 1, groupType, &CreateRegistered, 0, false),
+                new CElementInfoSeqClsMnd(u"grp", u"", 1, groupType, &CreateClass, 0, false),
                 StringOpt(u"z", 2)}) {}
     void Attach(CTestObject& object) {
         object.onInit = [this](CTestObject& o) { o.props[1].SetXmlObject(new CTestObject(group, u"grp")); };
@@ -150,9 +150,9 @@ TEST(GroupClass, GroupWithoutContentPassesAndUnknownElementsAreOfferedToIt) {
 TEST(GroupClass, OptionalGroupThatTookNothingIsDropped) {
     Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"grp", false), {StringOpt(u"g1", 0)});
     Tables root(ClassInfo(XmlElementGroupType_Seq),
-                {new CElementInfoSeqClsOpt(u"grp", u"", 0, XmlElementType_Pseudo, &CreateRegistered, 11),
+                {new CElementInfoSeqClsOpt(u"grp", u"", 0, XmlElementType_Pseudo, &CreateClass, 11),
                  StringOpt(u"z", 1)});
-    Registry()[11] = &group;
+    Define(11, group);
     CTestObject object(root);
     Read(object, "<root><z>1</z></root>", CSerializationContext());
     EXPECT_EQ(object.Child(0), nullptr);
@@ -165,7 +165,7 @@ TEST(GroupClass, GroupThatRequiresContentFailsInARealElement) {
     Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"grp", false), {StringOpt(u"g1", 0)});
     Tables root(ClassInfo(XmlElementGroupType_Seq),
                 {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"grp", u"", 1, XmlElementType_Pseudo,
-                                                                &CreateRegistered, 0, true),
+                                                                &CreateClass, 0, true),
                  StringOpt(u"z", 2)});
     CTestObject object(root);
     object.onInit = [&group](CTestObject& o) { o.props[1].SetXmlObject(new CTestObject(group, u"grp")); };
@@ -181,7 +181,7 @@ TEST(GroupClass, CollectionBelowItsMinimumInAGroupReportsNoProgress) {
     Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Inline, u"grp", false),
                  {new CElementInfoSeqClsCol(u"it", u"", 0, XmlElementType_Element)});
     Tables root(ClassInfo(XmlElementGroupType_Seq),
-                {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateRegistered, 0, false)});
+                {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 0, false)});
     CTestObject object(root);
     object.onInit = [&](CTestObject& o) {
         CTestObject* inner = new CTestObject(group, u"grp");
@@ -507,8 +507,8 @@ TEST(ClassFactory, ReadsTheStatedType) {
 
 TEST(Nesting, DeepDocumentsAndCyclesFailInsteadOfExhaustingTheStack) {
     Tables node(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"node"),
-                {new CElementInfoSeqClsOpt(u"node", u"", 0, XmlElementType_Element, &CreateRegistered, 20)});
-    Registry()[20] = &node;
+                {new CElementInfoSeqClsOpt(u"node", u"", 0, XmlElementType_Element, &CreateClass, 20)});
+    Define(20, node);
     std::string deep;
     for (int i = 0; i < 5000; ++i) deep += "<node>";
     for (int i = 0; i < 5000; ++i) deep += "</node>";
@@ -550,9 +550,9 @@ TEST(Robustness, RandomChildrenThroughEveryGroupKind) {
                 new CElementInfoAllPrimOpt(u"n", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
                                            nullptr)});
     Tables root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
-                {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateRegistered, 0, false),
-                 new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateRegistered, 0, true),
-                 new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateRegistered, 0, false),
+                {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateClass, 0, false),
+                 new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateClass, 0, true),
+                 new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateClass, 0, false),
                  new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
                  new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
     CTestObject object(root);

@@ -3,21 +3,15 @@
 #include "BindingTestSupport.h"
 
 #include "kvxml/collections/CAttributeCol.h"
-#include "kvxml/collections/CElement.h"
-#include "kvxml/collections/CElementCol.h"
 
 namespace BindingTest {
 namespace {
-
-constexpr auto kNone = CWhitespaceUtils::WhitespaceRule_None;
 
 // ---- wildcards --------------------------------------------------------------------------------
 
 TEST(Wildcard, OptionalAnyElementRoundTrip) {
     Tables tables(ClassInfo(XmlElementGroupType_Seq),
-                  {new CElementInfoSeqPrimOpt(u"a", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                              nullptr),
-                   new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 1, u"##other", u"urn:t")});
+                  {StringOpt(u"a", 0), new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 1, u"##other", u"urn:t")});
     CTestObject object(tables, u"root", u"urn:t");
     const char* xml = "<root><a>1</a><w:ext xmlns:w=\"urn:w\" k=\"v\"><w:inner>t</w:inner></w:ext></root>";
     Read(object, xml, CSerializationContext());
@@ -94,10 +88,7 @@ TEST(NilObject, UnexpectedNilValueOnAClass) {
 
 TEST(SequenceEdge, OptionalBeforeMandatoryOfTheSameName) {
     Tables root(ClassInfo(XmlElementGroupType_Seq),
-                {new CElementInfoSeqPrimOpt(u"a", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                            nullptr),
-                 new CElementInfoSeqPrimMnd(u"a", u"", 1, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                            nullptr)});
+{StringOpt(u"a", 0), StringMnd(u"a", 1)});
     CTestObject object(root);
     Read(object, "<root><a>1</a><a>2</a></root>", CSerializationContext());
     EXPECT_EQ(object.Text(0) + object.Text(1), "12");
@@ -109,7 +100,7 @@ TEST(SequenceEdge, WildcardInAGroupWithoutElementFailsAtTheEnd) {
     Tables group(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Inline, u"grp", false),
                  {new CElementInfoSeqUntpdMnd(u"AnyElement", u"", 0, u"##any", u"")});
     Tables root(ClassInfo(XmlElementGroupType_Seq),
-                {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateRegistered, 0, false)});
+                {new CElementInfoSeqClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 0, false)});
     CTestObject object(root);
     object.onInit = [&group](CTestObject& o) {
         CTestObject* inner = new CTestObject(group, u"grp");

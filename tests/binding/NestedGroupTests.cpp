@@ -1,11 +1,10 @@
 // Documents that nest the three model groups in one another, in classes with and without an
 // element of their own: round trips, and where a failure deep inside is reported.
-#include "GroupTestSupport.h"
+#include "BindingTestSupport.h"
 
 namespace BindingTest {
 namespace {
 
-using namespace Groups;
 
 // root        all: header, body, footer?, group Meta (needs no content)
 // header      sequence: title
@@ -16,7 +15,7 @@ using namespace Groups;
 // Extra       all without an element: x?, y?
 // Meta        choice without an element: author | editor
 struct Document {
-    Tables header{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"header"), {SeqPrimMnd(u"title", 0)}};
+    Tables header{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"header"), {StringMnd(u"title", 0)}};
     Tables entry{ClassInfo(XmlElementGroupType_All, XmlElementType_Element, u"entry"),
                  {AllPrimMnd(u"k", 0), AllPrimOpt(u"v", 1)}};
     Tables list{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"list"),
@@ -24,7 +23,7 @@ struct Document {
     Tables extra{ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"Extra"),
                  {AllPrimOpt(u"x", 0), AllPrimOpt(u"y", 1)}};
     Tables mixed{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"Mixed"),
-                 {SeqPrimMnd(u"a", 0),
+                 {StringMnd(u"a", 0),
                   new CElementInfoSeqClsOpt(u"Extra", u"", 1, XmlElementType_Inline, &CreateClass, 305)}};
     Tables body{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Element, u"body"),
                 {ChoicePrim(u"text", 0), ChoiceCls(u"list", 1, 303),
@@ -194,13 +193,6 @@ TEST(LargeAll, SeventyRecordsInReverseOrder) {
               "Failed to process the element.\nPath: /root\nFailed to find the mandatory element [e0].");
 }
 
-} // namespace
-} // namespace BindingTest
-
-namespace BindingTest {
-namespace {
-
-using namespace Groups;
 
 TEST(NestedRobustness, RandomDocumentsReturnOrFail) {
     Document d;
