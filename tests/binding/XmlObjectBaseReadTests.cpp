@@ -1,15 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-
-#include "kvxml/base/CKvException.h"
-#include "kvxml/binding/CSerializationContext.h"
-#include "kvxml/binding/CXmlObjectBase.h"
-#include "kvxml/xml/CXmlDocument.h"
-#include "kvxml/xml/CXmlElement.h"
+#include "BindingTestSupport.h"
 
 using namespace KvXmlLib16;
+using BindingTest::MessageOf;
 
 namespace {
 
@@ -48,15 +40,6 @@ public:
     int64_t liveDuringRead = 0;
 };
 
-std::u16string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const CKvException& e) {
-        return e.GetMessage();
-    }
-    return u"<no exception>";
-}
-
 } // namespace
 
 TEST(CXmlObjectBaseRead, FromXmlReadsTheRootAndItsFirstChildThenDropsTheTree) {
@@ -90,15 +73,15 @@ TEST(CXmlObjectBaseRead, FromXmlElementReadsATreeBuiltByHand) {
     EXPECT_EQ(person.name, u"Hand");
     EXPECT_FALSE(person.seenIgnoreMissingChoice);
     EXPECT_EQ(MessageOf([&] { person.FromXmlElement(static_cast<CXmlElement*>(nullptr), context); }),
-              u"FromXmlElement needs an element to read from, not NULL");
+              "FromXmlElement needs an element to read from, not NULL");
 }
 
 TEST(CXmlObjectBaseRead, LoadFailuresReachTheCaller) {
     CSerializationContext context;
     Person person;
-    EXPECT_EQ(MessageOf([&] { person.FromXml("", context); }), u"XML String is empty!");
-    EXPECT_EQ(MessageOf([&] { person.FromXml(u"", context); }), u"no element found at line 1");
-    EXPECT_EQ(MessageOf([&] { person.FromXml("<person>\n<name></person>", context); }), u"mismatched tag at line 2");
+    EXPECT_EQ(MessageOf([&] { person.FromXml("", context); }), "XML String is empty!");
+    EXPECT_EQ(MessageOf([&] { person.FromXml(u"", context); }), "no element found at line 1");
+    EXPECT_EQ(MessageOf([&] { person.FromXml("<person>\n<name></person>", context); }), "mismatched tag at line 2");
     EXPECT_EQ(person.seenElement, nullptr);
 }
 

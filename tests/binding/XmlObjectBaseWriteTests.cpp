@@ -1,18 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "kvxml/base/CKvException.h"
-#include "kvxml/base/CSmartPtr.h"
-#include "kvxml/binding/CSerializationContext.h"
-#include "kvxml/binding/CXmlObjectBase.h"
-#include "kvxml/output/CXmlWriter.h"
+#include "BindingTestSupport.h"
 
 using namespace KvXmlLib16;
+using BindingTest::MessageOf;
 
 namespace {
 
@@ -95,15 +84,6 @@ public:
     CSmartPtr<Node> m_inner;
 };
 
-std::u16string MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const CKvException& e) {
-        return e.GetMessage();
-    }
-    return u"<no exception>";
-}
-
 } // namespace
 
 // One document with everything the root may carry.
@@ -160,10 +140,10 @@ TEST(CXmlObjectBaseToXml, FailureMessages) {
     Node open(u"r");
     open.Add(new Node(u"c"));
     open.m_leaveOpen = true;
-    EXPECT_EQ(MessageOf([&] { open.ToXml(false, true, EOLType_LF, context); }), u"An Element has not been closed.");
+    EXPECT_EQ(MessageOf([&] { open.ToXml(false, true, EOLType_LF, context); }), "An Element has not been closed.");
 
     Node plain(u"r");
-    EXPECT_EQ(MessageOf([&] { plain.ToXml(false, true, static_cast<EOLType>(2), context); }), u"Invalid EOL type.");
+    EXPECT_EQ(MessageOf([&] { plain.ToXml(false, true, static_cast<EOLType>(2), context); }), "Invalid EOL type.");
 }
 
 // Namespace wildcard patterns. Only the first token of a pattern is tested by its own text; later
@@ -226,31 +206,32 @@ TEST(CXmlObjectBaseChecks, PropertyAndElementNameChecks) {
     EXPECT_NO_THROW(CXmlObjectBase::Throw_IfPropertyIsNull(named, u"Prop"));
     EXPECT_THROW(CXmlObjectBase::Throw_IfPropertyIsNull(nullptr, u"Prop"), CKvInvalidParamException);
     EXPECT_EQ(MessageOf([] { CXmlObjectBase::Throw_IfPropertyIsNull(nullptr, u"Prop"); }),
-              u"The Property [Prop] is mandatory, it may node be NULL");
+              "The Property [Prop] is mandatory, it may node be NULL");
     EXPECT_NO_THROW(CXmlObjectBase::Throw_IfElementNameDiffers(nullptr, u"x"));
     EXPECT_NO_THROW(CXmlObjectBase::Throw_IfElementNameDiffers(named, u"Name"));
     EXPECT_THROW(CXmlObjectBase::Throw_IfElementNameDiffers(named, u"name"), CKvInvalidParamException);
     // The name compared is that of the object GetBase hands out.
     EXPECT_NO_THROW(CXmlObjectBase::Throw_IfElementNameDiffers(wrapper, u"inner"));
     EXPECT_EQ(MessageOf([&] { CXmlObjectBase::Throw_IfElementNameDiffers(wrapper, u"wrapper"); }),
-              u"This property requires an element with the name wrapper the element being set has the element name inner");
+              "This property requires an element with the name wrapper the element being set has the element name inner");
 }
 
 // V: Choice_SetElementValid(arg != 0), S: Choice_SelectElement(arg ? object : null),
 // C: Choice_CollectionChanged(arg); each on the selected property "before".
 TEST(CXmlObjectBaseChecks, ChoiceSelection) {
-    const std::u16string tail = u" is already set. Only one element within this class bay be set at a time";
-    const std::u16string plain = u"The Property A" + tail, bracketed = u"The Property [A]" + tail, none = u"<no exception>";
+    const std::string tail = " is already set. Only one element within this class bay be set at a time";
+    const std::string plain = "The Property A" + tail, bracketed = "The Property [A]" + tail, none = "<no exception>";
     CSmartPtr<Node> value(new Node(u"v"));
     struct Case {
         char op;
         const char16_t* name;
         int arg;
-        std::u16string before, after, message;
+        std::u16string before, after;
+        std::string message;
     };
     const Case cases[] = {
         {'V', u"B", 0, u"A", u"", none},          {'V', u"A", 1, u"A", u"A", none},
-        {'V', u"B", 1, u"A", u"A", plain},        {'V', u"B", 1, u"", u"", u"The Property " + tail},
+        {'V', u"B", 1, u"A", u"A", plain},        {'V', u"B", 1, u"", u"", "The Property " + tail},
         {'S', u"A", 1, u"A", u"A", none},         {'S', u"A", 0, u"A", u"", none},
         {'S', u"B", 0, u"A", u"A", none},         {'S', u"B", 1, u"A", u"A", bracketed},
         {'S', u"B", 1, u"", u"B", none},          {'S', u"B", 0, u"", u"B", none},
