@@ -61,25 +61,16 @@ TEST(NilObject, WritesTagAttributesAndNilOnlyAndReadsNothingBehindNil) {
               "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root/opt");
 }
 
-TEST(OptionalClass, MadeOnlyWhenItsElementIsThere) {
+TEST(ChildClass, OptionalMadeOnlyWhenItsElementIsThereMandatoryMissingReportedAtTheParent) {
     NilFixture f;
     CTestObject root(f.root);
     f.Attach(root);
     Read(root, "<root><req><v>x</v></req></root>", CSerializationContext());
     EXPECT_EQ(root.Child(1), nullptr);
     Read(root, "<root><req><v>x</v></req><opt id='3'><v>y</v></opt></root>", CSerializationContext());
-    CTestObject* opt = root.TestChild(1);
-    ASSERT_NE(opt, nullptr);
-    EXPECT_EQ(opt->GetElementName(), u"opt");
-    EXPECT_EQ(opt->Text(0), "y");
-    EXPECT_EQ(opt->Text(1), "3");
+    ASSERT_NE(root.TestChild(1), nullptr);
+    EXPECT_EQ(Narrow(root.TestChild(1)->GetElementName()) + root.TestChild(1)->Text(0) + root.TestChild(1)->Text(1), "opty3");
     EXPECT_EQ(Write(root, CSerializationContext()), "<root><req><v>x</v></req><opt id=\"3\"><v>y</v></opt></root>");
-}
-
-TEST(MandatoryClass, MissingChildIsReportedAtTheParent) {
-    NilFixture f;
-    CTestObject root(f.root);
-    f.Attach(root);
     EXPECT_EQ(MessageOf([&] { Read(root, "<root><opt/></root>", CSerializationContext()); }),
               "Failed to find the required child element [req].\nPath: /root");
     root.props[0].SetXmlObject(nullptr);
@@ -105,32 +96,24 @@ struct GroupFixture {
     Tables root;
 };
 
-TEST(GroupClass, PseudoChildWritesItsAttributesIntoTheParentAndReadsBack) {
-    GroupFixture f(XmlElementType_Pseudo);
-    CTestObject root(f.root);
-    f.Attach(root);
-    root.props[0].SetString(u"1");
-    root.TestChild(1)->props[0].SetString(u"y");
-    root.TestChild(1)->props[1].SetString(u"x");
-    const std::string text = Write(root, CSerializationContext());
-    EXPECT_EQ(text, "<root ga=\"x\"><a>1</a><g1>y</g1></root>");
-
-    CTestObject back(f.root);
-    f.Attach(back);
-    Read(back, text.c_str(), CSerializationContext());
-    EXPECT_EQ(back.TestChild(1)->Text(0), "y");
-    EXPECT_EQ(back.TestChild(1)->Text(1), "x");
-    EXPECT_EQ(Write(back, CSerializationContext()), text);
-}
-
-TEST(GroupClass, InlineChildLosesItsAttributes) {
-    GroupFixture f(XmlElementType_Inline);
-    CTestObject root(f.root);
-    f.Attach(root);
-    root.props[0].SetString(u"1");
-    root.TestChild(1)->props[0].SetString(u"y");
-    root.TestChild(1)->props[1].SetString(u"x");
-    EXPECT_EQ(Write(root, CSerializationContext()), "<root><a>1</a><g1>y</g1></root>");
+// A class without an element of its own writes its attributes into the parent; an inline one loses them.
+TEST(GroupClass, PseudoChildKeepsItsAttributesInTheParentAndInlineLosesThem) {
+    for (XmlElementType type : {XmlElementType_Pseudo, XmlElementType_Inline}) {
+        GroupFixture f(type);
+        CTestObject root(f.root);
+        f.Attach(root);
+        root.props[0].SetString(u"1");
+        root.TestChild(1)->props[0].SetString(u"y");
+        root.TestChild(1)->props[1].SetString(u"x");
+        const std::string text = Write(root, CSerializationContext());
+        EXPECT_EQ(text, type == XmlElementType_Pseudo ? "<root ga=\"x\"><a>1</a><g1>y</g1></root>"
+                                                      : "<root><a>1</a><g1>y</g1></root>");
+        CTestObject back(f.root);
+        f.Attach(back);
+        Read(back, text.c_str(), CSerializationContext());
+        EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1), type == XmlElementType_Pseudo ? "yx" : "y<unset>");
+        EXPECT_EQ(Write(back, CSerializationContext()), text);
+    }
 }
 
 TEST(GroupClass, GroupWithoutContentPassesAndUnknownElementsAreOfferedToIt) {
@@ -348,16 +331,14 @@ TEST(TextValue, WrittenAfterTheChildrenAndReadFromTheText) {
     EXPECT_EQ(MessageOf([&] { Read(back, "<q> 42</q>", CSerializationContext()); }), "<no exception>");
     EXPECT_EQ(MessageOf([&] { Read(back, "<q>4 2</q>", CSerializationContext()); }),
               "Failed to process the element.\nPath: /q");
-}
-
-TEST(TextValue, HandedOverAsTextWhenTheClassAsksForIt) {
-    Tables q(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"q", u"", true, false, 0,
+    // A class may ask for the text as it stands.
+    Tables raw(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"q", u"", true, false, 0,
                                     ItemType_i4, nullptr, true),
              {});
-    CTestObject object(q, u"q");
-    Read(object, "<q> not a number </q>", CSerializationContext());
-    EXPECT_EQ(object.props[0].GetTypeAsEnum(), ItemType_string);
-    EXPECT_EQ(object.Text(0), " not a number ");
+    CTestObject text(raw, u"q");
+    Read(text, "<q> not a number </q>", CSerializationContext());
+    EXPECT_EQ(text.props[0].GetTypeAsEnum(), ItemType_string);
+    EXPECT_EQ(text.Text(0), " not a number ");
 }
 
 // ---- collections ------------------------------------------------------------------------------
