@@ -4,26 +4,6 @@
 namespace BindingTest {
 namespace {
 
-TEST(ElementInfo, IsThisElementComparesNameAndNamespace) {
-    CElementInfoSeqPrimOpt record(u"a", u"urn:a", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr);
-    CXmlDocument document;
-    document.LoadXml("<r xmlns:b='urn:b' xmlns:a='urn:a'><a:a/><b:a/><a:x/></r>");
-    CXmlElement* same = document.GetDocumentElement()->GetFirstElement();
-    CXmlElement* otherNamespace = same->GetNextSiblingElement();
-    CXmlElement* otherName = otherNamespace->GetNextSiblingElement();
-    CSerializationContext context;
-    EXPECT_FALSE(record.IsThisElement(context, nullptr));
-    EXPECT_TRUE(record.IsThisElement(context, same));
-    EXPECT_FALSE(record.IsThisElement(context, otherNamespace));
-    EXPECT_FALSE(record.IsThisElement(context, otherName));
-    context.SetIgnoreNamespaces(true);
-    EXPECT_TRUE(record.IsThisElement(context, otherNamespace));
-    EXPECT_FALSE(record.IsThisElement(context, otherName));
-    CSerializationContext schemaType2;
-    schemaType2.SetSchemaType(static_cast<SchemaType>(2));
-    EXPECT_TRUE(record.IsThisElement(schemaType2, otherNamespace));
-}
-
 TEST(ElementInfo, AnyDefaultNamespace) {
     struct Case {
         const char16_t* pattern;
@@ -106,22 +86,32 @@ TEST(CleanMetaData, DestroysEveryRecordAndNullsThePointers) {
     EXPECT_EQ(attributes, nullptr);
 }
 
-TEST(GeneratedClass, CountsRecordsAndFindsElementsInTheTable) {
-    Tables tables(ClassInfo(XmlElementGroupType_Seq),
-                  {StringOpt(u"a", 0, u"urn:a"),
-                   StringOpt(u"b", 1)});
+// A record matches its element by name and namespace; the class table by any of its records.
+TEST(ElementInfo, RecordAndTableMatchNameAndNamespaceUnlessIgnored) {
+    Tables tables(ClassInfo(XmlElementGroupType_Seq), {StringOpt(u"a", 0, u"urn:a"), StringOpt(u"b", 1)});
     CTestObject object(tables);
     EXPECT_EQ(object.GetClassElementInfoCount(), 2);
+    const CElementInfo& record = *tables.elementInfo[0];
     CXmlDocument document;
-    document.LoadXml("<r xmlns:x='urn:x'><x:a/><b/><c/></r>");
-    CXmlElement* a = document.GetDocumentElement()->GetFirstElement();
-    CSerializationContext context;
-    EXPECT_FALSE(object.IsElementInList(context, nullptr));
-    EXPECT_FALSE(object.IsElementInList(context, a));
-    EXPECT_TRUE(object.IsElementInList(context, a->GetNextSiblingElement()));
-    EXPECT_FALSE(object.IsElementInList(context, a->GetNextSiblingElement()->GetNextSiblingElement()));
-    context.SetIgnoreNamespaces(true);
-    EXPECT_TRUE(object.IsElementInList(context, a));
+    document.LoadXml("<r xmlns:b='urn:b' xmlns:a='urn:a'><a:a/><b:a/><a:x/><b/></r>");
+    CXmlElement* same = document.GetDocumentElement()->GetFirstElement();
+    CXmlElement* otherNamespace = same->GetNextSiblingElement();
+    CXmlElement* otherName = otherNamespace->GetNextSiblingElement();
+    CXmlElement* b = otherName->GetNextSiblingElement();
+    CSerializationContext strict, ignoring, schemaType2;
+    ignoring.SetIgnoreNamespaces(true);
+    schemaType2.SetSchemaType(static_cast<SchemaType>(2));
+    for (const CSerializationContext* context : {&strict, &ignoring, &schemaType2}) {
+        const bool loose = context != &strict;
+        EXPECT_FALSE(record.IsThisElement(*context, nullptr));
+        EXPECT_TRUE(record.IsThisElement(*context, same));
+        EXPECT_EQ(record.IsThisElement(*context, otherNamespace), loose);
+        EXPECT_FALSE(record.IsThisElement(*context, otherName));
+        EXPECT_FALSE(object.IsElementInList(*context, nullptr));
+        EXPECT_TRUE(object.IsElementInList(*context, same) && object.IsElementInList(*context, b));
+        EXPECT_EQ(object.IsElementInList(*context, otherNamespace), loose);
+        EXPECT_FALSE(object.IsElementInList(*context, otherName));
+    }
 }
 
 } // namespace
