@@ -73,6 +73,13 @@ TEST(ChildClass, OptionalMadeOnlyWhenItsElementIsThereMandatoryMissingReportedAt
     EXPECT_EQ(Write(root, CSerializationContext()), "<root><req><v>x</v></req><opt id=\"3\"><v>y</v></opt></root>");
     EXPECT_EQ(MessageOf([&] { Read(root, "<root><opt/></root>", CSerializationContext()); }),
               "Failed to find the required child element [req].\nPath: /root");
+    CSerializationContext lenient;
+    lenient.SetIgnoreMissingMandatoryElements(true);
+    CTestObject partial(f.root);
+    f.Attach(partial);
+    Read(partial, "<root><opt id='4'><v>z</v></opt></root>", lenient);
+    ASSERT_NE(partial.TestChild(1), nullptr);
+    EXPECT_EQ(partial.TestChild(1)->Text(0) + partial.TestChild(1)->Text(1), "z4");
     root.props[0].SetXmlObject(nullptr);
     EXPECT_EQ(FullMessageOf([&] { Write(root, CSerializationContext()); }),
               "Failed to convert the element [root] to XML\nThe Property [req] is mandatory, it may not be NULL");
