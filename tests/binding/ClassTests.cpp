@@ -53,12 +53,6 @@ TEST(NilObject, WritesTagAttributesAndNilOnlyAndReadsNothingBehindNil) {
     child = dynamic_cast<CNillableTestObject*>(root.Child(0));
     EXPECT_FALSE(child->nil);
     EXPECT_EQ(child->Text(0), "x");
-    // A class without the interface refuses the attribute whatever its value.
-    EXPECT_EQ(MessageOf([&] {
-                  Read(root, (xsi + "<req><v>x</v></req><opt xsi:nil='false'><v>y</v></opt></root>").c_str(),
-                       CSerializationContext());
-              }),
-              "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root/opt");
 }
 
 TEST(ChildClass, OptionalMadeOnlyWhenItsElementIsThereMandatoryMissingReportedAtTheParent) {
@@ -279,14 +273,10 @@ TEST_P(AttributeRead, ReadsOrReports) {
     CSerializationContext context;
     context.SetIgnoreNamespaces(c.ignoreNamespaces);
     context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
-    std::string outcome;
-    try {
-        Read(object, c.xml, context);
-        outcome = object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3);
-    } catch (const CKvException& e) {
-        outcome = Narrow(e.GetFullMessage());
-    }
-    EXPECT_EQ(outcome, c.expected);
+    const Outcome outcome = ReadOutcome(object, c.xml, context);
+    EXPECT_EQ(outcome.failed ? outcome.message
+                             : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
+              c.expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, AttributeRead, ::testing::ValuesIn(kAttributeReadCases), CaseName<AttributeReadCase>);

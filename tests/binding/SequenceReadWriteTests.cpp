@@ -28,7 +28,7 @@ struct ReadCase {
     bool ignoreUnknownElements;
     bool ignoreMissingMandatory;
     bool ignoreUnknownAttributes;
-    const char* expected; // "a|b|n|c" on success, or the message of the failure
+    const char* expected; // "a|b|n|c" on success, or the full message of the failure
     const char* path;     // path of the failure
 };
 
@@ -73,7 +73,7 @@ const ReadCase kReadCases[] = {
      false, false, false, "Unexpected Value [yes] for 'nil' Attribute found.\nPath: /root/n/xsi:@nil",
      "/root/n/xsi:@nil"},
     {"text that does not convert gets the element's parent path", "<root><a>x</a><b>five</b></root>", false, false,
-     false, "Failed to process the element.\nPath: /root", "/root"},
+     false, "Failed to process the element.\nPath: /root\nThe value [five] can not be converted to a i4", "/root"},
 };
 
 class SequenceRead : public ::testing::TestWithParam<ReadCase> {};
@@ -86,17 +86,11 @@ TEST_P(SequenceRead, ReadsOrReportsWithPath) {
     context.SetIgnoreUnknownElements(c.ignoreUnknownElements);
     context.SetIgnoreMissingMandatoryElements(c.ignoreMissingMandatory);
     context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
-    std::string outcome;
-    std::string path;
-    try {
-        Read(object, c.xml, context);
-        outcome = object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3);
-    } catch (const CKvException& e) {
-        outcome = Narrow(e.GetMessage());
-        path = Narrow(e.GetPath());
-    }
-    EXPECT_EQ(outcome, c.expected);
-    EXPECT_EQ(path, c.path);
+    const Outcome outcome = ReadOutcome(object, c.xml, context);
+    EXPECT_EQ(outcome.failed ? outcome.message
+                             : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
+              c.expected);
+    EXPECT_EQ(outcome.path, c.path);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
