@@ -10,6 +10,8 @@
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 
+#include <random>
+
 namespace BindingTest {
 namespace Groups {
 
@@ -133,11 +135,33 @@ inline CTestStringCol* StringColAt(const CTestObject& object, int32_t index) {
 inline CTestCol* TestColAt(const CTestObject& object, int32_t index) {
     return dynamic_cast<CTestCol*>(object.props[index].GetXmlObject().get());
 }
-inline CElement* WildcardAt(const CTestObject& object, int32_t index) {
-    return dynamic_cast<CElement*>(object.props[index].GetXmlObject().get());
-}
-inline CElementCol* WildcardColAt(const CTestObject& object, int32_t index) {
-    return dynamic_cast<CElementCol*>(object.props[index].GetXmlObject().get());
+
+// ---- the state of an object in one line -------------------------------------------------------
+
+// Set properties as index=value: objects in braces, collections in brackets, wildcards as <name>
+// and null objects as null. Unset properties are left out.
+inline std::string Dump(const CXmlObjectBase* object) {
+    if (!object) return "null";
+    if (auto* strings = dynamic_cast<const CTestStringCol*>(object)) return "[" + strings->Joined() + "]";
+    if (auto* wildcard = dynamic_cast<const CElement*>(object)) return "<" + Narrow(wildcard->GetName()) + ">";
+    if (auto* wildcards = dynamic_cast<const CElementCol*>(object))
+        return "[" + std::to_string(wildcards->GetCount()) + " elements]";
+    if (auto* items = dynamic_cast<const CTestCol*>(object)) {
+        std::string out = "[";
+        for (int32_t i = 0; i < items->GetCount(); ++i) out += (i ? "," : "") + Dump(items->At(i));
+        return out + "]";
+    }
+    auto* test = dynamic_cast<const CTestObject*>(object);
+    if (!test) return "?";
+    std::string out;
+    for (size_t i = 0; i < test->props.size(); ++i) {
+        const KvVariant& value = test->props[i];
+        if (value.GetTypeAsEnum() == ItemType_Invalid) continue;
+        out += (out.empty() ? "" : " ") + std::to_string(i) + "=" +
+               (value.GetTypeAsEnum() == ItemType_xmlObject ? Dump(value.GetXmlObject().get())
+                                                            : Narrow(value.ToString()));
+    }
+    return "{" + out + "}";
 }
 
 // ---- the creator of abstract children: the class is chosen by the attribute "kind" --------------
@@ -168,6 +192,53 @@ inline Outcome ReadOutcome(CXmlGeneratedClass& object, const char* xml, const CS
         outcome.path = Narrow(e.GetPath());
     }
     return outcome;
+}
+
+// ---- random documents -------------------------------------------------------------------------
+
+// Random nesting of the given element names, with a little text, so that every reader meets
+// elements in unexpected orders, repeats and places. `root` carries its attributes, if any.
+inline void RandomElement(std::mt19937& random, const std::vector<const char*>& names, int depth, std::string& out) {
+    const char* name = names[random() % names.size()];
+    out += std::string("<") + name + ">";
+    const int children = depth > 0 ? static_cast<int>(random() % 4) : 0;
+    for (int i = 0; i < children; ++i) RandomElement(random, names, depth - 1, out);
+    if (random() % 2) out += std::to_string(random() % 40);
+    out += std::string("</") + name + ">";
+}
+
+inline std::string RandomDocument(std::mt19937& random, const std::vector<const char*>& names, const char* root,
+                                  const char* rootAttributes = "") {
+    std::string out = std::string("<") + root + rootAttributes + ">";
+    const int children = static_cast<int>(random() % 6);
+    for (int i = 0; i < children; ++i) RandomElement(random, names, 3, out);
+    return out + "</" + root + ">";
+}
+
+// A context with a random choice of the options that excuse reading failures.
+inline CSerializationContext RandomContext(std::mt19937& random) {
+    const unsigned bits = random();
+    CSerializationContext context;
+    context.SetIgnoreUnknownElements(bits & 1);
+    context.SetIgnoreMissingChoice(bits & 2);
+    context.SetIgnoreInvalidCollectionCounts(bits & 4);
+    context.SetIgnoreNamespaces(bits & 8);
+    // The two may not be set together.
+    if (!(bits & 1)) context.SetIgnoreMissingMandatoryElements(bits & 16);
+    return context;
+}
+
+// Reads the document, and writes back what was read; either returns or fails with a CKvException.
+inline void ReadWriteSurvives(CXmlGeneratedClass& object, const std::string& xml, const CSerializationContext& context) {
+    try {
+        Read(object, xml.c_str(), context);
+        Write(object, context);
+    } catch (const CKvException&) {
+    } catch (const std::exception& e) {
+        ADD_FAILURE() << e.what() << " from " << xml;
+    } catch (...) {
+        ADD_FAILURE() << "foreign exception from " << xml;
+    }
 }
 
 } // namespace Groups

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "kvxml/base/CKvException.h"
-#include "kvxml/base/CSmartPtr.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"
-#include "kvxml/output/CXmlWriter.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -15,67 +13,39 @@ using namespace KvXmlLib16;
 
 namespace {
 
-const ItemType kString = static_cast<ItemType>(23);
-const char16_t* kNs = u"urn:people";
+const char16_t* const kNs = u"urn:people";
 
-// A hand-written class that writes and reads itself: attributes, one text child per field,
-// and nested contacts, the way generated classes use the tree.
+// Reads the way generated classes do: an attribute, then children matched by name, in order.
 class Person : public CXmlObjectBase {
 public:
-    Person() { SetElementName(u"person"); }
-
     CXmlObjectBase* GetBase() override { return this; }
     std::u16string GetTargetNamespace() override { return kNs; }
     std::u16string GetNamespace() override { return kNs; }
-
-    void ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespaceUri, const CSerializationContext& context,
-                   bool) const override {
-        writer->WriteStartElement(m_elementName, namespaceUri);
-        writer->WriteAttribute(u"id", u"", id, kString);
-        for (const auto& [field, value] : Fields()) {
-            writer->WriteStartElement(field, namespaceUri);
-            writer->WriteElementText(*value, kString, false);
-            writer->WriteEndElement();
-        }
-        for (const auto& contact : contacts)
-            CXmlObjectBase::ToXml_Int(contact.get(), writer, false, namespaceUri, context, false);
-        writer->WriteEndElement();
-    }
+    void ToXml_Int(CXmlWriter*, bool, const char16_t*, const CSerializationContext&, bool) const override {}
 
     CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild, const CSerializationContext& context,
                              bool ignoreMissingChoice) override {
         seenElement = element;
         seenFirstChild = firstChild;
-        seenNames = element->GetLocalName() + u"/" + (firstChild ? firstChild->GetLocalName() : u"-");
         seenIgnoreMissingChoice = ignoreMissingChoice;
+        rootName = element->GetLocalName();
         id = element->GetAttribute(u"id", u"");
         CXmlElement* current = firstChild;
-        for (const auto& [field, value] : Fields()) {
-            if (current && DoesElementNameMatch(context, current, field, kNs)) {
+        for (auto [field, value] : {std::pair{u"name", &name}, std::pair{u"city", &city}}) {
+            if (DoesElementNameMatch(context, current, field, kNs)) {
                 *value = current->GetText();
                 current = current->GetNextSiblingElement();
             }
         }
-        while (current && DoesElementNameMatch(context, current, u"person", kNs)) {
-            CSmartPtr<Person> contact(new Person());
-            CXmlObjectBase::FromXml_Int(contact.get(), current, current->GetFirstElement(), context);
-            contacts.push_back(contact);
-            current = current->GetNextSiblingElement();
-        }
-        return current;
+        liveDuringRead = CXmlElement::GetLiveElementCount();
+        return current; // left over: never looked at by the entry points
     }
 
-    std::vector<std::pair<const char16_t*, std::u16string*>> Fields() const {
-        auto* self = const_cast<Person*>(this);
-        return {{u"name", &self->name}, {u"city", &self->city}};
-    }
-
-    std::u16string id, name, city;
-    std::vector<CSmartPtr<Person>> contacts;
+    std::u16string rootName, id, name, city;
     CXmlElement* seenElement = nullptr;
     CXmlElement* seenFirstChild = nullptr;
-    std::u16string seenNames;
     bool seenIgnoreMissingChoice = true;
+    int64_t liveDuringRead = 0;
 };
 
 std::u16string MessageOf(const std::function<void()>& action) {
@@ -89,58 +59,29 @@ std::u16string MessageOf(const std::function<void()>& action) {
 
 } // namespace
 
-TEST(CXmlObjectBaseRead, ObjectWithItsOwnReadAndWriteMakesARoundTrip) {
+TEST(CXmlObjectBaseRead, FromXmlReadsTheRootAndItsFirstChildThenDropsTheTree) {
     CSerializationContext context;
-    CSmartPtr<Person> original(new Person());
-    original->id = u"7";
-    original->name = u"Ann & <Bob> \u00E9\U0001F600";
-    original->city = u"Z\u00FCrich";
-    CSmartPtr<Person> contact(new Person());
-    contact->id = u"8";
-    contact->name = u"Carl";
-    original->contacts.push_back(contact);
-
-    const std::u16string xml = original->ToXml(true, true, EOLType_LF, context);
-    CSmartPtr<Person> copy(new Person());
     const int64_t aliveBefore = CXmlElement::GetLiveElementCount();
-    copy->FromXml(xml.c_str(), context);
-    // The document and its tree are gone when the call returns.
+    Person wide;
+    wide.FromXml(u"<person xmlns='urn:people' id='7'><name>Ann \u00E9</name><city>Z</city><extra/></person>", context);
+    Person narrow; // the name of the root is not compared with anything
+    narrow.FromXml("<other xmlns='urn:people' id='1'><name>J\xC3\xBCrg</name><x/></other>", context);
     EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore);
-
-    EXPECT_EQ(copy->id, u"7");
-    EXPECT_EQ(copy->name, original->name);
-    EXPECT_EQ(copy->city, original->city);
-    ASSERT_EQ(copy->contacts.size(), 1u);
-    EXPECT_EQ(copy->contacts[0]->id, u"8");
-    EXPECT_EQ(copy->contacts[0]->name, u"Carl");
-    EXPECT_EQ(copy->contacts[0]->city, u"");
-    EXPECT_EQ(copy->ToXml(true, true, EOLType_LF, context), xml);
-    EXPECT_FALSE(copy->seenIgnoreMissingChoice);
-}
-
-TEST(CXmlObjectBaseRead, NarrowTextIsReadAsUtf8AndTheRootNameIsNotChecked) {
-    CSerializationContext context;
-    Person person;
-    person.FromXml("<other xmlns='urn:people' id='1'><name>J\xC3\xBCrg</name><city>Bern</city></other>", context);
-    EXPECT_EQ(person.seenNames, u"other/name");
-    EXPECT_EQ(person.id, u"1");
-    EXPECT_EQ(person.name, u"J\u00FCrg");
-    EXPECT_EQ(person.city, u"Bern");
+    EXPECT_EQ(wide.liveDuringRead - aliveBefore, 4);
+    EXPECT_FALSE(wide.seenIgnoreMissingChoice);
+    EXPECT_EQ(wide.rootName + wide.id + wide.name + wide.city, u"person7Ann \u00E9Z");
+    EXPECT_EQ(narrow.rootName + narrow.id + narrow.name + narrow.city, u"other1J\u00FCrg");
 }
 
 TEST(CXmlObjectBaseRead, FromXmlElementReadsATreeBuiltByHand) {
     CSerializationContext context;
     CXmlElement root(nullptr, nullptr);
     root.SetElementName(u"person");
-    root.SetNamespace(kNs);
     root.AddAttribute(u"id", u"42", u"");
     CXmlElement* name = root.CreateNewChildElement();
     name->SetElementName(u"name");
     name->SetNamespace(kNs);
     name->AppendText(u"Hand");
-    CXmlElement* stray = root.CreateNewChildElement();
-    stray->SetElementName(u"stray");
-
     Person person;
     person.FromXmlElement(&root, context);
     EXPECT_EQ(person.seenElement, &root);
@@ -167,28 +108,25 @@ TEST(CXmlObjectBaseRead, ElementNamesMatchByLocalNameAndNamespaceUnlessIgnored) 
     ignoring.SetIgnoreNamespaces(true);
     CSerializationContext noNamespaces;
     noNamespaces.SetSchemaType(SchemaType_NoNamespaces);
-
     CXmlElement element(nullptr, nullptr);
     element.SetElementName(u"a");
     element.SetNamespace(u"urn:x");
-    struct Case {
+    CXmlElement bare(nullptr, nullptr);
+    bare.SetElementName(u"a");
+    struct {
         const CSerializationContext* context;
+        const CXmlElement* element;
         const char16_t* name;
         const char16_t* ns;
         bool match;
     } cases[] = {
-        {&strict, u"a", u"urn:x", true},     {&strict, u"a", u"urn:y", false},
-        {&strict, u"a", u"", false},         {&strict, u"A", u"urn:x", false},
-        {&strict, u"b", u"urn:x", false},    {&ignoring, u"a", u"urn:y", true},
-        {&ignoring, u"b", u"urn:x", false},  {&noNamespaces, u"a", nullptr, true},
-        {&noNamespaces, u"ab", u"urn:x", false},
+        {&strict, &element, u"a", u"urn:x", true},    {&strict, &element, u"a", u"urn:y", false},
+        {&strict, &element, u"a", u"", false},        {&strict, &element, u"A", u"urn:x", false},
+        {&ignoring, &element, u"a", u"urn:y", true},  {&ignoring, &element, u"b", u"urn:x", false},
+        {&noNamespaces, &element, u"a", nullptr, true}, {&noNamespaces, &element, u"ab", u"urn:x", false},
+        {&strict, &bare, u"a", nullptr, true},        {&strict, &bare, u"a", u"", true},
+        {&strict, nullptr, u"a", u"", false},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(CXmlObjectBase::DoesElementNameMatch(*c.context, &element, c.name, c.ns), c.match)
-            << (c.name[0] == u'a' ? "a" : "other");
-
-    CXmlElement bare(nullptr, nullptr);
-    bare.SetElementName(u"a");
-    EXPECT_TRUE(CXmlObjectBase::DoesElementNameMatch(strict, &bare, u"a", nullptr));
-    EXPECT_TRUE(CXmlObjectBase::DoesElementNameMatch(strict, &bare, u"a", u""));
+    for (const auto& c : cases)
+        EXPECT_EQ(CXmlObjectBase::DoesElementNameMatch(*c.context, c.element, c.name, c.ns), c.match);
 }

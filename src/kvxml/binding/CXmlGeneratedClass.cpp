@@ -411,7 +411,9 @@ CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializatio
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
     bool found = false;
+    CXmlElement* passStart;
     do {
+        passStart = current;
         found = false;
         for (size_t i = 0; i < count && !found; ++i)
             found = records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType);
@@ -419,7 +421,8 @@ CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializatio
             if (!ignoreUnknown) break;
             if (!found && parentType == XmlElementType_Element) current = current->GetNextSiblingElement();
         }
-    } while (ignoreUnknown && !found && current && parentType == XmlElementType_Element);
+        // Another pass only after an element was skipped: a pass that moved nothing would repeat itself.
+    } while (ignoreUnknown && !found && current && current != passStart && parentType == XmlElementType_Element);
 
     if (!found && !ignoreMissingChoice) {
         if (parentType == XmlElementType_Pseudo) return ignoreUnknown ? start : current;
@@ -446,11 +449,8 @@ CXmlElement* CXmlGeneratedClass::ProcessElementAllFromXml(const CSerializationCo
     FoundFlags found(count);
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
-    CXmlElement* passStart = nullptr;
-    bool firstPass = true;
     // Repeated passes take the elements in any order; a pass that consumes nothing ends the loop.
-    while (current && (firstPass || current != passStart)) {
-        firstPass = false;
+    for (CXmlElement* passStart = nullptr; current && current != passStart;) {
         passStart = current;
         for (size_t i = 0; i < count; ++i)
             if (!found[i])

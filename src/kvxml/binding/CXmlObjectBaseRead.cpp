@@ -47,7 +47,7 @@ CXmlElement* CXmlObjectBase::FromXml_Int(CXmlObjectBase* object, CXmlElement* el
 
 bool CXmlObjectBase::DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,
                                           const char16_t* name, const char16_t* namespaceUri) {
-    if (element->GetLocalName() != OrEmpty(name)) return false;
+    if (!element || element->GetLocalName() != OrEmpty(name)) return false;
     if (context.GetSchemaType() == SchemaType_NoNamespaces || context.GetIgnoreNamespaces()) return true;
     return element->GetNamespaceURI() == OrEmpty(namespaceUri);
 }

@@ -8,6 +8,9 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
@@ -31,21 +34,43 @@ inline std::u16string_view WideView(const XML_Char* text) {
     return text ? std::u16string_view(Wide(text)) : std::u16string_view();
 }
 
+// First unit equal to stop, or the terminator, from text on: names and values are scanned for
+// every element. Whole aligned 16-byte blocks are read, which never cross a page, so looking past
+// the terminator within its block is harmless; AddressSanitizer would still object, so its builds
+// scan one unit at a time.
+inline const char16_t* FindUnitOrEnd(const char16_t* text, char16_t stop) {
+#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__)
+    const uintptr_t address = reinterpret_cast<uintptr_t>(text);
+    if (address % 2 == 0) {
+        const __m128i wanted = _mm_set1_epi16(static_cast<short>(stop));
+        const __m128i zero = _mm_setzero_si128();
+        const auto* block = reinterpret_cast<const __m128i*>(address & ~static_cast<uintptr_t>(15));
+        unsigned mask = ~0u << (address & 15);
+        for (;; ++block, mask = ~0u) {
+            const __m128i chunk = _mm_load_si128(block);
+            mask &= static_cast<unsigned>(
+                _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(chunk, wanted), _mm_cmpeq_epi16(chunk, zero))));
+            if (mask)
+                return reinterpret_cast<const char16_t*>(block) + static_cast<unsigned>(__builtin_ctz(mask)) / 2;
+        }
+    }
+#endif
+    while (*text && *text != stop) ++text;
+    return text;
+}
+
 // "uri|local" as the namespace-aware parser delivers it; a name without a separator is local.
-// One pass finds both the separator and the end.
 inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16string_view& local) {
     const char16_t* text = Wide(name);
-    const char16_t* p = text;
-    while (*p && *p != kNamespaceSeparator) ++p;
-    if (!*p) {
+    const char16_t* stop = FindUnitOrEnd(text, kNamespaceSeparator);
+    if (!*stop) {
         uri = std::u16string_view();
-        local = std::u16string_view(text, static_cast<size_t>(p - text));
+        local = std::u16string_view(text, static_cast<size_t>(stop - text));
         return;
     }
-    uri = std::u16string_view(text, static_cast<size_t>(p - text));
-    const char16_t* localStart = ++p;
-    while (*p) ++p;
-    local = std::u16string_view(localStart, static_cast<size_t>(p - localStart));
+    uri = std::u16string_view(text, static_cast<size_t>(stop - text));
+    const char16_t* localStart = stop + 1;
+    local = std::u16string_view(localStart, static_cast<size_t>(FindUnitOrEnd(localStart, 0) - localStart));
 }
 
 } // namespace
@@ -68,6 +93,7 @@ void CExpatReader::Initialise() {
     FreeParser();
     m_failure = nullptr;
     m_pendingLength = 0;
+    m_textStarts.clear();
     if (m_document->m_schemaType == SchemaType_NoNamespaces)
         m_parser = XML_ParserCreate(nullptr);
     else
@@ -94,17 +120,16 @@ void CExpatReader::ParseBuffer(bool final) {
         status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         data += piece;
     } while (status == XML_STATUS_OK && remaining > 0);
-    if (!m_failure) {
-        try {
-            FlushText();
-        } catch (...) {
-            m_failure = std::current_exception();
-        }
-    }
 
     if (status == XML_STATUS_OK && !m_failure) {
         if (final) FreeParser();
         return;
+    }
+    // The partial tree keeps the text read so far.
+    try {
+        FlushAll();
+    } catch (...) {
+        if (!m_failure) m_failure = std::current_exception();
     }
     m_scratchBuffer.reset();
     if (m_failure) {
@@ -127,24 +152,42 @@ void CExpatReader::Fail() {
     XML_StopParser(m_parser, XML_FALSE);
 }
 
-void CExpatReader::FlushText() {
-    if (m_pendingLength == 0) return;
-    const size_t length = m_pendingLength;
+CXmlElement* CExpatReader::Innermost() const {
+    // The document's stack of open elements and m_textStarts grow and shrink together.
+    const auto& open = m_document->m_elementStack;
+    return open.size() == m_textStarts.size() && !open.empty() ? open.back().element : nullptr;
+}
+
+void CExpatReader::FlushInnermost() {
+    const size_t start = m_textStarts.back();
+    if (m_pendingLength == start) return;
+    const size_t length = m_pendingLength - start;
+    m_pendingLength = start;
+    if (CXmlElement* element = Innermost())
+        m_document->AppendTextExcludingCR(element, m_pendingText.get() + start, static_cast<uint32_t>(length));
+}
+
+void CExpatReader::FlushAll() {
+    const auto& open = m_document->m_elementStack;
+    const size_t levels = std::min(open.size(), m_textStarts.size());
+    for (size_t i = 0; i < levels; ++i) {
+        const size_t start = m_textStarts[i];
+        const size_t end = i + 1 < m_textStarts.size() ? m_textStarts[i + 1] : m_pendingLength;
+        if (end > start)
+            m_document->AppendTextExcludingCR(open[i].element, m_pendingText.get() + start,
+                                              static_cast<uint32_t>(end - start));
+    }
     m_pendingLength = 0;
-    if (!m_document->m_elementStack.empty())
-        m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, m_pendingText.get(),
-                                          static_cast<uint32_t>(length));
+    m_textStarts.clear();
 }
 
 void CExpatReader::AppendPending(const char16_t* text, size_t length) {
-    // Long runs go to the element in slices, so that the gathering buffer never doubles the
-    // memory a huge text takes; the element's string grows geometrically on its own.
+    if (m_textStarts.empty()) return; // no open element: Expat reports no such text
     if (m_pendingLength + length > kPendingLimit) {
-        FlushText();
-        if (length > kPendingLimit) {
-            if (!m_document->m_elementStack.empty())
-                m_document->AppendTextExcludingCR(m_document->m_elementStack.back().element, text,
-                                                  static_cast<uint32_t>(length));
+        FlushInnermost();
+        if (m_pendingLength + length > kPendingLimit) {
+            if (CXmlElement* element = Innermost())
+                m_document->AppendTextExcludingCR(element, text, static_cast<uint32_t>(length));
             return;
         }
     }
@@ -155,27 +198,40 @@ void CExpatReader::AppendPending(const char16_t* text, size_t length) {
         m_pendingText = std::move(grown);
         m_pendingCapacity = capacity;
     }
-    std::memcpy(m_pendingText.get() + m_pendingLength, text, length * sizeof(char16_t));
+    char16_t* target = m_pendingText.get() + m_pendingLength;
     m_pendingLength += length;
+    // Most pieces are a line end or a few characters: not worth a call.
+    if (length <= 4) {
+        for (size_t i = 0; i < length; ++i) target[i] = text[i];
+    } else {
+        std::memcpy(target, text, length * sizeof(char16_t));
+    }
 }
 
 void CExpatReader::StartElement(void* user, const XML_Char* name, const XML_Char** attributes) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
-        self->FlushText();
-        CXmlDocument* document = self->m_document;
         std::u16string_view uri;
         std::u16string_view local;
         SplitName(name, uri, local);
-        CXmlElement* element = document->AddElement(uri, local);
+        self->m_textStarts.push_back(self->m_pendingLength);
+        CXmlElement* element;
+        try {
+            element = self->m_document->AddElement(uri, local);
+        } catch (...) {
+            self->m_textStarts.pop_back();
+            throw;
+        }
         if (attributes && attributes[0]) {
             size_t count = 0;
             while (attributes[2 * count]) ++count;
             element->m_attributes.reserve(element->m_attributes.size() + count);
             for (size_t i = 0; i < count; ++i) {
                 SplitName(attributes[2 * i], uri, local);
-                element->AddAttribute(local, WideView(attributes[2 * i + 1]), uri);
+                const char16_t* value = Wide(attributes[2 * i + 1]);
+                const size_t valueLength = static_cast<size_t>(FindUnitOrEnd(value, 0) - value);
+                element->AddAttribute(local, std::u16string_view(value, valueLength), uri);
             }
         }
     } catch (...) {
@@ -187,7 +243,10 @@ void CExpatReader::EndElement(void* user, const XML_Char*) {
     auto* self = static_cast<CExpatReader*>(user);
     if (self->m_failure) return;
     try {
-        self->FlushText();
+        if (!self->m_textStarts.empty()) {
+            self->FlushInnermost();
+            self->m_textStarts.pop_back();
+        }
         self->m_document->EndElement();
     } catch (...) {
         self->Fail();

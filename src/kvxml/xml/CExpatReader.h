@@ -4,6 +4,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "kvxml/base/CInstanceMonitor.h"
 
@@ -12,6 +13,7 @@ struct XML_ParserStruct;
 namespace KvXmlLib16 {
 
 class CXmlDocument;
+class CXmlElement;
 
 // Adapter that turns Expat's callbacks into the building operations of CXmlDocument.
 // Lives on the stack of one load; the input is always the document's input buffer.
@@ -32,10 +34,17 @@ private:
     // here, stops the parser, and ParseBuffer rethrows it.
     void Fail();
     void FreeParser();
-    // Expat hands one run of text over in many pieces (lines, entities, buffer ends). They are
-    // gathered here and reach the open element in one append when the next tag comes.
-    void FlushText();
+    // Text waits here until its element ends, so that each element's text is stored in one
+    // piece of the right size. The buffer holds the waiting text of every open element, the
+    // outermost first: an element's part starts at its entry in m_textStarts and runs to the
+    // next entry, or to the end for the innermost. The buffer stays below a bound; text beyond
+    // it goes to the element at once.
     void AppendPending(const char16_t* text, size_t length);
+    // Hands the innermost element its waiting text.
+    void FlushInnermost();
+    // After a failure: every open element gets the text read so far.
+    void FlushAll();
+    CXmlElement* Innermost() const;
 
     static void StartElement(void* user, const unsigned short* name, const unsigned short** attributes);
     static void EndElement(void* user, const unsigned short* name);
@@ -53,6 +62,7 @@ private:
     std::unique_ptr<char16_t[]> m_pendingText;
     size_t m_pendingLength;
     size_t m_pendingCapacity;
+    std::vector<size_t> m_textStarts;
 };
 
 } // namespace KvXmlLib16

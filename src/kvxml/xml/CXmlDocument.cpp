@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 #include <memory>
+#include <utility>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -26,6 +27,31 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext&
       m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context),
       m_nodePool(nullptr), m_aliasIndexValid(false) {
     Init();
+}
+
+// Member by member, except the node pool: each document keeps its own, so that two copies
+// never free one pool twice. Nodes already built keep the pool they came from.
+CXmlDocument::CXmlDocument(const CXmlDocument& other)
+    : CInstanceMonitor(other), m_fileOffset(other.m_fileOffset), m_fileHandle(other.m_fileHandle),
+      m_documentElement(other.m_documentElement), m_elementStack(other.m_elementStack),
+      m_aliasMap(other.m_aliasMap), m_inputBuffer(other.m_inputBuffer), m_inputSize(other.m_inputSize),
+      m_schemaType(other.m_schemaType), m_elementFilter(other.m_elementFilter), m_context(other.m_context),
+      m_nodePool(nullptr), m_aliasIndexValid(false) {}
+
+CXmlDocument& CXmlDocument::operator=(const CXmlDocument& other) {
+    if (this == &other) return *this;
+    m_fileOffset = other.m_fileOffset;
+    m_fileHandle = other.m_fileHandle;
+    m_documentElement = other.m_documentElement;
+    m_elementStack = other.m_elementStack;
+    m_aliasMap = other.m_aliasMap;
+    m_inputBuffer = other.m_inputBuffer;
+    m_inputSize = other.m_inputSize;
+    m_schemaType = other.m_schemaType;
+    m_elementFilter = other.m_elementFilter;
+    m_context = other.m_context;
+    m_aliasIndexValid = false;
+    return *this;
 }
 
 CXmlDocument::~CXmlDocument() {
@@ -273,12 +299,12 @@ void CXmlDocument::LoadXml(const char16_t* xml) {
 }
 
 void CXmlDocument::ParseText() {
-    // The input buffer is what is to be parsed, so only the tree of an earlier load goes.
-    delete m_documentElement;
-    m_documentElement = nullptr;
-    m_elementStack.clear();
-    m_aliasMap.clear();
-    m_aliasIndexValid = false;
+    // Like every load this starts with Cleanup, which must spare the input that is to be parsed.
+    std::unique_ptr<unsigned char[]> input(std::exchange(m_inputBuffer, nullptr));
+    const uint32_t size = std::exchange(m_inputSize, 0);
+    Cleanup();
+    m_inputBuffer = input.release();
+    m_inputSize = size;
     PlainParse();
 }
 

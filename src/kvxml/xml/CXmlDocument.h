@@ -34,9 +34,10 @@ public:
     explicit CXmlDocument(const CSerializationContext& context);
     explicit CXmlDocument(XmlElementFilter filter);
     CXmlDocument(XmlElementFilter filter, const CSerializationContext& context);
-    // Shallow like the tree: the copy shares root and input, and only one may be destroyed.
-    CXmlDocument(const CXmlDocument&) = default;
-    CXmlDocument& operator=(const CXmlDocument&) = default;
+    // Shallow like the tree: the copy shares root and input, and only one may be destroyed
+    // while they hold any.
+    CXmlDocument(const CXmlDocument& other);
+    CXmlDocument& operator=(const CXmlDocument& other);
     ~CXmlDocument() override;
 
     // Deletes the tree and the input; the document may then be loaded again.

@@ -152,7 +152,7 @@ void CXmlElement::AppendText(const char16_t* text) {
 }
 
 void CXmlElement::AppendText(const char16_t* text, size_t length) {
-    if (length == 0) return;
+    if (length == 0 || !text) return;
     // Character data comes in many small pieces: grow geometrically to keep the total linear.
     if (!m_text.empty()) {
         const size_t needed = m_text.size() + length;
