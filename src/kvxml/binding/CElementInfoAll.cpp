@@ -34,14 +34,7 @@ CSmartPtr<CXmlObjectBase> RequireCreated(CSmartPtr<CXmlObjectBase> created, cons
 CElementInfoAllAbsClsMnd::CElementInfoAllAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
                                                    int32_t propertyIndex, XmlElementType elementType,
                                                    ElementCreatorFunc creator, int32_t unused)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_unused(unused) {}
-
-bool CElementInfoAllAbsClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
+    : CElementInfoAbsClsKind(elementName, elementNamespace, propertyIndex, elementType, creator), m_unused(unused) {}
 
 bool CElementInfoAllAbsClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
@@ -70,20 +63,6 @@ bool CElementInfoAllAbsClsMnd::ElementFromXml(const Context& context, Object* ob
 
 bool CElementInfoAllAbsClsMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
-}
-
-void CElementInfoAllAbsClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllAbsClsOpt::CElementInfoAllAbsClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoAllAbsClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoAllAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -115,25 +94,13 @@ bool CElementInfoAllAbsClsOpt::ElementFromXml(const Context& context, Object* ob
 
 bool CElementInfoAllAbsClsOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
-void CElementInfoAllAbsClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- classes ----------------------------------------------------------------------------------
 
 CElementInfoAllClsMnd::CElementInfoAllClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
                                              int32_t propertyIndex, XmlElementType elementType,
                                              ClassCreatorFunc creator, int32_t classId, bool contentRequired)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId),
+    : CElementInfoClsKind(elementName, elementNamespace, propertyIndex, elementType, creator, classId),
       m_contentRequired(contentRequired) {}
-
-bool CElementInfoAllClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
 
 bool CElementInfoAllClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
@@ -153,23 +120,6 @@ bool CElementInfoAllClsMnd::Validate(const Context&, const Object*, bool found, 
     // A group without an element of its own (type 2) that needs no content is satisfied; type 1 is not.
     if (m_elementType != XmlElementType_Pseudo && !m_contentRequired) return true;
     return MandatoryFound(m_elementName, found, strict);
-}
-
-void CElementInfoAllClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllClsOpt::CElementInfoAllClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId) {}
-
-bool CElementInfoAllClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoAllClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -198,21 +148,7 @@ bool CElementInfoAllClsOpt::ElementFromXml(const Context& context, Object* objec
 
 bool CElementInfoAllClsOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
-void CElementInfoAllClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- enumerations and primitives --------------------------------------------------------------
-
-CElementInfoAllEnumMnd::CElementInfoAllEnumMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoAllEnumMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlEnum(context, object, writer, m_enumToText));
-}
 
 bool CElementInfoAllEnumMnd::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
@@ -225,15 +161,6 @@ bool CElementInfoAllEnumMnd::Validate(const Context&, const Object*, bool found,
     return MandatoryFound(m_elementName, found, strict);
 }
 
-CElementInfoAllEnumOpt::CElementInfoAllEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoAllEnumOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlEnum(context, object, writer, m_enumToText);
-}
-
 bool CElementInfoAllEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return false;
@@ -242,19 +169,6 @@ bool CElementInfoAllEnumOpt::ElementFromXml(const Context& context, Object* obje
 }
 
 bool CElementInfoAllEnumOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
-
-CElementInfoAllPrimMnd::CElementInfoAllPrimMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoAllPrimMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlPrim(context, object, writer));
-}
 
 bool CElementInfoAllPrimMnd::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
@@ -265,19 +179,6 @@ bool CElementInfoAllPrimMnd::ElementFromXml(const Context& context, Object* obje
 
 bool CElementInfoAllPrimMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
-}
-
-CElementInfoAllPrimOpt::CElementInfoAllPrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoAllPrimOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlPrim(context, object, writer);
 }
 
 bool CElementInfoAllPrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
@@ -291,19 +192,6 @@ bool CElementInfoAllPrimOpt::Validate(const Context&, const Object*, bool, bool)
 
 // ---- wildcards --------------------------------------------------------------------------------
 
-CElementInfoAllUntpdMnd::CElementInfoAllUntpdMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoAllUntpdMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
-
 bool CElementInfoAllUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType) const {
     if (!*current) return false;
@@ -315,19 +203,6 @@ bool CElementInfoAllUntpdMnd::ElementFromXml(const Context& context, Object* obj
 
 bool CElementInfoAllUntpdMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
-}
-
-CElementInfoAllUntpdOpt::CElementInfoAllUntpdOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoAllUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoAllUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -361,32 +236,6 @@ bool CElementInfoAllCol::ElementFromXml(const Context& context, Object* object, 
     *current = FromXml_Int(collection.get(), parent, *current, context, false);
     return false;
 }
-
-CElementInfoAllAbsClsCol::CElementInfoAllAbsClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoAllAbsClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllClsCol::CElementInfoAllClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoAllClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllPrimCol::CElementInfoAllPrimCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoAllUntpdCol::CElementInfoAllUntpdCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex) {}
 
 CElementInfoAllEnumCol::CElementInfoAllEnumCol(const char16_t* elementName, const char16_t* elementNamespace,
                                                int32_t propertyIndex)

@@ -24,15 +24,6 @@ void ClearObjectProperty(const CElementInfo& record, CXmlGeneratedClass* object,
 
 } // namespace
 
-CElementInfoChoiceAbsClsOpt::CElementInfoChoiceAbsClsOpt(const char16_t* elementName,
-                                                         const char16_t* elementNamespace, int32_t propertyIndex,
-                                                         XmlElementType elementType, ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoChoiceAbsClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoChoiceAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                                  Element** current, const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return false;
@@ -45,21 +36,7 @@ bool CElementInfoChoiceAbsClsOpt::ElementFromXml(const Context& context, Object*
     return true;
 }
 
-void CElementInfoChoiceAbsClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                            Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceClsOpt::CElementInfoChoiceClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ClassCreatorFunc creator, int32_t classId)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId) {}
-
 bool CElementInfoChoiceClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    // An alternative that is itself a choice may come out empty.
     return ElementToXmlCls(context, object, writer, true);
 }
 
@@ -89,20 +66,6 @@ bool CElementInfoChoiceClsOpt::ElementFromXml(const Context& context, Object* ob
     return true;
 }
 
-void CElementInfoChoiceClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceEnumOpt::CElementInfoChoiceEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                                     EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoChoiceEnumOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlEnum(context, object, writer, m_enumToText);
-}
-
 bool CElementInfoChoiceEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                                const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return false;
@@ -110,38 +73,11 @@ bool CElementInfoChoiceEnumOpt::ElementFromXml(const Context& context, Object* o
     return true;
 }
 
-CElementInfoChoicePrimOpt::CElementInfoChoicePrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex, bool nillable, ItemType itemType,
-                                                     const char16_t* formatOverride,
-                                                     CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                                     const CPrimitiveRestrictions& restrictions,
-                                                     const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoChoicePrimOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlPrim(context, object, writer);
-}
-
 bool CElementInfoChoicePrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                                const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return false;
     ElementFromXmlPrim(context, object, current);
     return true;
-}
-
-CElementInfoChoiceUntpdOpt::CElementInfoChoiceUntpdOpt(const char16_t* elementName,
-                                                       const char16_t* elementNamespace, int32_t propertyIndex,
-                                                       const char16_t* namespacePattern,
-                                                       const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoChoiceUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoChoiceUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -193,37 +129,6 @@ bool CElementInfoChoiceCol::ElementFromXml(const Context& context, Object* objec
     Element* result = FromXml_Int(collection.get(), parent, *current, context, false);
     return FinishChoiceCollection(context, collection, result, current, parentType);
 }
-
-CElementInfoChoiceAbsClsCol::CElementInfoChoiceAbsClsCol(const char16_t* elementName,
-                                                         const char16_t* elementNamespace, int32_t propertyIndex,
-                                                         XmlElementType elementType)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoChoiceAbsClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                            Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceClsCol::CElementInfoChoiceClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoChoiceClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceEnumCol::CElementInfoChoiceEnumCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoChoicePrimCol::CElementInfoChoicePrimCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoChoiceUntpdCol::CElementInfoChoiceUntpdCol(const char16_t* elementName,
-                                                       const char16_t* elementNamespace, int32_t propertyIndex)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex) {}
 
 bool CElementInfoChoiceUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
                                                 Element** current, const char16_t*,

@@ -26,15 +26,6 @@ namespace {
 
 // ---- abstract classes -------------------------------------------------------------------------
 
-CElementInfoSeqAbsClsMnd::CElementInfoSeqAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoSeqAbsClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
-
 bool CElementInfoSeqAbsClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType parentType) const {
     const bool matched = IsThisElement(context, *current);
@@ -56,20 +47,6 @@ bool CElementInfoSeqAbsClsMnd::ElementFromXml(const Context& context, Object* ob
     return true;
 }
 
-void CElementInfoSeqAbsClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqAbsClsOpt::CElementInfoSeqAbsClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoSeqAbsClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoSeqAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return true;
@@ -86,25 +63,13 @@ bool CElementInfoSeqAbsClsOpt::ElementFromXml(const Context& context, Object* ob
     return true;
 }
 
-void CElementInfoSeqAbsClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- classes ----------------------------------------------------------------------------------
 
 CElementInfoSeqClsMnd::CElementInfoSeqClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
                                              int32_t propertyIndex, XmlElementType elementType,
                                              ClassCreatorFunc creator, int32_t classId, bool contentRequired)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_contentRequired(contentRequired),
-      m_creator(creator),
-      m_classId(classId) {}
-
-bool CElementInfoSeqClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
+    : CElementInfoClsKind(elementName, elementNamespace, propertyIndex, elementType, creator, classId),
+      m_contentRequired(contentRequired) {}
 
 bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType parentType) const {
@@ -148,23 +113,6 @@ bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* objec
     ThrowMissingChild(parent);
 }
 
-void CElementInfoSeqClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqClsOpt::CElementInfoSeqClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId) {}
-
-bool CElementInfoSeqClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
@@ -189,21 +137,7 @@ bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* objec
     return true;
 }
 
-void CElementInfoSeqClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- enumerations and primitives --------------------------------------------------------------
-
-CElementInfoSeqEnumMnd::CElementInfoSeqEnumMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoSeqEnumMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlEnum(context, object, writer, m_enumToText));
-}
 
 bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                             Element** current, const char16_t*, XmlElementType parentType) const {
@@ -224,32 +158,10 @@ bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* obje
     }
 }
 
-CElementInfoSeqEnumOpt::CElementInfoSeqEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoSeqEnumOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlEnum(context, object, writer, m_enumToText);
-}
-
 bool CElementInfoSeqEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
     if (IsThisElement(context, *current)) ElementFromXmlEnum(context, object, current);
     return true;
-}
-
-CElementInfoSeqPrimMnd::CElementInfoSeqPrimMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoSeqPrimMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlPrim(context, object, writer));
 }
 
 bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -270,19 +182,6 @@ bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* obje
     }
 }
 
-CElementInfoSeqPrimOpt::CElementInfoSeqPrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoSeqPrimOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlPrim(context, object, writer);
-}
-
 bool CElementInfoSeqPrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
     if (IsThisElement(context, *current)) ElementFromXmlPrim(context, object, current);
@@ -290,19 +189,6 @@ bool CElementInfoSeqPrimOpt::ElementFromXml(const Context& context, Object* obje
 }
 
 // ---- wildcards --------------------------------------------------------------------------------
-
-CElementInfoSeqUntpdMnd::CElementInfoSeqUntpdMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoSeqUntpdMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
 
 bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType parentType) const {
@@ -317,19 +203,6 @@ bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* obj
     }
     *current = result;
     return true;
-}
-
-CElementInfoSeqUntpdOpt::CElementInfoSeqUntpdOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoSeqUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoSeqUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -366,36 +239,6 @@ bool CElementInfoSeqCol::ElementFromXml(const Context& context, Object* object, 
     }
     return collection->IsValidCount(context);
 }
-
-CElementInfoSeqAbsClsCol::CElementInfoSeqAbsClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoSeqAbsClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqClsCol::CElementInfoSeqClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoSeqClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqEnumCol::CElementInfoSeqEnumCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoSeqPrimCol::CElementInfoSeqPrimCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoSeqUntpdCol::CElementInfoSeqUntpdCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex) {}
 
 bool CElementInfoSeqUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType parentType) const {
