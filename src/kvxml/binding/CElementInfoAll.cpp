@@ -96,12 +96,6 @@ bool CElementInfoAllAbsClsOpt::Validate(const Context&, const Object*, bool, boo
 
 // ---- classes ----------------------------------------------------------------------------------
 
-CElementInfoAllClsMnd::CElementInfoAllClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId, bool contentRequired)
-    : CElementInfoClsKind(elementName, elementNamespace, propertyIndex, elementType, creator, classId),
-      m_contentRequired(contentRequired) {}
-
 bool CElementInfoAllClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
     if (m_elementType != XmlElementType_Element) {
@@ -152,9 +146,7 @@ bool CElementInfoAllClsOpt::Validate(const Context&, const Object*, bool, bool) 
 
 bool CElementInfoAllEnumMnd::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlEnum(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllEnumMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
@@ -163,18 +155,14 @@ bool CElementInfoAllEnumMnd::Validate(const Context&, const Object*, bool found,
 
 bool CElementInfoAllEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlEnum(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllEnumOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
 bool CElementInfoAllPrimMnd::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlPrim(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllPrimMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
@@ -183,9 +171,7 @@ bool CElementInfoAllPrimMnd::Validate(const Context&, const Object*, bool found,
 
 bool CElementInfoAllPrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlPrim(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllPrimOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }

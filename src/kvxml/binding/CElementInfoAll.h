@@ -27,16 +27,12 @@ public:
     bool Validate(const Context& context, const Object* object, bool found, bool strict) const override;
 };
 
-class KVXML_API CElementInfoAllClsMnd : public CElementInfoClsKind<Occurrence::Mandatory> {
+class KVXML_API CElementInfoAllClsMnd : public CElementInfoClsMndKind {
 public:
-    CElementInfoAllClsMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-        XmlElementType elementType, ClassCreatorFunc creator, int32_t classId, bool contentRequired);
+    using CElementInfoClsMndKind::CElementInfoClsMndKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
     bool Validate(const Context& context, const Object* object, bool found, bool strict) const override;
-
-protected:
-    bool m_contentRequired;
 };
 
 class KVXML_API CElementInfoAllClsOpt : public CElementInfoClsKind<Occurrence::Optional> {

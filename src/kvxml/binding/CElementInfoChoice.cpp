@@ -68,16 +68,12 @@ bool CElementInfoChoiceClsOpt::ElementFromXml(const Context& context, Object* ob
 
 bool CElementInfoChoiceEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                                const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlEnum(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoChoicePrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                                const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlPrim(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoChoiceUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,

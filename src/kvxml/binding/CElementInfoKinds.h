@@ -34,6 +34,15 @@ public:
                       CElementInfo::Writer* writer) const override {
         return this->ByOccurrence(this->ElementToXmlPrim(context, object, writer));
     }
+
+protected:
+    // Reads the current element if it is this record's; says whether it did.
+    bool ReadIfThisElement(const CElementInfo::Context& context, CElementInfo::Object* object,
+                           CElementInfo::Element** current) const {
+        if (!this->IsThisElement(context, *current)) return false;
+        this->ElementFromXmlPrim(context, object, current);
+        return true;
+    }
 };
 
 // An enumeration value. Arguments: name, namespace, property index, nillable, enum to text,
@@ -49,6 +58,15 @@ public:
     bool ElementToXml(const CElementInfo::Context& context, const CElementInfo::Object* object,
                       CElementInfo::Writer* writer) const override {
         return this->ByOccurrence(this->ElementToXmlEnum(context, object, writer, this->m_enumToText));
+    }
+
+protected:
+    // Reads the current element if it is this record's; says whether it did.
+    bool ReadIfThisElement(const CElementInfo::Context& context, CElementInfo::Object* object,
+                           CElementInfo::Element** current) const {
+        if (!this->IsThisElement(context, *current)) return false;
+        this->ElementFromXmlEnum(context, object, current);
+        return true;
     }
 };
 
@@ -122,6 +140,20 @@ public:
 protected:
     ClassCreatorFunc m_creator;
     int32_t m_classId;
+};
+
+// A mandatory child of a known class. Content required: in a class without an element of its own,
+// whether its children must take something. Arguments: as above, then content required.
+class KVXML_API CElementInfoClsMndKind : public CElementInfoClsKind<Occurrence::Mandatory> {
+public:
+    CElementInfoClsMndKind(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
+                           XmlElementType elementType, ClassCreatorFunc creator, int32_t classId,
+                           bool contentRequired)
+        : CElementInfoClsKind(elementName, elementNamespace, propertyIndex, elementType, creator, classId),
+          m_contentRequired(contentRequired) {}
+
+protected:
+    bool m_contentRequired;
 };
 
 // A collection of child objects on top of a group's collection record: only the element type is added,

@@ -65,12 +65,6 @@ bool CElementInfoSeqAbsClsOpt::ElementFromXml(const Context& context, Object* ob
 
 // ---- classes ----------------------------------------------------------------------------------
 
-CElementInfoSeqClsMnd::CElementInfoSeqClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId, bool contentRequired)
-    : CElementInfoClsKind(elementName, elementNamespace, propertyIndex, elementType, creator, classId),
-      m_contentRequired(contentRequired) {}
-
 bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType parentType) const {
     if (m_elementType == XmlElementType_Element) {
@@ -160,7 +154,7 @@ bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* obje
 
 bool CElementInfoSeqEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (IsThisElement(context, *current)) ElementFromXmlEnum(context, object, current);
+    ReadIfThisElement(context, object, current);
     return true;
 }
 
@@ -184,7 +178,7 @@ bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* obje
 
 bool CElementInfoSeqPrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (IsThisElement(context, *current)) ElementFromXmlPrim(context, object, current);
+    ReadIfThisElement(context, object, current);
     return true;
 }
 

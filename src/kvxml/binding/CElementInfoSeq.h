@@ -22,16 +22,11 @@ public:
 };
 
 // A mandatory child class; the property already holds its object, which the record reads into.
-class KVXML_API CElementInfoSeqClsMnd : public CElementInfoClsKind<Occurrence::Mandatory> {
+class KVXML_API CElementInfoSeqClsMnd : public CElementInfoClsMndKind {
 public:
-    CElementInfoSeqClsMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                          XmlElementType elementType, ClassCreatorFunc creator, int32_t classId,
-                          bool contentRequired);
+    using CElementInfoClsMndKind::CElementInfoClsMndKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-
-protected:
-    bool m_contentRequired;
 };
 
 // An optional child class; the record makes the object when its element is there.
