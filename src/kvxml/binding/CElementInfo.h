@@ -128,6 +128,10 @@ protected:
     // Lets a wildcard read at *current when the record's name allows it; returns where it stopped.
     Element* ReadWildcard(const Context& context, KvXmlLib16::CXmlObjectBase* wildcard, Element* parent,
                           Element* current) const;
+    // Reads the items of an untyped collection property from current on and returns where it stopped,
+    // handing out the collection for the count check. A name other than "AnyElement" locks the items to it.
+    Element* ReadUntypedCollection(const Context& context, Object* object, Element* parent, Element* current,
+                                   KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlCollectionBase>& collection) const;
     // Reads a child object in place of its own element, whose children are read.
     void ReadOwnElement(const Context& context, KvXmlLib16::CXmlObjectBase* child, Element** current,
                         bool ignoreMissingChoice) const;

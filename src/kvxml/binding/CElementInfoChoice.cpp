@@ -1,11 +1,7 @@
 #include "kvxml/binding/CElementInfoChoice.h"
 
-#include "kvxml/base/CKvException.h"
-#include "kvxml/base/FormatString.h"
-#include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlGeneratedClass.h"
-#include "kvxml/collections/CElementCol.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -129,21 +125,8 @@ bool CElementInfoChoiceCol::ElementFromXml(const Context& context, Object* objec
 bool CElementInfoChoiceUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
                                                 Element** current, const char16_t*,
                                                 XmlElementType parentType) const {
-    CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);
-    CElementCol* collection = dynamic_cast<CElementCol*>(held.get());
-    if (!collection)
-        throw CKvException(FormatString(u"The property [%s] does not hold an element collection.",
-                                        m_elementName.c_str()));
-    Element* result;
-    if (m_elementName == BindingHelpers::kAnyElement) {
-        result = FromXml_Int(collection, parent, *current, context, false);
-    } else {
-        // With no element left there is no namespace to lock to; the empty one matches nothing present.
-        static const std::u16string noNamespace;
-        const std::u16string& ns = *current ? (*current)->GetNamespaceURI() : noNamespace;
-        result = collection->FromXmlLockElementName_Int(m_elementName.c_str(), ns.c_str(), parent, *current, context,
-                                                        false);
-    }
+    CSmartPtr<CXmlCollectionBase> collection;
+    Element* result = ReadUntypedCollection(context, object, parent, *current, collection);
     return FinishChoiceCollection(context, collection, result, current, parentType);
 }
 

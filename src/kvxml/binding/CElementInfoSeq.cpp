@@ -2,11 +2,8 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
-#include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlGeneratedClass.h"
-#include "kvxml/collections/CElement.h"
-#include "kvxml/collections/CElementCol.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -227,6 +224,11 @@ bool CElementInfoSeqCol::ElementFromXml(const Context& context, Object* object, 
                                         Element** current, const char16_t*, XmlElementType parentType) const {
     CSmartPtr<CXmlCollectionBase> collection = GetPropertyCollection(object);
     *current = FromXml_Int(collection.get(), parent, *current, context, false);
+    return CountRule(context, collection, parentType);
+}
+
+bool CElementInfoSeqCol::CountRule(const Context& context, CXmlCollectionBase* collection,
+                                   XmlElementType parentType) {
     if (parentType == XmlElementType_Element) {
         collection->ValidateCount(context);
         return true;
@@ -236,23 +238,9 @@ bool CElementInfoSeqCol::ElementFromXml(const Context& context, Object* object, 
 
 bool CElementInfoSeqUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType parentType) const {
-    CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);
-    CElementCol* collection = dynamic_cast<CElementCol*>(held.get());
-    if (!collection)
-        throw CKvException(FormatString(u"The property [%s] does not hold an element collection.",
-                                        m_elementName.c_str()));
-    if (m_elementName == BindingHelpers::kAnyElement) {
-        *current = FromXml_Int(collection, parent, *current, context, false);
-    } else {
-        const std::u16string ns = *current ? (*current)->GetNamespaceURI() : std::u16string();
-        *current = collection->FromXmlLockElementName_Int(m_elementName.c_str(), ns.c_str(), parent, *current,
-                                                          context, false);
-    }
-    if (parentType == XmlElementType_Element) {
-        collection->ValidateCount(context);
-        return true;
-    }
-    return collection->IsValidCount(context);
+    CSmartPtr<CXmlCollectionBase> collection;
+    *current = ReadUntypedCollection(context, object, parent, *current, collection);
+    return CountRule(context, collection, parentType);
 }
 
 } // namespace KvXmlLib16Data

@@ -86,6 +86,11 @@ public:
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
+
+protected:
+    // In a class with an element of its own a wrong count fails; in another it only reports false.
+    static bool CountRule(const Context& context, KvXmlLib16::CXmlCollectionBase* collection,
+                          XmlElementType parentType);
 };
 
 // Arguments: name, namespace, property index, element type.
