@@ -324,6 +324,37 @@ CXmlElement* CElementInfo::ReadWildcard(const Context& context, CXmlObjectBase* 
     return current;
 }
 
+bool CElementInfo::TakeChildByElement(const Context& context, Object* object, Element* parent, Element** current,
+                                      ElementCreatorFunc creator, XmlElementType recordType) const {
+    // A creator that returns null is not allowed here.
+    auto create = [&]() {
+        CSmartPtr<CXmlObjectBase> created = CreateByElement(creator, *current, m_elementName);
+        if (!created)
+            throw CKvException(
+                FormatString(u"The creator function made no object for [%s].", m_elementName.c_str()));
+        return created;
+    };
+    if (recordType != XmlElementType_Element) {
+        CSmartPtr<CXmlObjectBase> child = create();
+        Element* result = FromXml_Int(child, parent, *current, context, false);
+        const bool took = result != *current;
+        if (took) {
+            KvVariant value;
+            value.SetXmlObject(child);
+            InvokePropertySet(object, value, parent);
+        }
+        *current = result;
+        return took;
+    }
+    if (!IsThisElement(context, *current)) return false;
+    CSmartPtr<CXmlObjectBase> child = create();
+    KvVariant value;
+    value.SetXmlObject(child);
+    ReadOwnElement(context, child, current, false);
+    InvokePropertySet(object, value, parent);
+    return true;
+}
+
 CXmlElement* CElementInfo::ReadUntypedCollection(const Context& context, Object* object, Element* parent,
                                                  Element* current, CSmartPtr<CXmlCollectionBase>& collection) const {
     CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);

@@ -21,12 +21,6 @@ bool MandatoryFound(const std::u16string& name, bool found, bool strict) {
                                  std::u16string());
 }
 
-// A creator that returns null is not allowed in this group.
-CSmartPtr<CXmlObjectBase> RequireCreated(CSmartPtr<CXmlObjectBase> created, const std::u16string& name) {
-    if (!created) throw CKvException(FormatString(u"The creator function made no object for [%s].", name.c_str()));
-    return created;
-}
-
 } // namespace
 
 // ---- abstract classes -------------------------------------------------------------------------
@@ -38,27 +32,7 @@ CElementInfoAllAbsClsMnd::CElementInfoAllAbsClsMnd(const char16_t* elementName, 
 
 bool CElementInfoAllAbsClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
-    if (m_elementType != XmlElementType_Element) {
-        CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                         m_elementName);
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        const bool took = result != *current;
-        if (took) {
-            KvVariant value;
-            value.SetXmlObject(child);
-            InvokePropertySet(object, value, parent);
-        }
-        *current = result;
-        return took;
-    }
-    if (!IsThisElement(context, *current)) return false;
-    CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                     m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
-    ReadOwnElement(context, child, current, false);
-    InvokePropertySet(object, value, parent);
-    return true;
+    return TakeChildByElement(context, object, parent, current, m_creator, m_elementType);
 }
 
 bool CElementInfoAllAbsClsMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
@@ -67,29 +41,9 @@ bool CElementInfoAllAbsClsMnd::Validate(const Context&, const Object*, bool foun
 
 bool CElementInfoAllAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
-    if (m_elementType != XmlElementType_Element) {
-        // Unlike the mandatory form, a used-up group is tested first.
-        if (!*current) return false;
-        CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                         m_elementName);
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        const bool took = result != *current;
-        if (took) {
-            KvVariant value;
-            value.SetXmlObject(child);
-            InvokePropertySet(object, value, parent);
-        }
-        *current = result;
-        return took;
-    }
-    if (!IsThisElement(context, *current)) return false;
-    CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                     m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
-    ReadOwnElement(context, child, current, false);
-    InvokePropertySet(object, value, parent);
-    return true;
+    // Unlike the mandatory form, a used-up group is tested first.
+    if (m_elementType != XmlElementType_Element && !*current) return false;
+    return TakeChildByElement(context, object, parent, current, m_creator, m_elementType);
 }
 
 bool CElementInfoAllAbsClsOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
