@@ -29,6 +29,10 @@ public:
     CXmlObjectBase* GetBase() override { return this; }
     std::u16string GetTargetNamespace() override { return m_ns; }
     std::u16string GetNamespace() override { return m_ns; }
+    // Only written here, never read.
+    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* child, const CSerializationContext&, bool) override {
+        return child;
+    }
 
     void AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext&) const override {
         for (const Attribute& a : m_attributes) writer->WriteAttribute(a.name, std::u16string(), a.value, kString);

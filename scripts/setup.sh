@@ -49,7 +49,8 @@ case "$mode" in
         ./build/examples/kvxml_purchase_order
         ;;
     test)
-        configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        # The benchmarks are compiled too, so that they cannot rot unnoticed.
+        configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVXML_BUILD_BENCH=ON
         run_tests build
         configure_and_build build-asan -DCMAKE_BUILD_TYPE=Debug -DKVXML_SANITIZE=ON -DCMAKE_CXX_FLAGS=-O1
         ASAN_OPTIONS=halt_on_error=1:detect_leaks=1:strict_string_checks=1 \

@@ -22,6 +22,8 @@ CSmartPtr<CPurchaseOrder> MakeOrder() {
     order->SetCustomerNumber(4000000000u);
     order->SetPriority(2);
     order->SetExpress(true);
+    const unsigned char signature[] = {0x0a, 0xff, 0x10};
+    order->SetSignature(CBinaryData(signature, 3, false));
     order->SetShipMethod(u"ground");
     CAddress* billTo = order->GetBillTo();
     billTo->SetName(u"Alice Smith");
@@ -72,7 +74,7 @@ const char kOrderText[] =
     "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
     " orderId=\"PO-1001\" currency=\"USD\" status=\"shipped\" xmlns:AA=\"urn:partner\" AA:ref=\"A&amp;B\">"
     "<customer>Alice &lt;Smith&gt;</customer><customerNumber>4000000000</customerNumber><priority>2</priority>"
-    "<express>true</express><shipMethod/>"
+    "<express>true</express><signature>0AFF10</signature><shipMethod/>"
     "<billTo><name>Alice Smith</name><street>1 Main St</street><city>Springfield</city><zip>12345</zip></billTo>"
     "<shipTo country=\"US\"><name>Bob</name><street>2 Side St</street><city>Shelbyville</city><zip>54321</zip>"
     "</shipTo>"
@@ -209,7 +211,7 @@ TEST(PurchaseOrder, ReadingFailuresCarryTheInnermostPath) {
 }
 
 TEST(PurchaseOrder, ReadsBinaryValues) {
-    const std::string text = Replace(kOrderText, "<shipMethod/>", "<signature>0aFF10</signature><shipMethod/>");
+    const std::string text = Replace(kOrderText, "0AFF10", "0aFf10");
     CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
     Read(*order, text.c_str(), OrderContext());
     ASSERT_TRUE(order->GetSignature().has_value());

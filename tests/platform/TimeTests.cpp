@@ -162,7 +162,7 @@ TEST(PlatformTime, LocalTime64FollowsTheZoneAndItsRange) {
     }
 }
 
-// The design's way back from fields taken as UTC: read them as local time, then add the
+// The library's way back from fields taken as UTC: read them as local time, then add the
 // zone's offset at that instant. Over many instants and a zone with summer time this must
 // reproduce the seconds exactly, except in the hour that does not exist locally.
 TEST(PlatformTime, LocalRoundTripsOverTheWholeRange) {

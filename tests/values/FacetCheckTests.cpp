@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "kvxml/base/CKvException.h"
@@ -111,6 +112,80 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
     EXPECT_EQ(Check(ItemType_i4, u"-99", Digits(1), ItemType_boolean), "");
 }
 
+Facets Fraction(int32_t n) { Facets f; f.fractionDigits = n; return f; }
+Facets Length(int32_t n) { return Lengths(-1, -1, n); }
+Facets AllBounds(const char16_t* v) { Facets f; f.minInclusive = f.maxInclusive = f.minExclusive = f.maxExclusive = v; return f; }
+
+TEST(FacetCheck, ValueClassKinds) {
+    const struct {
+        ItemType kind;
+        const char16_t* value;
+        Facets facets;
+        std::string expected;  // empty: passes
+    } rows[] = {
+        // Binary lengths count bytes, never the characters shown.
+        {ItemType_hexBinary, u"0aFF10", Length(3), ""},
+        {ItemType_hexBinary, u"0aFF10", Length(6), "Invalid Value for v [0AFF10]."},
+        {ItemType_hexBinary, u"0aFF10", Lengths(4, -1, -1), "Invalid Value for v [0AFF10]."},
+        {ItemType_hexBinary, u"0aFF10", Lengths(-1, 2, -1), "Invalid Value for v [0AFF10]."},
+        {ItemType_hexBinary, u"0aFF10", [] { Facets f = MaxInc(u"junk"); f.pattern = u"x"; f.totalDigits = 1; return f; }(), ""},
+        {ItemType_base64Binary, u"AQID", Lengths(3, 3, 3), ""},
+        {ItemType_base64Binary, u"AQID", Lengths(-1, 2, -1), "Invalid Value for v [AQID]."},
+        // Durations and dates are ordered by their comparison; each facet's failing results.
+        {ItemType_duration, u"P1D", MinInc(u"P2D"), "Invalid Value for v [P1D]."},
+        {ItemType_duration, u"P1D", MinInc(u"P1D"), ""},
+        {ItemType_duration, u"P1D", MaxExc(u" P1D "), "Invalid Value for v [P1D]."},
+        {ItemType_duration, u"-P1D", MinExc(u"-P1D"), "Invalid Value for v [-P1D]."},
+        {ItemType_duration, u"P1M", AllBounds(u"P30D"), ""},  // indeterminate fails nothing
+        {ItemType_yearMonth, u"2024-05", MaxInc(u"2024-04"), "Invalid Value for v [2024-05]."},
+        {ItemType_yearMonth, u"2024-04", MaxInc(u"2024-04"), ""},
+        {ItemType_monthDay, u"--05-01", MinExc(u"--05-01"), "Invalid Value for v [--05-01]."},
+        {ItemType_monthDay, u"--05-02", MinExc(u"--05-01"), ""},
+        {ItemType_date, u"2024-05-01", MaxExc(u"2024-05-01"), "Invalid Value for v [2024-05-01]."},
+        {ItemType_date, u"2024-05-01Z", AllBounds(u"2024-05-01"), ""},
+        {ItemType_date, u"2024-05-01Z", MinInc(u"2024-05-02"), ""},  // still within 14 hours
+        {ItemType_date, u"2024-05-01Z", MinInc(u"2024-05-03"), "Invalid Value for v [2024-05-01Z]."},
+        {ItemType_datetime, u"2024-05-01T10:00:00", MinInc(u"2024-05-01T10:00:01"),
+         "Invalid Value for v [2024-05-01T10:00:00]."},
+        {ItemType_datetime, u"2024-05-01T10:00:00Z", MaxInc(u"2024-05-01T12:00:00+02:00"), ""},
+        {ItemType_datetime, u"2024-05-01T10:00:00Z", MaxExc(u"2024-05-01T12:00:00+02:00"),
+         "Invalid Value for v [2024-05-01T10:00:00Z]."},
+        {ItemType_time, u"10:00:00", MaxInc(u"09:59:59"), "Invalid Value for v [10:00:00]."},
+        {ItemType_time, u"10:00:00", MaxExc(u"10:00:01"), ""},
+        // Decimals: bounds, then total and fraction digits, signs and zero parts not counted.
+        {ItemType_decimal, u"12.50", Fraction(1), ""},  // held as 12.5
+        {ItemType_decimal, u"12.55", Fraction(1), "Invalid Value for v [12.55]."},
+        {ItemType_decimal, u"-12.5", Digits(3), ""},
+        {ItemType_decimal, u"123.5", Digits(3), "Invalid Value for v [123.5]."},
+        {ItemType_decimal, u"0.125", Digits(3), ""},
+        {ItemType_decimal, u"-0.1255", Digits(3), "Invalid Value for v [-0.1255]."},
+        {ItemType_decimal, u"100", [] { Facets f = Digits(3); f.fractionDigits = 0; return f; }(), ""},
+        {ItemType_decimal, u"12.50", MaxExc(u"12.5"), "Invalid Value for v [12.5]."},
+        {ItemType_decimal, u"12.5", MinInc(u" 12.6 "), "Invalid Value for v [12.5]."},
+        {ItemType_decimal, u"-0.5", MinExc(u"-1"), ""},
+        // Integers: bounds beyond 64 bits, then every character of the text, the sign too.
+        {ItemType_integer, u"100000000000000000000", MaxInc(u"99999999999999999999"),
+         "Invalid Value for v [100000000000000000000]."},
+        {ItemType_integer, u"-100000000000000000000", MinExc(u"-100000000000000000000"),
+         "Invalid Value for v [-100000000000000000000]."},
+        {ItemType_integer, u"-99", Digits(2), "Invalid Value for v [-99]."},
+        {ItemType_integer, u"99", [] { Facets f = Digits(2); f.fractionDigits = 0; return f; }(), ""},
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << r.kind << " " << Narrow(r.value);
+
+    // A bound of the wrong form raises its conversion's failure, and only when it is reached.
+    for (const auto& [kind, value, bound] : {std::tuple{ItemType_date, u"2024-05-01", u"May 1st"},
+                                             std::tuple{ItemType_duration, u"P1D", u"1 day"},
+                                             std::tuple{ItemType_decimal, u"1", u"1.2.3"}})
+        EXPECT_THROW(CheckPrimitiveRestrictions(u"v", Value(kind, value), kind, MinInc(bound).Make()),
+                     CKvInvalidValueException)
+            << Narrow(bound);
+    Facets late = MinInc(u"2");
+    late.maxExclusive = u"junk";
+    EXPECT_EQ(Check(ItemType_integer, u"1", late), "Invalid Value for v [1].");
+}
+
 TEST(FacetCheck, WithoutFacetsEveryKindPassesButChar) {
     const struct {
         ItemType kind;
@@ -118,7 +193,11 @@ TEST(FacetCheck, WithoutFacetsEveryKindPassesButChar) {
     } rows[] = {{ItemType_i1, u"-128"}, {ItemType_i2, u"-1"},      {ItemType_i4, u"-1"},     {ItemType_i8, u"1"},
                 {ItemType_ui1, u"1"},   {ItemType_ui2, u"1"},      {ItemType_ui4, u"1"},     {ItemType_ui8, u"1"},
                 {ItemType_r4, u"1"},    {ItemType_r8, u"NaN"},     {ItemType_year, u"2001"}, {ItemType_month, u"--01"},
-                {ItemType_day, u"---01"}, {ItemType_string, u""}, {ItemType_boolean, u"0"}};
+                {ItemType_day, u"---01"}, {ItemType_string, u""}, {ItemType_boolean, u"0"},
+                {ItemType_hexBinary, u""}, {ItemType_base64Binary, u"AQID"}, {ItemType_duration, u"P1D"},
+                {ItemType_yearMonth, u"2024-05"}, {ItemType_monthDay, u"--05-01"}, {ItemType_date, u"2024-05-01"},
+                {ItemType_datetime, u"2024-05-01T10:00:00"}, {ItemType_time, u"10:00:00"},
+                {ItemType_decimal, u"-0.5"}, {ItemType_integer, u"-1"}};
     for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, {}), "") << r.kind;
 
     EXPECT_EQ(Check(ItemType_char, u"x", {}), "Unknown type [char].");
@@ -206,30 +285,36 @@ TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
 
 TEST(FacetCheck, RandomBoundsAndValuesOnlyReturnOrThrow) {
     std::mt19937 rng(7);
-    const char16_t alphabet[] = u"0123456789-+.eE INFaN\t:TZ";
-    const ItemType kinds[] = {ItemType_i1, ItemType_i2, ItemType_i4, ItemType_i8, ItemType_ui1, ItemType_ui2,
-                              ItemType_ui4, ItemType_ui8, ItemType_r4, ItemType_r8, ItemType_year, ItemType_month,
-                              ItemType_day, ItemType_string};
+    const char16_t alphabet[] = u"0123456789-+.eE INFaN\t:TZPYMDHS";
+    // Each kind with a value to fall back on when the random text is not one of it.
+    const struct {
+        ItemType kind;
+        const char16_t* fallback;
+    } kinds[] = {{ItemType_i1, u"1"},          {ItemType_i2, u"1"},        {ItemType_i4, u"1"},
+                 {ItemType_i8, u"1"},          {ItemType_ui1, u"1"},       {ItemType_ui2, u"1"},
+                 {ItemType_ui4, u"1"},         {ItemType_ui8, u"1"},       {ItemType_r4, u"1"},
+                 {ItemType_r8, u"1"},          {ItemType_year, u"2001"},   {ItemType_month, u"--05"},
+                 {ItemType_day, u"---05"},     {ItemType_string, u"1"},    {ItemType_hexBinary, u"0A"},
+                 {ItemType_duration, u"P1D"},  {ItemType_date, u"2001-05-01Z"}, {ItemType_datetime, u"2001-05-01T00:00:00"},
+                 {ItemType_time, u"10:00:00"}, {ItemType_decimal, u"-1.5"}, {ItemType_integer, u"-12"}};
     auto text = [&] {
         std::u16string s(rng() % 8, u' ');
         for (auto& c : s) c = alphabet[rng() % (std::size(alphabet) - 1)];
         return s;
     };
     for (int i = 0; i < 3000; ++i) {
-        const ItemType kind = kinds[rng() % std::size(kinds)];
+        const auto& [kind, fallback] = kinds[rng() % std::size(kinds)];
         const std::u16string bound = text();
         Facets f;
         (rng() % 2 ? f.minInclusive : f.maxExclusive) = bound.c_str();
         f.totalDigits = static_cast<int32_t>(rng() % 5) - 1;
         f.maxLength = static_cast<int32_t>(rng() % 5) - 1;
+        f.fractionDigits = static_cast<int32_t>(rng() % 5) - 1;
         KvVariant v;
         try {
             v.FromString(text(), kind, CWhitespaceUtils::WhitespaceRule_Collapse);
         } catch (const CKvException&) {
-            v = Value(kind, kind == ItemType_month ? u"--05"
-                            : kind == ItemType_day ? u"---05"
-                            : kind == ItemType_year ? u"2001"
-                                                    : u"1");
+            v = Value(kind, fallback);
         }
         try {
             CheckPrimitiveRestrictions(u"v", v, kind, f.Make());

@@ -47,8 +47,8 @@ int CheckedField(int value) {
 
 enum class Width { Default, Short, Char, Long64, Narrow, Wide };
 
-// One conversion specification, as both passes read it.
-struct Spec {
+// One conversion, as both passes read it.
+struct Conversion {
     bool left = false, plus = false, blank = false, alt = false, zero = false;
     int width = 0;
     int precision = -1;  // -1: none given
@@ -169,45 +169,45 @@ size_t MeasureBound(const char16_t* format, va_list args) {
 void Pad(std::u16string& out, size_t count, char16_t fill) { out.append(count, fill); }
 
 template <class CharT>
-void EmitString(std::u16string& out, const CharT* s, const Spec& spec) {
+void EmitString(std::u16string& out, const CharT* s, const Conversion& conv) {
     static const char16_t kNull[] = u"(null)";
     size_t len = 0;
     const bool isNull = s == nullptr;
-    const size_t limit = spec.precision >= 0 ? static_cast<size_t>(spec.precision) : SIZE_MAX;
+    const size_t limit = conv.precision >= 0 ? static_cast<size_t>(conv.precision) : SIZE_MAX;
     if (isNull) {
         len = 6 < limit ? 6 : limit;
     } else {
         while (len < limit && s[len]) ++len;
     }
-    const size_t width = static_cast<size_t>(spec.width);
-    const char16_t fill = spec.zero && !spec.left ? u'0' : u' ';
-    if (!spec.left && len < width) Pad(out, width - len, fill);
+    const size_t width = static_cast<size_t>(conv.width);
+    const char16_t fill = conv.zero && !conv.left ? u'0' : u' ';
+    if (!conv.left && len < width) Pad(out, width - len, fill);
     for (size_t i = 0; i < len; ++i) {
         if (isNull) out.push_back(kNull[i]);
         else if constexpr (sizeof(CharT) == 1) out.push_back(static_cast<unsigned char>(s[i]));
         else out.push_back(static_cast<char16_t>(s[i]));
     }
-    if (spec.left && len < width) Pad(out, width - len, u' ');
+    if (conv.left && len < width) Pad(out, width - len, u' ');
 }
 
-void EmitChar(std::u16string& out, char16_t c, const Spec& spec) {
-    const size_t width = static_cast<size_t>(spec.width);
-    const char16_t fill = spec.zero && !spec.left ? u'0' : u' ';
-    if (!spec.left && width > 1) Pad(out, width - 1, fill);
+void EmitChar(std::u16string& out, char16_t c, const Conversion& conv) {
+    const size_t width = static_cast<size_t>(conv.width);
+    const char16_t fill = conv.zero && !conv.left ? u'0' : u' ';
+    if (!conv.left && width > 1) Pad(out, width - 1, fill);
     out.push_back(c);
-    if (spec.left && width > 1) Pad(out, width - 1, u' ');
+    if (conv.left && width > 1) Pad(out, width - 1, u' ');
 }
 
-// Builds the narrow printf specification for numbers and lets snprintf do the digits.
-std::string NarrowSpec(const Spec& spec, const char* length, char type) {
+// Builds the narrow printf conversion for numbers and lets snprintf do the digits.
+std::string NarrowConversion(const Conversion& conv, const char* length, char type) {
     std::string f = "%";
-    if (spec.left) f += '-';
-    if (spec.plus) f += '+';
-    if (spec.blank) f += ' ';
-    if (spec.alt) f += '#';
-    if (spec.zero) f += '0';
-    if (spec.width > 0) f += std::to_string(spec.width);
-    if (spec.precision >= 0) { f += '.'; f += std::to_string(spec.precision); }
+    if (conv.left) f += '-';
+    if (conv.plus) f += '+';
+    if (conv.blank) f += ' ';
+    if (conv.alt) f += '#';
+    if (conv.zero) f += '0';
+    if (conv.width > 0) f += std::to_string(conv.width);
+    if (conv.precision >= 0) { f += '.'; f += std::to_string(conv.precision); }
     f += length;
     f += type;
     return f;
@@ -241,97 +241,97 @@ void FormatInto(std::u16string& out, const char16_t* format, va_list args) {
         if (*p == u'%') { out.push_back(u'%'); ++p; continue; }
         if (*p == 0) break;
 
-        Spec spec;
+        Conversion conv;
         for (;; ++p) {
-            if (*p == u'-') spec.left = true;
-            else if (*p == u'+') spec.plus = true;
-            else if (*p == u' ') spec.blank = true;
-            else if (*p == u'#') spec.alt = true;
-            else if (*p == u'0') spec.zero = true;
+            if (*p == u'-') conv.left = true;
+            else if (*p == u'+') conv.plus = true;
+            else if (*p == u' ') conv.blank = true;
+            else if (*p == u'#') conv.alt = true;
+            else if (*p == u'0') conv.zero = true;
             else break;
         }
         if (*p == u'*') {
-            spec.width = CheckedField(va_arg(args, int));
-            if (spec.width < 0) { spec.left = true; spec.width = -spec.width; }
+            conv.width = CheckedField(va_arg(args, int));
+            if (conv.width < 0) { conv.left = true; conv.width = -conv.width; }
             ++p;
         } else {
-            spec.width = ReadNumber(p);
+            conv.width = ReadNumber(p);
         }
         if (*p == u'.') {
             ++p;
-            if (*p == u'*') { spec.precision = CheckedField(va_arg(args, int)); ++p; }
-            else spec.precision = ReadNumber(p);
-            if (spec.precision < 0) spec.precision = -1;
+            if (*p == u'*') { conv.precision = CheckedField(va_arg(args, int)); ++p; }
+            else conv.precision = ReadNumber(p);
+            if (conv.precision < 0) conv.precision = -1;
         }
         for (;;) {
-            if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') { spec.is64 = true; p += 3; }
+            if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') { conv.is64 = true; p += 3; }
             else if (p[0] == u'I' && p[1] == u'3' && p[2] == u'2') { p += 3; }
-            else if (*p == u'I') { spec.is64 = true; ++p; }  // pointer-sized
+            else if (*p == u'I') { conv.is64 = true; ++p; }  // pointer-sized
             else if (*p == u'F' || *p == u'L' || *p == u'N') ++p;
             else if (*p == u'h') {
-                if (spec.isShort) spec.isChar = true;
-                spec.isShort = true; spec.forceNarrow = true; ++p;
+                if (conv.isShort) conv.isChar = true;
+                conv.isShort = true; conv.forceNarrow = true; ++p;
             } else if (*p == u'l') {
-                if (p[1] == u'l') { spec.is64 = true; p += 2; }
-                else { spec.forceWide = true; ++p; }
-            } else if (*p == u'w') { spec.forceWide = true; ++p; }
+                if (p[1] == u'l') { conv.is64 = true; p += 2; }
+                else { conv.forceWide = true; ++p; }
+            } else if (*p == u'w') { conv.forceWide = true; ++p; }
             else break;
         }
 
-        spec.type = *p;
-        if (spec.type == 0) break;
+        conv.type = *p;
+        if (conv.type == 0) break;
         ++p;
-        switch (spec.type) {
+        switch (conv.type) {
         case u'c': case u'C': {
             const int v = va_arg(args, int);
-            const bool wide = spec.type == u'c' ? !spec.forceNarrow : spec.forceWide;
-            EmitChar(out, wide ? static_cast<char16_t>(v) : static_cast<char16_t>(static_cast<unsigned char>(v)), spec);
+            const bool wide = conv.type == u'c' ? !conv.forceNarrow : conv.forceWide;
+            EmitChar(out, wide ? static_cast<char16_t>(v) : static_cast<char16_t>(static_cast<unsigned char>(v)), conv);
             break;
         }
         case u's': case u'S': {
-            const bool wide = spec.type == u's' ? !spec.forceNarrow : spec.forceWide;
-            if (wide) EmitString(out, va_arg(args, const char16_t*), spec);
-            else EmitString(out, va_arg(args, const char*), spec);
+            const bool wide = conv.type == u's' ? !conv.forceNarrow : conv.forceWide;
+            if (wide) EmitString(out, va_arg(args, const char16_t*), conv);
+            else EmitString(out, va_arg(args, const char*), conv);
             break;
         }
         case u'd': case u'i':
-            if (spec.is64) EmitNumber(out, NarrowSpec(spec, "ll", 'd'), va_arg(args, long long));
+            if (conv.is64) EmitNumber(out, NarrowConversion(conv, "ll", 'd'), va_arg(args, long long));
             else {
                 int v = va_arg(args, int);
-                if (spec.isChar) v = static_cast<signed char>(v);
-                else if (spec.isShort) v = static_cast<short>(v);
-                EmitNumber(out, NarrowSpec(spec, "", 'd'), v);
+                if (conv.isChar) v = static_cast<signed char>(v);
+                else if (conv.isShort) v = static_cast<short>(v);
+                EmitNumber(out, NarrowConversion(conv, "", 'd'), v);
             }
             break;
         case u'u': case u'x': case u'X': case u'o': {
-            const char t = static_cast<char>(spec.type);
-            if (spec.is64) EmitNumber(out, NarrowSpec(spec, "ll", t), va_arg(args, unsigned long long));
+            const char t = static_cast<char>(conv.type);
+            if (conv.is64) EmitNumber(out, NarrowConversion(conv, "ll", t), va_arg(args, unsigned long long));
             else {
                 unsigned v = va_arg(args, unsigned);
-                if (spec.isChar) v = static_cast<unsigned char>(v);
-                else if (spec.isShort) v = static_cast<unsigned short>(v);
-                EmitNumber(out, NarrowSpec(spec, "", t), v);
+                if (conv.isChar) v = static_cast<unsigned char>(v);
+                else if (conv.isShort) v = static_cast<unsigned short>(v);
+                EmitNumber(out, NarrowConversion(conv, "", t), v);
             }
             break;
         }
         case u'p': {
             // Upper-case hexadecimal, zero-padded to the width of a pointer, no prefix.
             const auto v = reinterpret_cast<uintptr_t>(va_arg(args, void*));
-            Spec ps = spec;
-            ps.alt = ps.plus = ps.blank = ps.zero = false;
-            ps.precision = static_cast<int>(2 * sizeof(void*));
-            EmitNumber(out, NarrowSpec(ps, "ll", 'X'), static_cast<unsigned long long>(v));
+            Conversion pc = conv;
+            pc.alt = pc.plus = pc.blank = pc.zero = false;
+            pc.precision = static_cast<int>(2 * sizeof(void*));
+            EmitNumber(out, NarrowConversion(pc, "ll", 'X'), static_cast<unsigned long long>(v));
             break;
         }
         case u'e': case u'E': case u'f': case u'g': case u'G': case u'a': case u'A':
-            EmitNumber(out, NarrowSpec(spec, "", static_cast<char>(spec.type)), va_arg(args, double));
+            EmitNumber(out, NarrowConversion(conv, "", static_cast<char>(conv.type)), va_arg(args, double));
             break;
         case u'n':
             // Writing through a caller's pointer is never done: the argument is consumed only.
             (void)va_arg(args, void*);
             break;
         default:
-            out.push_back(spec.type);
+            out.push_back(conv.type);
             break;
         }
     }

@@ -79,6 +79,8 @@ void CDecimal::Parse(const char16_t* text)
     char16_t integerDigits[MAX_INTEGER_DIGITS];
     char16_t fractionDigits[MAX_FRACTION_DIGITS];
     char16_t exponentDigits[MAX_EXPONENT_DIGITS];
+    // Only the counted part is ever read; the first cells are set so the compiler can see that.
+    integerDigits[0] = fractionDigits[0] = exponentDigits[0] = u'0';
     int32_t integerCount = 0, fractionCount = 0, exponentCount = 0;
     bool negative = false;
     bool exponentNegative = false;

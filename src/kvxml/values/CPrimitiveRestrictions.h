@@ -53,7 +53,9 @@ private:
 
 // The facet check of one value of the declared kind. Returns, or throws CKvException naming the
 // item and the value; kinds without a check of their own throw CKvInvalidValueException
-// "Unknown type [<kind>].". Reads the restrictions only: any number of threads may check at once.
+// "Unknown type [<kind>].". Binary lengths count bytes; dates and durations compare partially, and
+// an indeterminate comparison fails no bound. Reads the restrictions only: any number of threads
+// may check at once.
 KVXML_API void CheckPrimitiveRestrictions(const char16_t* name, const KvVariant& value, ItemType kind,
                                           const CPrimitiveRestrictions& restrictions);
 
