@@ -324,6 +324,27 @@ CXmlElement* CElementInfo::ReadWildcard(const Context& context, CXmlObjectBase* 
     return current;
 }
 
+void CElementInfo::ReadNewChild(const Context& context, Object* object, Element* parent, Element** current,
+                                const CSmartPtr<CXmlObjectBase>& child) const {
+    KvVariant value;
+    value.SetXmlObject(child);
+    ReadOwnElement(context, child, current, false);
+    InvokePropertySet(object, value, parent);
+}
+
+bool CElementInfo::ReadNewContent(const Context& context, Object* object, Element* parent, Element** current,
+                                  const CSmartPtr<CXmlObjectBase>& child) const {
+    Element* result = FromXml_Int(child, parent, *current, context, false);
+    const bool took = result != *current;
+    if (took) {
+        KvVariant value;
+        value.SetXmlObject(child);
+        InvokePropertySet(object, value, parent);
+    }
+    *current = result;
+    return took;
+}
+
 bool CElementInfo::TakeChildByElement(const Context& context, Object* object, Element* parent, Element** current,
                                       ElementCreatorFunc creator, XmlElementType recordType) const {
     // A creator that returns null is not allowed here.
@@ -334,24 +355,9 @@ bool CElementInfo::TakeChildByElement(const Context& context, Object* object, El
                 FormatString(u"The creator function made no object for [%s].", m_elementName.c_str()));
         return created;
     };
-    if (recordType != XmlElementType_Element) {
-        CSmartPtr<CXmlObjectBase> child = create();
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        const bool took = result != *current;
-        if (took) {
-            KvVariant value;
-            value.SetXmlObject(child);
-            InvokePropertySet(object, value, parent);
-        }
-        *current = result;
-        return took;
-    }
+    if (recordType != XmlElementType_Element) return ReadNewContent(context, object, parent, current, create());
     if (!IsThisElement(context, *current)) return false;
-    CSmartPtr<CXmlObjectBase> child = create();
-    KvVariant value;
-    value.SetXmlObject(child);
-    ReadOwnElement(context, child, current, false);
-    InvokePropertySet(object, value, parent);
+    ReadNewChild(context, object, parent, current, create());
     return true;
 }
 

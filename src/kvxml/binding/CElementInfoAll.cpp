@@ -74,24 +74,11 @@ bool CElementInfoAllClsOpt::ElementFromXml(const Context& context, Object* objec
                                            Element** current, const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
         if (!IsThisElement(context, *current)) return false;
-        CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-        KvVariant value;
-        value.SetXmlObject(child);
-        ReadOwnElement(context, child, current, false);
-        InvokePropertySet(object, value, parent);
+        ReadNewChild(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
         return true;
     }
     if (!*current) return false;
-    CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-    Element* result = FromXml_Int(child, parent, *current, context, false);
-    const bool took = result != *current;
-    if (took) {
-        KvVariant value;
-        value.SetXmlObject(child);
-        InvokePropertySet(object, value, parent);
-    }
-    *current = result;
-    return took;
+    return ReadNewContent(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
 }
 
 bool CElementInfoAllClsOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }

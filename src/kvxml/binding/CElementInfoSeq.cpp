@@ -31,16 +31,11 @@ bool CElementInfoSeqAbsClsMnd::ElementFromXml(const Context& context, Object* ob
         ThrowNoSubstitution(m_elementName, parent);
     }
     CSmartPtr<CXmlObjectBase> child = CreateByElement(m_creator, *current, m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
     if (!child) {
         if (parentType != XmlElementType_Element) return false;
         ThrowNoSubstitution(m_elementName, parent);
     }
-    Element* element = *current;
-    FromXml_Int(child, element, element->GetFirstElement(), context, false);
-    InvokePropertySet(object, value, parent);
-    *current = element->GetNextSiblingElement();
+    ReadNewChild(context, object, parent, current, child);
     return true;
 }
 
@@ -48,15 +43,8 @@ bool CElementInfoSeqAbsClsOpt::ElementFromXml(const Context& context, Object* ob
                                               Element** current, const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return true;
     CSmartPtr<CXmlObjectBase> child = CreateByElement(m_creator, *current, m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
     // A creator that knows no class leaves the element unread; the group reports it as left over.
-    if (child) {
-        Element* element = *current;
-        FromXml_Int(child, element, element->GetFirstElement(), context, false);
-        InvokePropertySet(object, value, parent);
-        *current = element->GetNextSiblingElement();
-    }
+    if (child) ReadNewChild(context, object, parent, current, child);
     return true;
 }
 
@@ -107,24 +95,12 @@ bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* objec
 bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
-        if (IsThisElement(context, *current)) {
-            CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-            KvVariant value;
-            value.SetXmlObject(child);
-            ReadOwnElement(context, child, current, false);
-            InvokePropertySet(object, value, parent);
-        }
+        if (IsThisElement(context, *current))
+            ReadNewChild(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
         return true;
     }
-    if (*current) {
-        CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-        KvVariant value;
-        value.SetXmlObject(child);
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        // An object that took nothing is dropped.
-        if (result != *current) InvokePropertySet(object, value, parent);
-        *current = result;
-    }
+    if (*current)
+        ReadNewContent(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
     return true;
 }
 
