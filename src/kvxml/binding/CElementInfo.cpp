@@ -6,6 +6,7 @@
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlGeneratedClass.h"
 #include "kvxml/collections/CElement.h"
+#include "kvxml/collections/CElementCol.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/xml/CXmlElement.h"
@@ -321,6 +322,57 @@ CXmlElement* CElementInfo::ReadWildcard(const Context& context, CXmlObjectBase* 
     if (m_elementName == BindingHelpers::kAnyElement || current->GetLocalName() == m_elementName)
         return FromXml_Int(wildcard, parent, current, context, false);
     return current;
+}
+
+void CElementInfo::ReadNewChild(const Context& context, Object* object, Element* parent, Element** current,
+                                const CSmartPtr<CXmlObjectBase>& child) const {
+    KvVariant value;
+    value.SetXmlObject(child);
+    ReadOwnElement(context, child, current, false);
+    InvokePropertySet(object, value, parent);
+}
+
+bool CElementInfo::ReadNewContent(const Context& context, Object* object, Element* parent, Element** current,
+                                  const CSmartPtr<CXmlObjectBase>& child) const {
+    Element* result = FromXml_Int(child, parent, *current, context, false);
+    const bool took = result != *current;
+    if (took) {
+        KvVariant value;
+        value.SetXmlObject(child);
+        InvokePropertySet(object, value, parent);
+    }
+    *current = result;
+    return took;
+}
+
+bool CElementInfo::TakeChildByElement(const Context& context, Object* object, Element* parent, Element** current,
+                                      ElementCreatorFunc creator, XmlElementType recordType) const {
+    // A creator that returns null is not allowed here.
+    auto create = [&]() {
+        CSmartPtr<CXmlObjectBase> created = CreateByElement(creator, *current, m_elementName);
+        if (!created)
+            throw CKvException(
+                FormatString(u"The creator function made no object for [%s].", m_elementName.c_str()));
+        return created;
+    };
+    if (recordType != XmlElementType_Element) return ReadNewContent(context, object, parent, current, create());
+    if (!IsThisElement(context, *current)) return false;
+    ReadNewChild(context, object, parent, current, create());
+    return true;
+}
+
+CXmlElement* CElementInfo::ReadUntypedCollection(const Context& context, Object* object, Element* parent,
+                                                 Element* current, CSmartPtr<CXmlCollectionBase>& collection) const {
+    CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);
+    CElementCol* elements = dynamic_cast<CElementCol*>(held.get());
+    if (!elements)
+        throw CKvException(FormatString(u"The property [%s] does not hold an element collection.",
+                                        m_elementName.c_str()));
+    collection = elements;
+    if (m_elementName == BindingHelpers::kAnyElement) return FromXml_Int(elements, parent, current, context, false);
+    // With no element left there is no namespace to lock to; the empty one matches nothing present.
+    const std::u16string ns = current ? current->GetNamespaceURI() : std::u16string();
+    return elements->FromXmlLockElementName_Int(m_elementName.c_str(), ns.c_str(), parent, current, context, false);
 }
 
 } // namespace KvXmlLib16Data

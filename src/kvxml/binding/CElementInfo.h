@@ -128,6 +128,21 @@ protected:
     // Lets a wildcard read at *current when the record's name allows it; returns where it stopped.
     Element* ReadWildcard(const Context& context, KvXmlLib16::CXmlObjectBase* wildcard, Element* parent,
                           Element* current) const;
+    // Reads a new child object from its own element at current, then sets the property to it.
+    void ReadNewChild(const Context& context, Object* object, Element* parent, Element** current,
+                      const KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase>& child) const;
+    // Lets a new child object read at current without an element of its own; the property is set only
+    // if the object took something, else the object is dropped. Says whether it took something.
+    bool ReadNewContent(const Context& context, Object* object, Element* parent, Element** current,
+                        const KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase>& child) const;
+    // Reads a child whose class the creator picks, where a record may leave the element to another
+    // (xs:all); says whether it took it. A creator that makes no object fails.
+    bool TakeChildByElement(const Context& context, Object* object, Element* parent, Element** current,
+                            ElementCreatorFunc creator, XmlElementType recordType) const;
+    // Reads the items of an untyped collection property from current on and returns where it stopped,
+    // handing out the collection for the count check. A name other than "AnyElement" locks the items to it.
+    Element* ReadUntypedCollection(const Context& context, Object* object, Element* parent, Element* current,
+                                   KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlCollectionBase>& collection) const;
     // Reads a child object in place of its own element, whose children are read.
     void ReadOwnElement(const Context& context, KvXmlLib16::CXmlObjectBase* child, Element** current,
                         bool ignoreMissingChoice) const;

@@ -21,12 +21,6 @@ bool MandatoryFound(const std::u16string& name, bool found, bool strict) {
                                  std::u16string());
 }
 
-// A creator that returns null is not allowed in this group.
-CSmartPtr<CXmlObjectBase> RequireCreated(CSmartPtr<CXmlObjectBase> created, const std::u16string& name) {
-    if (!created) throw CKvException(FormatString(u"The creator function made no object for [%s].", name.c_str()));
-    return created;
-}
-
 } // namespace
 
 // ---- abstract classes -------------------------------------------------------------------------
@@ -34,106 +28,27 @@ CSmartPtr<CXmlObjectBase> RequireCreated(CSmartPtr<CXmlObjectBase> created, cons
 CElementInfoAllAbsClsMnd::CElementInfoAllAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
                                                    int32_t propertyIndex, XmlElementType elementType,
                                                    ElementCreatorFunc creator, int32_t unused)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_unused(unused) {}
-
-bool CElementInfoAllAbsClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
+    : CElementInfoAbsClsKind(elementName, elementNamespace, propertyIndex, elementType, creator), m_unused(unused) {}
 
 bool CElementInfoAllAbsClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
-    if (m_elementType != XmlElementType_Element) {
-        CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                         m_elementName);
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        const bool took = result != *current;
-        if (took) {
-            KvVariant value;
-            value.SetXmlObject(child);
-            InvokePropertySet(object, value, parent);
-        }
-        *current = result;
-        return took;
-    }
-    if (!IsThisElement(context, *current)) return false;
-    CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                     m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
-    ReadOwnElement(context, child, current, false);
-    InvokePropertySet(object, value, parent);
-    return true;
+    return TakeChildByElement(context, object, parent, current, m_creator, m_elementType);
 }
 
 bool CElementInfoAllAbsClsMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
 }
 
-void CElementInfoAllAbsClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllAbsClsOpt::CElementInfoAllAbsClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoAllAbsClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoAllAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
-    if (m_elementType != XmlElementType_Element) {
-        // Unlike the mandatory form, a used-up group is tested first.
-        if (!*current) return false;
-        CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                         m_elementName);
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        const bool took = result != *current;
-        if (took) {
-            KvVariant value;
-            value.SetXmlObject(child);
-            InvokePropertySet(object, value, parent);
-        }
-        *current = result;
-        return took;
-    }
-    if (!IsThisElement(context, *current)) return false;
-    CSmartPtr<CXmlObjectBase> child = RequireCreated(CreateByElement(m_creator, *current, m_elementName),
-                                                     m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
-    ReadOwnElement(context, child, current, false);
-    InvokePropertySet(object, value, parent);
-    return true;
+    // Unlike the mandatory form, a used-up group is tested first.
+    if (m_elementType != XmlElementType_Element && !*current) return false;
+    return TakeChildByElement(context, object, parent, current, m_creator, m_elementType);
 }
 
 bool CElementInfoAllAbsClsOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
-void CElementInfoAllAbsClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- classes ----------------------------------------------------------------------------------
-
-CElementInfoAllClsMnd::CElementInfoAllClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId, bool contentRequired)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId),
-      m_contentRequired(contentRequired) {}
-
-bool CElementInfoAllClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
 
 bool CElementInfoAllClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
@@ -155,154 +70,54 @@ bool CElementInfoAllClsMnd::Validate(const Context&, const Object*, bool found, 
     return MandatoryFound(m_elementName, found, strict);
 }
 
-void CElementInfoAllClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllClsOpt::CElementInfoAllClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId) {}
-
-bool CElementInfoAllClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoAllClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
         if (!IsThisElement(context, *current)) return false;
-        CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-        KvVariant value;
-        value.SetXmlObject(child);
-        ReadOwnElement(context, child, current, false);
-        InvokePropertySet(object, value, parent);
+        ReadNewChild(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
         return true;
     }
     if (!*current) return false;
-    CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-    Element* result = FromXml_Int(child, parent, *current, context, false);
-    const bool took = result != *current;
-    if (took) {
-        KvVariant value;
-        value.SetXmlObject(child);
-        InvokePropertySet(object, value, parent);
-    }
-    *current = result;
-    return took;
+    return ReadNewContent(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
 }
 
 bool CElementInfoAllClsOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
-void CElementInfoAllClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- enumerations and primitives --------------------------------------------------------------
-
-CElementInfoAllEnumMnd::CElementInfoAllEnumMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoAllEnumMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlEnum(context, object, writer, m_enumToText));
-}
 
 bool CElementInfoAllEnumMnd::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlEnum(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllEnumMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
 }
 
-CElementInfoAllEnumOpt::CElementInfoAllEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoAllEnumOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlEnum(context, object, writer, m_enumToText);
-}
-
 bool CElementInfoAllEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlEnum(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllEnumOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
-CElementInfoAllPrimMnd::CElementInfoAllPrimMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoAllPrimMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlPrim(context, object, writer));
-}
-
 bool CElementInfoAllPrimMnd::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlPrim(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllPrimMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
 }
 
-CElementInfoAllPrimOpt::CElementInfoAllPrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoAllPrimOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlPrim(context, object, writer);
-}
-
 bool CElementInfoAllPrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlPrim(context, object, current);
-    return true;
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoAllPrimOpt::Validate(const Context&, const Object*, bool, bool) const { return true; }
 
 // ---- wildcards --------------------------------------------------------------------------------
-
-CElementInfoAllUntpdMnd::CElementInfoAllUntpdMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoAllUntpdMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
 
 bool CElementInfoAllUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType) const {
@@ -315,19 +130,6 @@ bool CElementInfoAllUntpdMnd::ElementFromXml(const Context& context, Object* obj
 
 bool CElementInfoAllUntpdMnd::Validate(const Context&, const Object*, bool found, bool strict) const {
     return MandatoryFound(m_elementName, found, strict);
-}
-
-CElementInfoAllUntpdOpt::CElementInfoAllUntpdOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoAllUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoAllUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -361,32 +163,6 @@ bool CElementInfoAllCol::ElementFromXml(const Context& context, Object* object, 
     *current = FromXml_Int(collection.get(), parent, *current, context, false);
     return false;
 }
-
-CElementInfoAllAbsClsCol::CElementInfoAllAbsClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoAllAbsClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllClsCol::CElementInfoAllClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoAllClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoAllPrimCol::CElementInfoAllPrimCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoAllUntpdCol::CElementInfoAllUntpdCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex)
-    : CElementInfoAllCol(elementName, elementNamespace, propertyIndex) {}
 
 CElementInfoAllEnumCol::CElementInfoAllEnumCol(const char16_t* elementName, const char16_t* elementNamespace,
                                                int32_t propertyIndex)

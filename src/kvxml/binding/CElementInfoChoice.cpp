@@ -1,11 +1,7 @@
 #include "kvxml/binding/CElementInfoChoice.h"
 
-#include "kvxml/base/CKvException.h"
-#include "kvxml/base/FormatString.h"
-#include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlGeneratedClass.h"
-#include "kvxml/collections/CElementCol.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -24,15 +20,6 @@ void ClearObjectProperty(const CElementInfo& record, CXmlGeneratedClass* object,
 
 } // namespace
 
-CElementInfoChoiceAbsClsOpt::CElementInfoChoiceAbsClsOpt(const char16_t* elementName,
-                                                         const char16_t* elementNamespace, int32_t propertyIndex,
-                                                         XmlElementType elementType, ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoChoiceAbsClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoChoiceAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                                  Element** current, const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return false;
@@ -45,21 +32,7 @@ bool CElementInfoChoiceAbsClsOpt::ElementFromXml(const Context& context, Object*
     return true;
 }
 
-void CElementInfoChoiceAbsClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                            Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceClsOpt::CElementInfoChoiceClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ClassCreatorFunc creator, int32_t classId)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId) {}
-
 bool CElementInfoChoiceClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    // An alternative that is itself a choice may come out empty.
     return ElementToXmlCls(context, object, writer, true);
 }
 
@@ -89,59 +62,14 @@ bool CElementInfoChoiceClsOpt::ElementFromXml(const Context& context, Object* ob
     return true;
 }
 
-void CElementInfoChoiceClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceEnumOpt::CElementInfoChoiceEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                                     EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoChoiceEnumOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlEnum(context, object, writer, m_enumToText);
-}
-
 bool CElementInfoChoiceEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                                const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlEnum(context, object, current);
-    return true;
-}
-
-CElementInfoChoicePrimOpt::CElementInfoChoicePrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex, bool nillable, ItemType itemType,
-                                                     const char16_t* formatOverride,
-                                                     CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                                     const CPrimitiveRestrictions& restrictions,
-                                                     const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoChoicePrimOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlPrim(context, object, writer);
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoChoicePrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                                const char16_t*, XmlElementType) const {
-    if (!IsThisElement(context, *current)) return false;
-    ElementFromXmlPrim(context, object, current);
-    return true;
-}
-
-CElementInfoChoiceUntpdOpt::CElementInfoChoiceUntpdOpt(const char16_t* elementName,
-                                                       const char16_t* elementNamespace, int32_t propertyIndex,
-                                                       const char16_t* namespacePattern,
-                                                       const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoChoiceUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
+    return ReadIfThisElement(context, object, current);
 }
 
 bool CElementInfoChoiceUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -194,55 +122,11 @@ bool CElementInfoChoiceCol::ElementFromXml(const Context& context, Object* objec
     return FinishChoiceCollection(context, collection, result, current, parentType);
 }
 
-CElementInfoChoiceAbsClsCol::CElementInfoChoiceAbsClsCol(const char16_t* elementName,
-                                                         const char16_t* elementNamespace, int32_t propertyIndex,
-                                                         XmlElementType elementType)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoChoiceAbsClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                            Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceClsCol::CElementInfoChoiceClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoChoiceClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoChoiceEnumCol::CElementInfoChoiceEnumCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoChoicePrimCol::CElementInfoChoicePrimCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                     int32_t propertyIndex)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoChoiceUntpdCol::CElementInfoChoiceUntpdCol(const char16_t* elementName,
-                                                       const char16_t* elementNamespace, int32_t propertyIndex)
-    : CElementInfoChoiceCol(elementName, elementNamespace, propertyIndex) {}
-
 bool CElementInfoChoiceUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
                                                 Element** current, const char16_t*,
                                                 XmlElementType parentType) const {
-    CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);
-    CElementCol* collection = dynamic_cast<CElementCol*>(held.get());
-    if (!collection)
-        throw CKvException(FormatString(u"The property [%s] does not hold an element collection.",
-                                        m_elementName.c_str()));
-    Element* result;
-    if (m_elementName == BindingHelpers::kAnyElement) {
-        result = FromXml_Int(collection, parent, *current, context, false);
-    } else {
-        // With no element left there is no namespace to lock to; the empty one matches nothing present.
-        static const std::u16string noNamespace;
-        const std::u16string& ns = *current ? (*current)->GetNamespaceURI() : noNamespace;
-        result = collection->FromXmlLockElementName_Int(m_elementName.c_str(), ns.c_str(), parent, *current, context,
-                                                        false);
-    }
+    CSmartPtr<CXmlCollectionBase> collection;
+    Element* result = ReadUntypedCollection(context, object, parent, *current, collection);
     return FinishChoiceCollection(context, collection, result, current, parentType);
 }
 

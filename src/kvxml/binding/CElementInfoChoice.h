@@ -1,73 +1,49 @@
 #pragma once
 
-#include "kvxml/binding/CElementInfo.h"
+#include "kvxml/binding/CElementInfoKinds.h"
 
 namespace KvXmlLib16Data {
 
 // Alternatives of an xs:choice. A record never searches: it looks at the current element and
-// says whether it took it.
+// says whether it took it. Fields, constructors and writing come from the kinds.
 
-class KVXML_API CElementInfoChoiceAbsClsOpt : public CElementInfo {
+class KVXML_API CElementInfoChoiceAbsClsOpt : public CElementInfoAbsClsKind<Occurrence::Optional> {
 public:
-    CElementInfoChoiceAbsClsOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-        XmlElementType elementType, ElementCreatorFunc creator);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoAbsClsKind::CElementInfoAbsClsKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
-    ElementCreatorFunc m_creator;
 };
 
-class KVXML_API CElementInfoChoiceClsOpt : public CElementInfo {
+class KVXML_API CElementInfoChoiceClsOpt : public CElementInfoClsKind<Occurrence::Optional> {
 public:
-    CElementInfoChoiceClsOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-        XmlElementType elementType, ClassCreatorFunc creator, int32_t classId);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
-    bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
-                        const char16_t* ns, XmlElementType parentType) const override;
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
-    ClassCreatorFunc m_creator;
-    int32_t m_classId;
-};
-
-class KVXML_API CElementInfoChoiceEnumOpt : public CElementInfo {
-public:
-    CElementInfoChoiceEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-        int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,
-        const char16_t* defaultValue);
+    using CElementInfoClsKind::CElementInfoClsKind;
+    // An alternative that is itself a choice may come out empty.
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-class KVXML_API CElementInfoChoicePrimOpt : public CElementInfo {
+// Reads as CElementInfoAllEnumMnd does.
+class KVXML_API CElementInfoChoiceEnumOpt : public CElementInfoEnumKind<Occurrence::Optional> {
 public:
-    CElementInfoChoicePrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-        int32_t propertyIndex, bool nillable, KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
-        KvXmlLib16::CWhitespaceUtils::WhitespaceRule whitespaceRule,
-        const KvXmlLib16::CPrimitiveRestrictions& restrictions, const char16_t* defaultValue);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoEnumKind::CElementInfoEnumKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-class KVXML_API CElementInfoChoiceUntpdOpt : public CElementInfo {
+// Reads as CElementInfoAllPrimMnd does.
+class KVXML_API CElementInfoChoicePrimOpt : public CElementInfoPrimKind<Occurrence::Optional> {
 public:
-    CElementInfoChoiceUntpdOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-        const char16_t* namespacePattern, const char16_t* targetNamespace);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoPrimKind::CElementInfoPrimKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
+};
 
-protected:
-    std::u16string m_namespacePattern;
-    std::u16string m_targetNamespace;
+class KVXML_API CElementInfoChoiceUntpdOpt : public CElementInfoUntpdKind<Occurrence::Optional> {
+public:
+    using CElementInfoUntpdKind::CElementInfoUntpdKind;
+    bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                        const char16_t* ns, XmlElementType parentType) const override;
 };
 
 // Repeated alternatives; the collection is not bounds-checked on writing.
@@ -79,39 +55,32 @@ public:
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-class KVXML_API CElementInfoChoiceAbsClsCol : public CElementInfoChoiceCol {
+// Arguments: name, namespace, property index, element type.
+class KVXML_API CElementInfoChoiceAbsClsCol : public CElementInfoClsColKind<CElementInfoChoiceCol> {
 public:
-    CElementInfoChoiceAbsClsCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-        XmlElementType elementType);
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
+    using CElementInfoClsColKind::CElementInfoClsColKind;
 };
 
-class KVXML_API CElementInfoChoiceClsCol : public CElementInfoChoiceCol {
+// Arguments: name, namespace, property index, element type.
+class KVXML_API CElementInfoChoiceClsCol : public CElementInfoClsColKind<CElementInfoChoiceCol> {
 public:
-    CElementInfoChoiceClsCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-        XmlElementType elementType);
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
+    using CElementInfoClsColKind::CElementInfoClsColKind;
 };
 
 class KVXML_API CElementInfoChoiceEnumCol : public CElementInfoChoiceCol {
 public:
-    CElementInfoChoiceEnumCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
+    using CElementInfoChoiceCol::CElementInfoChoiceCol;
 };
 
 class KVXML_API CElementInfoChoicePrimCol : public CElementInfoChoiceCol {
 public:
-    CElementInfoChoicePrimCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
+    using CElementInfoChoiceCol::CElementInfoChoiceCol;
 };
 
+// Reads its items as elements; a record with a name other than "AnyElement" locks them to it.
 class KVXML_API CElementInfoChoiceUntpdCol : public CElementInfoChoiceCol {
 public:
-    CElementInfoChoiceUntpdCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
+    using CElementInfoChoiceCol::CElementInfoChoiceCol;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };

@@ -2,11 +2,8 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
-#include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlGeneratedClass.h"
-#include "kvxml/collections/CElement.h"
-#include "kvxml/collections/CElementCol.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -26,15 +23,6 @@ namespace {
 
 // ---- abstract classes -------------------------------------------------------------------------
 
-CElementInfoSeqAbsClsMnd::CElementInfoSeqAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoSeqAbsClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
-
 bool CElementInfoSeqAbsClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType parentType) const {
     const bool matched = IsThisElement(context, *current);
@@ -43,68 +31,24 @@ bool CElementInfoSeqAbsClsMnd::ElementFromXml(const Context& context, Object* ob
         ThrowNoSubstitution(m_elementName, parent);
     }
     CSmartPtr<CXmlObjectBase> child = CreateByElement(m_creator, *current, m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
     if (!child) {
         if (parentType != XmlElementType_Element) return false;
         ThrowNoSubstitution(m_elementName, parent);
     }
-    Element* element = *current;
-    FromXml_Int(child, element, element->GetFirstElement(), context, false);
-    InvokePropertySet(object, value, parent);
-    *current = element->GetNextSiblingElement();
+    ReadNewChild(context, object, parent, current, child);
     return true;
-}
-
-void CElementInfoSeqAbsClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqAbsClsOpt::CElementInfoSeqAbsClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator)
-    : CElementInfo(elementName, elementNamespace, propertyIndex), m_elementType(elementType), m_creator(creator) {}
-
-bool CElementInfoSeqAbsClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoSeqAbsClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {
     if (!IsThisElement(context, *current)) return true;
     CSmartPtr<CXmlObjectBase> child = CreateByElement(m_creator, *current, m_elementName);
-    KvVariant value;
-    value.SetXmlObject(child);
     // A creator that knows no class leaves the element unread; the group reports it as left over.
-    if (child) {
-        Element* element = *current;
-        FromXml_Int(child, element, element->GetFirstElement(), context, false);
-        InvokePropertySet(object, value, parent);
-        *current = element->GetNextSiblingElement();
-    }
+    if (child) ReadNewChild(context, object, parent, current, child);
     return true;
 }
 
-void CElementInfoSeqAbsClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- classes ----------------------------------------------------------------------------------
-
-CElementInfoSeqClsMnd::CElementInfoSeqClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId, bool contentRequired)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_contentRequired(contentRequired),
-      m_creator(creator),
-      m_classId(classId) {}
-
-bool CElementInfoSeqClsMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
 
 bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType parentType) const {
@@ -148,62 +92,19 @@ bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* objec
     ThrowMissingChild(parent);
 }
 
-void CElementInfoSeqClsMnd::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqClsOpt::CElementInfoSeqClsOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType,
-                                             ClassCreatorFunc creator, int32_t classId)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_elementType(elementType),
-      m_creator(creator),
-      m_classId(classId) {}
-
-bool CElementInfoSeqClsOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
-}
-
 bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
                                            Element** current, const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
-        if (IsThisElement(context, *current)) {
-            CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-            KvVariant value;
-            value.SetXmlObject(child);
-            ReadOwnElement(context, child, current, false);
-            InvokePropertySet(object, value, parent);
-        }
+        if (IsThisElement(context, *current))
+            ReadNewChild(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
         return true;
     }
-    if (*current) {
-        CSmartPtr<CXmlObjectBase> child = CreateByClassId(m_creator, m_classId, m_elementName);
-        KvVariant value;
-        value.SetXmlObject(child);
-        Element* result = FromXml_Int(child, parent, *current, context, false);
-        // An object that took nothing is dropped.
-        if (result != *current) InvokePropertySet(object, value, parent);
-        *current = result;
-    }
+    if (*current)
+        ReadNewContent(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
     return true;
 }
 
-void CElementInfoSeqClsOpt::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    ClassAttributesToParent(context, object, writer, m_elementType);
-}
-
 // ---- enumerations and primitives --------------------------------------------------------------
-
-CElementInfoSeqEnumMnd::CElementInfoSeqEnumMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoSeqEnumMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlEnum(context, object, writer, m_enumToText));
-}
 
 bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                             Element** current, const char16_t*, XmlElementType parentType) const {
@@ -224,32 +125,10 @@ bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* obje
     }
 }
 
-CElementInfoSeqEnumOpt::CElementInfoSeqEnumOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, EnumToTextFunc enumToText,
-                                               EnumFromTextFunc enumFromText, const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, enumToText, enumFromText, defaultValue) {}
-
-bool CElementInfoSeqEnumOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlEnum(context, object, writer, m_enumToText);
-}
-
 bool CElementInfoSeqEnumOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (IsThisElement(context, *current)) ElementFromXmlEnum(context, object, current);
+    ReadIfThisElement(context, object, current);
     return true;
-}
-
-CElementInfoSeqPrimMnd::CElementInfoSeqPrimMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoSeqPrimMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlPrim(context, object, writer));
 }
 
 bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -270,39 +149,13 @@ bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* obje
     }
 }
 
-CElementInfoSeqPrimOpt::CElementInfoSeqPrimOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex, bool nillable, ItemType itemType,
-                                               const char16_t* formatOverride,
-                                               CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                               const CPrimitiveRestrictions& restrictions,
-                                               const char16_t* defaultValue)
-    : CElementInfo(elementName, elementNamespace, propertyIndex, nillable, itemType, formatOverride, whitespaceRule,
-                   restrictions, defaultValue) {}
-
-bool CElementInfoSeqPrimOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlPrim(context, object, writer);
-}
-
 bool CElementInfoSeqPrimOpt::ElementFromXml(const Context& context, Object* object, Element*, Element** current,
                                             const char16_t*, XmlElementType) const {
-    if (IsThisElement(context, *current)) ElementFromXmlPrim(context, object, current);
+    ReadIfThisElement(context, object, current);
     return true;
 }
 
 // ---- wildcards --------------------------------------------------------------------------------
-
-CElementInfoSeqUntpdMnd::CElementInfoSeqUntpdMnd(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoSeqUntpdMnd::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return MandatoryRule(ElementToXmlCls(context, object, writer, false));
-}
 
 bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType parentType) const {
@@ -317,19 +170,6 @@ bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* obj
     }
     *current = result;
     return true;
-}
-
-CElementInfoSeqUntpdOpt::CElementInfoSeqUntpdOpt(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex, const char16_t* namespacePattern,
-                                                 const char16_t* targetNamespace)
-    : CElementInfo(elementName, elementNamespace, propertyIndex),
-      m_namespacePattern(namespacePattern ? namespacePattern : u""),
-      m_targetNamespace(targetNamespace ? targetNamespace : u"") {
-    m_usesNamespace = true;
-}
-
-bool CElementInfoSeqUntpdOpt::ElementToXml(const Context& context, const Object* object, Writer* writer) const {
-    return ElementToXmlCls(context, object, writer, false);
 }
 
 bool CElementInfoSeqUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
@@ -360,62 +200,23 @@ bool CElementInfoSeqCol::ElementFromXml(const Context& context, Object* object, 
                                         Element** current, const char16_t*, XmlElementType parentType) const {
     CSmartPtr<CXmlCollectionBase> collection = GetPropertyCollection(object);
     *current = FromXml_Int(collection.get(), parent, *current, context, false);
+    return CountRule(context, collection, parentType);
+}
+
+bool CElementInfoSeqCol::CountRule(const Context& context, CXmlCollectionBase* collection,
+                                   XmlElementType parentType) {
     if (parentType == XmlElementType_Element) {
         collection->ValidateCount(context);
         return true;
     }
     return collection->IsValidCount(context);
 }
-
-CElementInfoSeqAbsClsCol::CElementInfoSeqAbsClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                   int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoSeqAbsClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                         Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqClsCol::CElementInfoSeqClsCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                             int32_t propertyIndex, XmlElementType elementType)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex), m_elementType(elementType) {}
-
-void CElementInfoSeqClsCol::PseudoChildAttributeToXml(const Context& context, const Object* object,
-                                                      Writer* writer) const {
-    CollectionAttributesToParent(context, object, writer, m_elementType);
-}
-
-CElementInfoSeqEnumCol::CElementInfoSeqEnumCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoSeqPrimCol::CElementInfoSeqPrimCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                               int32_t propertyIndex)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex) {}
-
-CElementInfoSeqUntpdCol::CElementInfoSeqUntpdCol(const char16_t* elementName, const char16_t* elementNamespace,
-                                                 int32_t propertyIndex)
-    : CElementInfoSeqCol(elementName, elementNamespace, propertyIndex) {}
 
 bool CElementInfoSeqUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
                                              Element** current, const char16_t*, XmlElementType parentType) const {
-    CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);
-    CElementCol* collection = dynamic_cast<CElementCol*>(held.get());
-    if (!collection)
-        throw CKvException(FormatString(u"The property [%s] does not hold an element collection.",
-                                        m_elementName.c_str()));
-    if (m_elementName == BindingHelpers::kAnyElement) {
-        *current = FromXml_Int(collection, parent, *current, context, false);
-    } else {
-        const std::u16string ns = *current ? (*current)->GetNamespaceURI() : std::u16string();
-        *current = collection->FromXmlLockElementName_Int(m_elementName.c_str(), ns.c_str(), parent, *current,
-                                                          context, false);
-    }
-    if (parentType == XmlElementType_Element) {
-        collection->ValidateCount(context);
-        return true;
-    }
-    return collection->IsValidCount(context);
+    CSmartPtr<CXmlCollectionBase> collection;
+    *current = ReadUntypedCollection(context, object, parent, *current, collection);
+    return CountRule(context, collection, parentType);
 }
 
 } // namespace KvXmlLib16Data

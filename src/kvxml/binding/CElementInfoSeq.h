@@ -1,185 +1,124 @@
 #pragma once
 
-#include "kvxml/binding/CElementInfo.h"
+#include "kvxml/binding/CElementInfoKinds.h"
 
 namespace KvXmlLib16Data {
 
-// Children of an xs:sequence. The writing rules here are shared by all three model groups.
+// Children of an xs:sequence. Fields, constructors and writing come from the kinds; each class here
+// adds its reading, which searches forward or fails according to its occurrence.
 
-// A child whose class is chosen at run time by a creator that looks at the element.
-class KVXML_API CElementInfoSeqAbsClsMnd : public CElementInfo {
+class KVXML_API CElementInfoSeqAbsClsMnd : public CElementInfoAbsClsKind<Occurrence::Mandatory> {
 public:
-    CElementInfoSeqAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                             XmlElementType elementType, ElementCreatorFunc creator);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoAbsClsKind::CElementInfoAbsClsKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
-    ElementCreatorFunc m_creator;
 };
 
-class KVXML_API CElementInfoSeqAbsClsOpt : public CElementInfo {
+class KVXML_API CElementInfoSeqAbsClsOpt : public CElementInfoAbsClsKind<Occurrence::Optional> {
 public:
-    CElementInfoSeqAbsClsOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                             XmlElementType elementType, ElementCreatorFunc creator);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoAbsClsKind::CElementInfoAbsClsKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
-    ElementCreatorFunc m_creator;
 };
 
 // A mandatory child class; the property already holds its object, which the record reads into.
-class KVXML_API CElementInfoSeqClsMnd : public CElementInfo {
+class KVXML_API CElementInfoSeqClsMnd : public CElementInfoClsMndKind {
 public:
-    CElementInfoSeqClsMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                          XmlElementType elementType, ClassCreatorFunc creator, int32_t classId,
-                          bool contentRequired);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoClsMndKind::CElementInfoClsMndKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
-    bool m_contentRequired;
-    ClassCreatorFunc m_creator;
-    int32_t m_classId;
 };
 
 // An optional child class; the record makes the object when its element is there.
-class KVXML_API CElementInfoSeqClsOpt : public CElementInfo {
+class KVXML_API CElementInfoSeqClsOpt : public CElementInfoClsKind<Occurrence::Optional> {
 public:
-    CElementInfoSeqClsOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                          XmlElementType elementType, ClassCreatorFunc creator, int32_t classId);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
-    bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
-                        const char16_t* ns, XmlElementType parentType) const override;
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
-
-protected:
-    XmlElementType m_elementType;
-    ClassCreatorFunc m_creator;
-    int32_t m_classId;
-};
-
-class KVXML_API CElementInfoSeqEnumMnd : public CElementInfo {
-public:
-    CElementInfoSeqEnumMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                           bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,
-                           const char16_t* defaultValue);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoClsKind::CElementInfoClsKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-class KVXML_API CElementInfoSeqEnumOpt : public CElementInfo {
+class KVXML_API CElementInfoSeqEnumMnd : public CElementInfoEnumKind<Occurrence::Mandatory> {
 public:
-    CElementInfoSeqEnumOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                           bool nillable, EnumToTextFunc enumToText, EnumFromTextFunc enumFromText,
-                           const char16_t* defaultValue);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoEnumKind::CElementInfoEnumKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-class KVXML_API CElementInfoSeqPrimMnd : public CElementInfo {
+class KVXML_API CElementInfoSeqEnumOpt : public CElementInfoEnumKind<Occurrence::Optional> {
 public:
-    CElementInfoSeqPrimMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                           bool nillable, KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
-                           KvXmlLib16::CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                           const KvXmlLib16::CPrimitiveRestrictions& restrictions, const char16_t* defaultValue);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoEnumKind::CElementInfoEnumKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-class KVXML_API CElementInfoSeqPrimOpt : public CElementInfo {
+class KVXML_API CElementInfoSeqPrimMnd : public CElementInfoPrimKind<Occurrence::Mandatory> {
 public:
-    CElementInfoSeqPrimOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                           bool nillable, KvXmlLib16::ItemType itemType, const char16_t* formatOverride,
-                           KvXmlLib16::CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                           const KvXmlLib16::CPrimitiveRestrictions& restrictions, const char16_t* defaultValue);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoPrimKind::CElementInfoPrimKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
 
-// Wildcard content (xs:any). The name is the marker "AnyElement", or the one name the schema allows.
-class KVXML_API CElementInfoSeqUntpdMnd : public CElementInfo {
+class KVXML_API CElementInfoSeqPrimOpt : public CElementInfoPrimKind<Occurrence::Optional> {
 public:
-    CElementInfoSeqUntpdMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                            const char16_t* namespacePattern, const char16_t* targetNamespace);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoPrimKind::CElementInfoPrimKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-
-protected:
-    std::u16string m_namespacePattern;
-    std::u16string m_targetNamespace;
 };
 
-class KVXML_API CElementInfoSeqUntpdOpt : public CElementInfo {
+class KVXML_API CElementInfoSeqUntpdMnd : public CElementInfoUntpdKind<Occurrence::Mandatory> {
 public:
-    CElementInfoSeqUntpdOpt(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                            const char16_t* namespacePattern, const char16_t* targetNamespace);
-    bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoUntpdKind::CElementInfoUntpdKind;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-
-protected:
-    std::u16string m_namespacePattern;
-    std::u16string m_targetNamespace;
 };
 
-// Repeated children, held in a collection in the property.
+class KVXML_API CElementInfoSeqUntpdOpt : public CElementInfoUntpdKind<Occurrence::Optional> {
+public:
+    using CElementInfoUntpdKind::CElementInfoUntpdKind;
+    bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                        const char16_t* ns, XmlElementType parentType) const override;
+};
+
+// Repeated children, held in a collection in the property; the count is checked after reading.
 class KVXML_API CElementInfoSeqCol : public CElementInfo {
 public:
     CElementInfoSeqCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
     bool ElementToXml(const Context& context, const Object* object, Writer* writer) const override;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
-};
-
-class KVXML_API CElementInfoSeqAbsClsCol : public CElementInfoSeqCol {
-public:
-    CElementInfoSeqAbsClsCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                             XmlElementType elementType);
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
 
 protected:
-    XmlElementType m_elementType;
+    // In a class with an element of its own a wrong count fails; in another it only reports false.
+    static bool CountRule(const Context& context, KvXmlLib16::CXmlCollectionBase* collection,
+                          XmlElementType parentType);
 };
 
-class KVXML_API CElementInfoSeqClsCol : public CElementInfoSeqCol {
+// Arguments: name, namespace, property index, element type.
+class KVXML_API CElementInfoSeqAbsClsCol : public CElementInfoClsColKind<CElementInfoSeqCol> {
 public:
-    CElementInfoSeqClsCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                          XmlElementType elementType);
-    void PseudoChildAttributeToXml(const Context& context, const Object* object, Writer* writer) const override;
+    using CElementInfoClsColKind::CElementInfoClsColKind;
+};
 
-protected:
-    XmlElementType m_elementType;
+// Arguments: name, namespace, property index, element type.
+class KVXML_API CElementInfoSeqClsCol : public CElementInfoClsColKind<CElementInfoSeqCol> {
+public:
+    using CElementInfoClsColKind::CElementInfoClsColKind;
 };
 
 class KVXML_API CElementInfoSeqEnumCol : public CElementInfoSeqCol {
 public:
-    CElementInfoSeqEnumCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
+    using CElementInfoSeqCol::CElementInfoSeqCol;
 };
 
 class KVXML_API CElementInfoSeqPrimCol : public CElementInfoSeqCol {
 public:
-    CElementInfoSeqPrimCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
+    using CElementInfoSeqCol::CElementInfoSeqCol;
 };
 
+// Reads its items as elements; a record with a name other than "AnyElement" locks them to it.
 class KVXML_API CElementInfoSeqUntpdCol : public CElementInfoSeqCol {
 public:
-    CElementInfoSeqUntpdCol(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex);
+    using CElementInfoSeqCol::CElementInfoSeqCol;
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
 };
