@@ -1,4 +1,5 @@
 #include "Checkout.h"
+#include "SampleSupport.h"
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
@@ -15,48 +16,7 @@ namespace PurchaseOrderSample {
 using namespace KvXmlLib16;
 using namespace KvXmlLib16Data;
 
-namespace {
-
-const CPrimitiveRestrictions kNoFacets;
-constexpr CWhitespaceUtils::WhitespaceRule kPreserve = CWhitespaceUtils::WhitespaceRule_Preserve;
-constexpr CWhitespaceUtils::WhitespaceRule kCollapse = CWhitespaceUtils::WhitespaceRule_Collapse;
-
-template <size_t N>
-CElementInfo** ElementTable(CElementInfo* const (&records)[N]) {
-    CElementInfo** table = new CElementInfo*[N + 1];
-    for (size_t i = 0; i < N; ++i) table[i] = records[i];
-    table[N] = nullptr;
-    return table;
-}
-
-CAttributeInfo** EmptyAttributeTable() { return new CAttributeInfo* [1] { nullptr }; }
-
-CPrimitiveRestrictions Pattern(const char16_t* pattern) {
-    return CPrimitiveRestrictions(pattern, -1, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, -1);
-}
-
-// Property access helpers: an unset optional leaves the variant at type 0.
-void GetString(const std::optional<std::u16string>& field, KvVariant& value) {
-    if (field) value.SetString(*field);
-}
-void SetString(std::optional<std::u16string>& field, const KvVariant& value) {
-    if (value.GetTypeAsEnum() == ItemType_string && !value.IsNil())
-        field = value.GetString();
-    else
-        field.reset();
-}
-
-template <class T>
-CSmartPtr<T> ObjectFrom(const KvVariant& value) {
-    CSmartPtr<CXmlObjectBase> object = value.GetXmlObject();
-    return CSmartPtr<T>(dynamic_cast<T*>(object.get()));
-}
-
-[[noreturn]] void ThrowUnknownProperty(int32_t index) {
-    throw CKvInvalidParamException(FormatString(u"Unknown property index %d", index));
-}
-
-} // namespace
+using namespace Support;
 
 // ---- support ----------------------------------------------------------------------------------
 

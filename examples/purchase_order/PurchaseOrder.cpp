@@ -1,4 +1,5 @@
 #include "PurchaseOrder.h"
+#include "SampleSupport.h"
 
 #include "kvxml/base/CKVCriticalSection.h"
 #include "kvxml/base/CKvException.h"
@@ -13,71 +14,7 @@ namespace PurchaseOrderSample {
 using namespace KvXmlLib16;
 using namespace KvXmlLib16Data;
 
-namespace {
-
-const CPrimitiveRestrictions kNoFacets;
-constexpr CWhitespaceUtils::WhitespaceRule kPreserve = CWhitespaceUtils::WhitespaceRule_Preserve;
-constexpr CWhitespaceUtils::WhitespaceRule kCollapse = CWhitespaceUtils::WhitespaceRule_Collapse;
-
-template <size_t N>
-CElementInfo** ElementTable(CElementInfo* const (&records)[N]) {
-    CElementInfo** table = new CElementInfo*[N + 1];
-    for (size_t i = 0; i < N; ++i) table[i] = records[i];
-    table[N] = nullptr;
-    return table;
-}
-
-template <size_t N>
-CAttributeInfo** AttributeTable(CAttributeInfo* const (&records)[N]) {
-    CAttributeInfo** table = new CAttributeInfo*[N + 1];
-    for (size_t i = 0; i < N; ++i) table[i] = records[i];
-    table[N] = nullptr;
-    return table;
-}
-
-CElementInfo** EmptyElementTable() { return new CElementInfo* [1] { nullptr }; }
-CAttributeInfo** EmptyAttributeTable() { return new CAttributeInfo* [1] { nullptr }; }
-
-// Property access helpers: an unset optional leaves the variant at type 0.
-void GetString(const std::optional<std::u16string>& field, KvVariant& value) {
-    if (field) value.SetString(*field);
-}
-void SetString(std::optional<std::u16string>& field, const KvVariant& value) {
-    if (value.GetTypeAsEnum() == ItemType_string && !value.IsNil())
-        field = value.GetString();
-    else
-        field.reset();
-}
-void GetI4(const std::optional<int32_t>& field, KvVariant& value) {
-    if (field) value.SetI4(*field);
-}
-void SetI4(std::optional<int32_t>& field, const KvVariant& value) {
-    if (value.GetTypeAsEnum() == ItemType_i4 && !value.IsNil())
-        field = value.GetI4();
-    else
-        field.reset();
-}
-void GetBoolean(const std::optional<bool>& field, KvVariant& value) {
-    if (field) value.SetBoolean(*field);
-}
-void SetBoolean(std::optional<bool>& field, const KvVariant& value) {
-    if (value.GetTypeAsEnum() == ItemType_boolean && !value.IsNil())
-        field = value.GetBoolean();
-    else
-        field.reset();
-}
-
-template <class T>
-CSmartPtr<T> ObjectFrom(const KvVariant& value) {
-    CSmartPtr<CXmlObjectBase> object = value.GetXmlObject();
-    return CSmartPtr<T>(dynamic_cast<T*>(object.get()));
-}
-
-[[noreturn]] void ThrowUnknownProperty(int32_t index) {
-    throw CKvInvalidParamException(FormatString(u"Unknown property index %d", index));
-}
-
-} // namespace
+using namespace Support;
 
 // ---- support ----------------------------------------------------------------------------------
 
