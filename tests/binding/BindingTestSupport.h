@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "support/KvTestText.h"
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CAttributeInfo.h"
 #include "kvxml/binding/CElementInfo.h"
@@ -41,11 +42,8 @@ using namespace KvXmlLib16Data;
 
 inline constexpr char16_t kXsi[] = u"http://www.w3.org/2001/XMLSchema-instance";
 
-inline std::string Narrow(const std::u16string& s) {
-    std::string out;
-    for (char16_t c : s) out += c < 0x80 ? static_cast<char>(c) : '?';
-    return out;
-}
+using KvTest::MessageOf;
+using KvTest::Narrow;
 
 inline std::u16string Widen(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
@@ -260,17 +258,6 @@ inline std::string Write(const CXmlObjectBase& object, const CSerializationConte
 // Reads a document into the object through the entry point.
 inline void Read(CXmlObjectBase& object, const char* xml, const CSerializationContext& context) {
     object.FromXml(xml, context);
-}
-
-// The message of the exception that the call throws, or "<no exception>".
-template <class F>
-std::string MessageOf(F&& call) {
-    try {
-        call();
-    } catch (const CKvException& e) {
-        return Narrow(e.GetMessage());
-    }
-    return "<no exception>";
 }
 
 template <class F>

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/KvTestText.h"
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/collections/CAttributeCol.h"
@@ -20,7 +21,8 @@ using namespace KvXmlLib16;
 
 namespace {
 
-std::string Narrow(const std::u16string& s) { return std::string(s.begin(), s.end()); }
+using KvTest::MessageOf;
+using KvTest::Narrow;
 
 int g_itemsAlive = 0;
 
@@ -95,15 +97,6 @@ public:
     IEventSink* late = nullptr;
 };
 
-template <class F>
-std::string MessageOf(F f) {
-    try {
-        f();
-    } catch (const CKvException& e) {
-        return Narrow(e.GetMessage());
-    }
-    return "(no exception)";
-}
 
 TEST(CXmlCollection, InsertionPositionsAndTheirMessages) {
     Recorder rec;  // outlives the collection, whose destructor fires
@@ -253,7 +246,7 @@ TEST(CXmlCollectionBase, CountValidationAndNamespaces) {
         CSerializationContext context;
         context.SetIgnoreInvalidCollectionCounts(r.ignore);
         EXPECT_EQ(col->IsValidCount(context), !*r.expected) << r.expected;
-        EXPECT_EQ(MessageOf([&] { col->ValidateCount(context); }), *r.expected ? r.expected : "(no exception)");
+        EXPECT_EQ(MessageOf([&] { col->ValidateCount(context); }), *r.expected ? r.expected : "<no exception>");
         if (*r.expected) {
             EXPECT_THROW(col->ValidateCount(context), CKvValidationException);
         }

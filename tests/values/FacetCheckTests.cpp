@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "support/KvTestText.h"
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
@@ -18,21 +19,8 @@ using namespace KvXmlLib16::PatternInternals;
 
 namespace {
 
-std::string Narrow(const std::u16string& s) {
-    std::string out;
-    for (char16_t c : s) out += c < 128 ? static_cast<char>(c) : '?';
-    return out;
-}
-
-template <class F>
-std::string MessageOf(F f) {
-    try {
-        f();
-    } catch (const CKvException& e) {
-        return Narrow(e.GetMessage());
-    }
-    return "(no exception)";
-}
+using KvTest::MessageOf;
+using KvTest::Narrow;
 
 // Facets by name, so that a table row states only what it sets.
 struct Facets {
