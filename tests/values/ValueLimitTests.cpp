@@ -1,0 +1,46 @@
+#include "values/DateTimeTestUtil.h"
+
+using namespace DateTimeTestUtil;
+
+namespace {
+
+// Date plus duration with quotients far beyond 2^24: exact, or refused where the year leaves 16 bits.
+const struct {
+    const char16_t* start;
+    const char16_t* span;
+    const char16_t* result; // null: refused
+} kLargeSums[] = {
+    {u"2000-01-01T00:00:00", u"PT500000000001S", u"17844-05-15T00:53:21"},
+    {u"2000-01-01T00:00:00", u"PT4294967295M", u"10166-02-15T04:15:00"},
+    {u"2000-01-01T00:00:00", u"PT16777217H", u"3913-12-08T17:00:00"},
+    {u"2000-01-01T00:00:00", u"-PT16777217H", u"0086-01-23T07:00:00"},
+    {u"2000-01-01T00:00:00", u"PT128849018887S", u"6083-01-23T02:08:07"},
+    {u"9999-12-31T23:59:59", u"P22768Y", u"32767-12-31T23:59:59"},
+    {u"2000-01-01T00:00:00", u"PT4294967295H", nullptr},
+    {u"2000-01-01T00:00:00", u"P4294967295M", nullptr},
+    {u"2000-01-01T00:00:00", u"-P4294967295M", nullptr},
+    {u"2000-01-01", u"P65535Y", nullptr},
+    {u"9999-12-31T23:59:59", u"P22768YT1S", nullptr},
+    {u"9999-12-31", u"P22768Y1D", nullptr},
+    {u"-9999-01-01", u"-P22769Y", u"-32768-01-01"},
+    {u"-9999-01-01", u"-P22770Y", nullptr},
+    {u"-9999-01-01", u"-P22769Y1D", nullptr},
+    {u"2000-01-01", u"P4294967295D", nullptr},
+    {u"2000-01-01T00:00:00", u"PT18446744073709551615S", nullptr},
+    {u"2000-01-01T00:00:00", u"-PT18446744073709551615M", nullptr},
+};
+
+TEST(ValueLimits, DatePlusDurationIsExactOrRefused) {
+    for (const auto& c : kLargeSums) {
+        const CDateTime start = Parse(c.start);
+        const CDateTimeSpan span = Span(c.span);
+        if (c.result)
+            EXPECT_EQ((start + span).ToString(), c.result) << Narrow(c.start) << " + " << Narrow(c.span);
+        else
+            EXPECT_EQ(MessageOf([&] { (void)(start + span); }),
+                      u"Invalid Date: adding the duration gives a year outside -32768 to 32767.")
+                << Narrow(c.start) << " + " << Narrow(c.span);
+    }
+}
+
+} // namespace
