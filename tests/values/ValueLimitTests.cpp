@@ -43,4 +43,13 @@ TEST(ValueLimits, DatePlusDurationIsExactOrRefused) {
     }
 }
 
+// Duration numbers that do not fit their fields are refused, never wrapped.
+TEST(ValueLimits, DurationNumbersBeyondTheirFieldsAreRefused) {
+    for (const char16_t* text : {u"P99999999999Y", u"P65536Y", u"P4294967296M", u"P4294967296D", u"PT4294967296H",
+                                 u"PT18446744073709551616M", u"PT18446744073709551616S", u"PT18446744073709551616.5S",
+                                 u"PT99999999999999999999999S", u"P1D99999999999999999999Y"})
+        EXPECT_EQ(MessageOf([&] { CDateTimeSpan().ParseXSDDuration(text); }),
+                  u"Invalid XSD Duration [" + std::u16string(text) + u"] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
+}
+
 } // namespace
