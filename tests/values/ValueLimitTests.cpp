@@ -1,3 +1,5 @@
+#include "kvxml/values/CBigInteger.h"
+#include "kvxml/values/CDecimal.h"
 #include "values/DateTimeTestUtil.h"
 
 using namespace DateTimeTestUtil;
@@ -50,6 +52,39 @@ TEST(ValueLimits, DurationNumbersBeyondTheirFieldsAreRefused) {
                                  u"PT99999999999999999999999S", u"P1D99999999999999999999Y"})
         EXPECT_EQ(MessageOf([&] { CDateTimeSpan().ParseXSDDuration(text); }),
                   u"Invalid XSD Duration [" + std::u16string(text) + u"] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
+}
+
+// One limit for both number classes: a million digits, exponents included; never a cut text.
+TEST(ValueLimits, BigIntegerAndDecimalShareTheDigitLimit) {
+    const std::u16string million = u"1" + std::u16string(999999, u'0');
+    for (const char16_t* text : {u"1E999999", u"10.0E999998", u"100E999997", million.c_str()}) {
+        // Compared as truth values: a million digits are no failure message.
+        if (std::u16string(text).size() < 512) {
+            EXPECT_TRUE(CDecimal(text).ToString() == million) << Narrow(text);
+        }
+        EXPECT_TRUE(CBigInteger(text).ToString() == million) << Narrow(text);
+    }
+    EXPECT_TRUE(CDecimal(CBigInteger(million.c_str())).ToString() == million);
+    for (const char16_t* text : {u"15E999999", u"99999999999999999999E999990"})
+        EXPECT_EQ(MessageOf([&] { CDecimal d(text); }), u"ERROR: Number too large, the limit is 1000000 digits.")
+            << Narrow(text);
+    EXPECT_EQ(MessageOf([] { CDecimal d(u"1E1000000"); }),
+              u"The string representing a Decimal, has an exponent above 999999 [1E1000000].");
+    EXPECT_EQ(MessageOf([&] { CBigInteger b((million + u"0").c_str()); }),
+              u"ERROR: Number too large, the limit is 1000000 digits.");
+}
+
+// Exponents move the point; a negative one keeps the limit plus two places, then rounds to the limit.
+TEST(ValueLimits, DecimalExponentsMoveThePoint) {
+    const struct {
+        const char16_t* text;
+        const char16_t* written;
+    } cases[] = {
+        {u"1.5E-3", u"0.0015"}, {u"-25E-1", u"-2.5"},  {u"123.456E2", u"12345.6"}, {u"-1.5E2", u"-150"},
+        {u"0.00E5", u"0"},      {u"1E-999999", u"0"}, {u"6E-31", u"0.000000000000000000000000000001"},
+        {u"5000000001E-40", u"0"}, {u"0.0012E3", u"1.2"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(CDecimal(c.text).ToString(), c.written) << Narrow(c.text);
 }
 
 } // namespace
