@@ -15,6 +15,7 @@
 
 namespace KvXmlLib16 {
 
+class CBinaryData;
 class CSerializationContext;
 enum SchemaType : int32_t;
 class CExpatReader;
@@ -55,6 +56,11 @@ public:
     void LoadXml(const char16_t* xml);
     // Parses what the input buffer holds as XML text.
     void ParseText();
+
+    // Loading JSON: the text is turned into XML bytes (UTF-8, with a declaration), which are
+    // returned for the XML path; the tree stays empty. The narrow form takes UTF-8.
+    CBinaryData LoadJson(const char* json);
+    CBinaryData LoadJson(const char16_t* json);
 
     const CSerializationContext& GetContext() const { return *m_context; }
 
