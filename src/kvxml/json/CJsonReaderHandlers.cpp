@@ -143,6 +143,13 @@ std::u16string CJsonReaderToXmlHandler::ErrorPath() const {
 }
 
 void CJsonReaderToXmlHandler::BeginElement(const std::u16string& name) {
+    // Well-formed nesting opens at most one element per level of the scanner's limit (and one for
+    // a root element name), but an empty array leaves its element open, so a long run of them
+    // would nest the XML without bound, and its indentation would grow with the square of it.
+    if (m_openElements >= kMaxOpenElements)
+        throw CKvValidationException(
+            FormatString(u"JSON nests more than %d elements inside each other in XML.", kMaxOpenElements),
+            ErrorPath());
     m_pendingAttribute = false;
     m_pendingName = name;
     ++m_openElements;

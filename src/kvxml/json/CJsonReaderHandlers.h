@@ -82,6 +82,8 @@ public:
     void OnBoolean(bool value) override;
     void OnNull() override;
 
+    static constexpr int kMaxOpenElements = 101;
+
 private:
     void BeginElement(const std::u16string& name);
     void CloseValue();
