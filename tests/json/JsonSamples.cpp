@@ -84,7 +84,7 @@ CSmartPtr<CCheckout> MakeCheckout(int giftCards) {
         card->SetExpiry(u"2028-04");
         checkout->GetPaymentMethod()->SetCard(card);
     }
-    checkout->SetGiftMessage(u"Happy\nbirthday!");
+    checkout->SetGiftMessage(u"Happy birthday!");
     return checkout;
 }
 
