@@ -25,4 +25,31 @@ CBinaryData CXmlDocument::LoadJson(const char16_t* json) {
     return ConvertJsonToXml(std::u16string_view(json), *m_context);
 }
 
+CBinaryData CXmlDocument::LoadJsonFile(const char16_t* fileName) {
+    Cleanup();
+    ReadWholeFile(fileName);
+    return ParseJson();
+}
+
+CBinaryData CXmlDocument::LoadJsonStream(const unsigned char* bytes, uint32_t count) {
+    Cleanup();
+    if (!bytes || count == 0) throw CKvException(u"JSON Stream is empty!");
+    SetInput(bytes, count);
+    return ParseJson();
+}
+
+CBinaryData CXmlDocument::ParseJson() {
+    TryInflate();
+    const unsigned char* bytes = m_inputBuffer;
+    uint32_t count = m_inputSize;
+    if (count > 2 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) {
+        bytes += 3;
+        count -= 3;
+    }
+    const std::u16string text = Utf8ToWide(bytes, count);
+    // The bytes are not needed any more; the document serves only its loading here.
+    FreeInput();
+    return ConvertJsonToXml(text, *m_context);
+}
+
 } // namespace KvXmlLib16

@@ -10,6 +10,8 @@
 #include "kvxml/json/CJsonContext.h"
 #include "kvxml/json/CJsonTextWriter.h"
 #include "kvxml/json/JsonUtf8.h"
+#include "kvxml/output/CBinaryStream.h"
+#include "kvxml/output/CFileTextStream.h"
 #include "kvxml/output/CTextStream.h"
 #include "kvxml/values/CBinaryData.h"
 #include "kvxml/xml/CXmlDocument.h"
@@ -48,6 +50,52 @@ std::u16string CXmlObjectBase::ToJson(bool formatted, EOLType eolType, const CSe
     return stream.GetText();
 }
 
+CBinaryData CXmlObjectBase::ToJsonStream(bool formatted, XmlEncoding encoding, EOLType eolType,
+                                         const CSerializationContext& context, CompressionType compression) const {
+    CTextStream stream(4095, encoding);
+    WriteJsonDocument(*this, stream, formatted, eolType, context);
+    CBinaryData data = stream.GetBinaryData();
+    if (compression != CompressionType_None) Compress(data, compression);
+    return data;
+}
+
+void CXmlObjectBase::ToJsonFile(const char16_t* fileName, bool formatted, XmlEncoding encoding, EOLType eolType,
+                                const CSerializationContext& context, CompressionType compression) const {
+    if (compression == CompressionType_ZLib)
+        throw CKvException(u"ZLIB Compression only available for To Stream methods.");
+    if (!GetAsyncToXmlFile() || compression != CompressionType_None) {
+        const CBinaryData data = ToJsonStream(formatted, encoding, eolType, context, compression);
+        CFileBinaryStream file(fileName, encoding, data);
+        file.WriteToFile();
+        return;
+    }
+    // Streamed: the file is complete on disk before an unclosed element can fail the call.
+    CFileTextStream stream(fileName, encoding);
+    WriteJsonDocument(*this, stream, formatted, eolType, context);
+}
+
+void CXmlObjectBase::FromJsonFile(const char16_t* fileName, const CSerializationContext& context) {
+    CBinaryData xml;
+    {
+        CXmlDocument document(context);
+        xml = document.LoadJsonFile(fileName);
+    }
+    FromJson_Int(xml, context);
+}
+
+void CXmlObjectBase::FromJsonStream(const CBinaryData& data, const CSerializationContext& context) {
+    FromJsonStream(data.GetLength() != 0 ? data.GetData() : nullptr, data.GetLength(), context);
+}
+
+void CXmlObjectBase::FromJsonStream(const unsigned char* bytes, uint32_t count, const CSerializationContext& context) {
+    CBinaryData xml;
+    {
+        CXmlDocument document(context);
+        xml = document.LoadJsonStream(bytes, count);
+    }
+    FromJson_Int(xml, context);
+}
+
 void CXmlObjectBase::FromJson(const char16_t* json, const CSerializationContext& context) {
     CBinaryData xml;
     {
@@ -80,10 +128,7 @@ void CXmlObjectBase::FromJson_Int(const CBinaryData& xml, const CSerializationCo
     } restore{context, withoutNamespaces, saved};
     if (withoutNamespaces) context.m_ignoreNamespaces = true;
     try {
-        // The converted XML holds no NUL (every JSON string ends at its first), so it reads as a
-        // terminated narrow text.
-        const std::string text(reinterpret_cast<const char*>(xml.GetData()), xml.GetLength());
-        FromXml(text.c_str(), context);
+        FromXmlStream(xml, context);
     } catch (const CKvException& e) {
         const std::u16string text = Utf8ToWide(xml.GetData(), xml.GetLength());
         throw CKvException(FormatString(u"Error converting JSON to XML:\n%s", text.c_str()), e);
