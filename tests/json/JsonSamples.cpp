@@ -13,7 +13,7 @@ CSmartPtr<CPurchaseOrder> MakeOrder() {
     order->SetCurrency(u"USD");
     order->SetStatus(OrderStatus::Shipped);
     order->GetAnyAttributes()->Add(u"ref", u"A&B", u"urn:partner");
-    order->SetCustomer(u"Alice <Smith>\ttab");
+    order->SetCustomer(u"Alice <Smith>");
     order->SetCustomerNumber(4000000000u);
     order->SetPriority(2);
     order->SetExpress(true);
