@@ -113,32 +113,29 @@ TEST(CJsonTextWriter, ValuesAndEscaping) {
 }
 
 TEST(CJsonTextWriter, Failures) {
+    // Each call after an open root element r.
     const std::pair<std::function<void(CJsonTextWriter&)>, std::string> cases[] = {
         {[](CJsonTextWriter& w) { w.SetEOLType(static_cast<EOLType>(2)); }, "!Invalid EOL type."},
-        {[](CJsonTextWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteStartElement(u"c", u"urn:x");
-         },
-         "!Unknown Namespace: c."},
-        {[](CJsonTextWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteAttribute(u"x", u"urn:x", u"1", kString);
-         },
-         "!Unknown Namespace: x."},
-        {[](CJsonTextWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteXsiType(u"urn:x", u"t", kString);
-         },
-         "!Unknown Namespace: t."},
+        {[](CJsonTextWriter& w) { w.WriteStartElement(u"c", u"urn:x"); }, "!Unknown Namespace: c."},
+        {[](CJsonTextWriter& w) { w.WriteAttribute(u"x", u"urn:x", u"1", kString); }, "!Unknown Namespace: x."},
+        {[](CJsonTextWriter& w) { w.WriteXsiType(u"urn:x", u"t", kString); }, "!Unknown Namespace: t."},
         {[](CJsonTextWriter& w) {
              w.AddNamespaceAlias(u"p", u"urn:x");
-             w.WriteStartElement(u"r", u"");
              w.WriteXsiType(u"urn:x", u"t", kString);
          },
          "!Unknown Namespace: type."},
-        {[](CJsonTextWriter& w) { w.WriteEndElement(); }, "!There is no open element to end."},
+        {[](CJsonTextWriter& w) {
+             w.WriteEndElement();
+             w.WriteEndElement();
+         },
+         "!There is no open element to end."},
     };
-    for (const auto& [calls, message] : cases) EXPECT_EQ(Written(calls), message);
+    for (const auto& [call, message] : cases)
+        EXPECT_EQ(Written([&call](CJsonTextWriter& w) {
+                      w.WriteStartElement(u"r", u"");
+                      call(w);
+                  }),
+                  message);
 }
 
 } // namespace
