@@ -104,7 +104,8 @@ public:
     // The context's own collection (namespace empty, restriction "##any", no target namespace),
     // made on first use: attributes added to it are written on the root element.
     CSmartPtr<CAttributeCol> GetAdditionalRootAttributes() const;
-    // The JSON options, made with their defaults on first use and shared by copies.
+    // The JSON options, made with their defaults on first use and shared by copies. Making them
+    // changes the context: threads sharing a context must have it made before.
     CJsonContext& GetJsonContext() const;
 
 protected:
