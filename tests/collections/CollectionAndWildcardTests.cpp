@@ -8,6 +8,7 @@
 
 #include "support/KvTestText.h"
 #include "kvxml/base/CKvException.h"
+#include "kvxml/base/CNestingGuard.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/collections/CAttributeCol.h"
 #include "kvxml/collections/CElement.h"
@@ -637,10 +638,10 @@ std::u16string Nested(int depth) {
 
 TEST(CElement, DeepNestingFailsCleanly) {
     CSmartPtr<CElement> e(new CElement(u"x"));
-    EXPECT_NO_THROW(e->FromXml(Nested(CElement::MaxNestingDepth).c_str()));
-    EXPECT_THROW(e->FromXml(Nested(CElement::MaxNestingDepth + 1).c_str()), CKvException);
+    EXPECT_NO_THROW(e->FromXml(Nested(kMaxNestingDepth).c_str()));
+    EXPECT_THROW(e->FromXml(Nested(kMaxNestingDepth + 1).c_str()), CKvException);
     CXmlDocument doc;
-    doc.LoadXml(Nested(CElement::MaxNestingDepth + 5).c_str());
+    doc.LoadXml(Nested(kMaxNestingDepth + 5).c_str());
     EXPECT_THROW(e->CopyXmlElement(doc.GetDocumentElement()), CKvException);
 }
 
