@@ -9,10 +9,9 @@
 
 namespace KvXmlLib16 {
 
-// The deepest nesting of elements that any recursive walk accepts (objects, wildcards, trees).
-// 500 is far beyond what schema-bound documents use, and at a few kilobytes of stack per level
-// (several times more under sanitizers) the deepest walk stays within a 1 MB thread stack; the
-// former limit of 1000 for wildcards did not.
+// The deepest nesting of elements that any recursive walk accepts (objects and wildcards). 500 is
+// far beyond what schema-bound documents use, and with a few frames of stack per level (several
+// times larger under sanitizers) the deepest walk stays well inside a small thread stack.
 inline constexpr int32_t kMaxNestingDepth = 500;
 
 // One level of a recursive walk. All walks of a thread share one count, so that a wildcard
