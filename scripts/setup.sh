@@ -49,6 +49,9 @@ case "$mode" in
         ./build/examples/kvxml_purchase_order
         ;;
     test)
+        # Cheap checks first: the tests stay lean and no folder includes one above it.
+        ./scripts/test_ratio.sh
+        ./scripts/check_layers.sh
         # The benchmarks are compiled too, so that they cannot rot unnoticed.
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVXML_BUILD_BENCH=ON
         run_tests build

@@ -99,24 +99,16 @@ inline CAttributeInfo* StringAttribute(const char16_t* name, int32_t index, bool
                                        nullptr);
 }
 
-inline const char16_t* ColourToText(int32_t v) {
-    static const char16_t* names[] = {u"red", u"green", u"blue"};
-    return v >= 0 && v < 3 ? names[v] : nullptr;
-}
-inline int32_t ColourFromText(const char16_t* text) {
+// Enumeration functions as generated code has them, over three names.
+inline constexpr const char16_t* kColours[] = {u"red", u"green", u"blue"};
+inline constexpr const char16_t* kSizes[] = {u"small", u"medium", u"large"};
+template <const char16_t* const* Names>
+const char16_t* EnumToText(int32_t v) { return v >= 0 && v < 3 ? Names[v] : nullptr; }
+template <const char16_t* const* Names>
+int32_t EnumFromText(const char16_t* text) {
     for (int32_t i = 0; i < 3; ++i)
-        if (std::u16string(text) == ColourToText(i)) return i;
-    throw CKvInvalidValueException(u"not a colour");
-}
-
-inline const char16_t* SizeToText(int32_t v) {
-    static const char16_t* names[] = {u"small", u"medium", u"large"};
-    return v >= 0 && v < 3 ? names[v] : nullptr;
-}
-inline int32_t SizeFromText(const char16_t* text) {
-    for (int32_t i = 0; i < 3; ++i)
-        if (std::u16string(text) == SizeToText(i)) return i;
-    throw CKvInvalidValueException(u"not a size");
+        if (std::u16string(text) == Names[i]) return i;
+    throw CKvInvalidValueException(u"not a name of the enumeration");
 }
 
 // Test names for parameterised cases from their descriptions.
@@ -276,7 +268,7 @@ inline CElementInfo* ChoicePrim(const char16_t* name, int32_t index, ItemType ki
     return new CElementInfoChoicePrimOpt(name, u"", index, false, kind, nullptr, kPreserve, NoFacets(), nullptr);
 }
 inline CElementInfo* ChoiceEnum(const char16_t* name, int32_t index) {
-    return new CElementInfoChoiceEnumOpt(name, u"", index, false, &SizeToText, &SizeFromText, nullptr);
+    return new CElementInfoChoiceEnumOpt(name, u"", index, false, &EnumToText<kSizes>, &EnumFromText<kSizes>, nullptr);
 }
 inline CElementInfo* ChoiceCls(const char16_t* name, int32_t index, int32_t classId,
                                XmlElementType type = XmlElementType_Element) {
@@ -289,10 +281,10 @@ inline CElementInfo* AllPrimOpt(const char16_t* name, int32_t index, ItemType ki
     return new CElementInfoAllPrimOpt(name, u"", index, false, kind, nullptr, kPreserve, NoFacets(), nullptr);
 }
 inline CElementInfo* AllEnumMnd(const char16_t* name, int32_t index) {
-    return new CElementInfoAllEnumMnd(name, u"", index, false, &SizeToText, &SizeFromText, nullptr);
+    return new CElementInfoAllEnumMnd(name, u"", index, false, &EnumToText<kSizes>, &EnumFromText<kSizes>, nullptr);
 }
 inline CElementInfo* AllEnumOpt(const char16_t* name, int32_t index) {
-    return new CElementInfoAllEnumOpt(name, u"", index, false, &SizeToText, &SizeFromText, nullptr);
+    return new CElementInfoAllEnumOpt(name, u"", index, false, &EnumToText<kSizes>, &EnumFromText<kSizes>, nullptr);
 }
 // ---- a collection of strings ------------------------------------------------------------------
 

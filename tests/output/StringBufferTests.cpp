@@ -21,45 +21,6 @@ std::u16string Pattern(size_t n, char16_t first = u'a') {
 
 } // namespace
 
-TEST(CStringBuffer, EmptyBufferHasNoBlock) {
-    CStringBuffer empty;
-    empty.Append(u"");
-    empty.Append(static_cast<const char16_t*>(nullptr));
-    EXPECT_EQ(empty.GetBlockCount(), 0u);
-    EXPECT_EQ(std::u16string(empty.GetString()), u"");
-}
-
-// One block is handed out as it stands; several are joined once into one.
-TEST(CStringBuffer, JoinedTextStaysCorrectWhenAppendingContinues) {
-    CStringBuffer buffer(5);
-    buffer.Append(u"abc");
-    EXPECT_EQ(buffer.GetString(), buffer.GetString());
-    buffer.Append(u"defghijkl");
-    EXPECT_EQ(buffer.GetBlockCount(), 3u);
-    EXPECT_EQ(std::u16string(buffer.GetString()), u"abcdefghijkl");
-    buffer.Append(u"mn");
-    EXPECT_EQ(buffer.GetBlockCount(), 2u);
-    EXPECT_EQ(std::u16string(buffer.GetString()), u"abcdefghijklmn");
-}
-
-// Open keeps a single block (also a joined one) and empties it; several blocks it gives back.
-TEST(CTextStream, OpenEmptiesTheText) {
-    CTextStream stream(4, XmlEncoding_UTF8);
-    stream.Append(u"abc");
-    stream.Open();
-    EXPECT_EQ(stream.GetBuffer().GetBlockCount(), 1u);
-    EXPECT_EQ(std::u16string(stream.GetString()), u"");
-    stream.Append(u"de0123456789");
-    stream.Open();
-    EXPECT_EQ(stream.GetBuffer().GetBlockCount(), 0u);
-    stream.Append(u"ijklmnopq");
-    stream.GetString();
-    stream.Open();
-    stream.Append(u"rs");
-    EXPECT_EQ(std::u16string(stream.GetString()), u"rs");
-    EXPECT_EQ(stream.GetText(), u"rs");
-}
-
 // Random appends of every size relative to a tiny block, joins and reopenings keep the buffer equal
 // to a plain string.
 TEST(CStringBuffer, RandomOperationsMatchAPlainString) {

@@ -3,6 +3,7 @@
 // Text helpers that the test programs share.
 
 #include <string>
+#include <type_traits>
 
 #include "kvxml/base/CKvException.h"
 
@@ -15,12 +16,15 @@ inline std::string Narrow(const std::u16string& s) {
     return out;
 }
 
-// The message of the CKvException that the call throws, or "<no exception>".
-template <class F>
+// The message of the CKvException that the call throws, or "<no exception>"; an exception of
+// the family that is not an E is marked as such.
+template <class E = KvXmlLib16::CKvException, class F>
 std::string MessageOf(F&& call) {
     try {
         call();
     } catch (const KvXmlLib16::CKvException& e) {
+        if constexpr (!std::is_same_v<E, KvXmlLib16::CKvException>)
+            if (!dynamic_cast<const E*>(&e)) return "<not the expected type> " + Narrow(e.GetMessage());
         return Narrow(e.GetMessage());
     }
     return "<no exception>";

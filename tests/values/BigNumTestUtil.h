@@ -9,31 +9,19 @@
 #include <string>
 
 #include "kvxml/base/CKvException.h"
+#include "support/KvTestText.h"
 
 namespace BigNumTest {
 
-inline std::u16string W(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+inline std::string N(const std::u16string& s) { return KvTest::Narrow(s); }
 
-inline std::string N(const std::u16string& s)
-{
-    std::string r;
-    for (char16_t c : s)
-        r.push_back(c < 128 ? char(c) : '?');
-    return r;
-}
+inline std::u16string W(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
 // Runs f, expects exception type E with exactly this message.
 template <typename E>
 void ExpectThrowMessage(const std::function<void()>& f, const std::string& message)
 {
-    try {
-        f();
-        ADD_FAILURE() << "no exception, expected: " << message;
-    } catch (const E& e) {
-        EXPECT_EQ(N(e.GetMessage()), message);
-    } catch (const KvXmlLib16::CKvException& e) {
-        ADD_FAILURE() << "wrong exception type, message: " << N(e.GetMessage());
-    }
+    EXPECT_EQ(KvTest::MessageOf<E>(f), message);
 }
 
 // A random run of up to maxLength digits, the first non-zero, or now and then a lone "0".

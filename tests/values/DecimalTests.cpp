@@ -33,34 +33,6 @@ private:
 
 } // namespace
 
-TEST(DecimalParse, Scanner)
-{
-    const std::string zeros29(29, '0');
-    struct Case {
-        std::string text;
-        std::string expected;
-    };
-    const Case cases[] = {
-        {"1.50", "1.5"}, {"1.0", "1"}, {"0.0", "0"}, {"-0.5", "-0.5"}, {"-0", "0"}, {"", "0"}, {"-", "0"},
-        {"1e2", "100"}, {"1.5E-2", "0.015"}, {" 1 2 . 3 ", "12.3"}, {"\t3\r\n.\n25\n", "3.25"},
-        // Signs anywhere in the integer stage, the last one winning.
-        {"1-2", "-12"}, {"-+5", "5"}, {"5-.5", "-5.5"}, {".5", "0.5"}, {"5.", "5"}, {"000012.3400", "12.34"},
-        // Exponents: signs and blanks before the digits, the last sign winning.
-        {"1e+ 2", "100"}, {"1e+-2", "0.01"}, {"1e", "1"}, {"e5", "0"}, {"-12.345e-5", "-0.00012345"},
-        {"0.001e3", "1"}, {"1e" + std::string(30, '0') + "2", "100"},
-        {"1.7E+308", "17" + std::string(307, '0')},
-        // Cut to the limit of 30 places, ties toward zero, after trailing zeros went.
-        {"0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "06", "-0." + zeros29 + "1"},
-        {"0.1" + std::string(28, '0') + "05", "0.1" + zeros29}, {"2." + zeros29 + "19", "2." + zeros29 + "2"},
-        // The carry stays in the fraction: all nines round to a fraction one digit too long.
-        {"0." + std::string(30, '9') + "6", "0.1" + std::string(30, '0')},
-        {std::string(511, '7'), std::string(511, '7')},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(Str(D(W(c.text).c_str())), c.expected) << c.text;
-    EXPECT_EQ(Str(D(nullptr)), "0");
-}
-
 TEST(DecimalParse, Failures)
 {
     struct Case {
@@ -79,7 +51,7 @@ TEST(DecimalParse, Failures)
         {u"1e" + std::u16string(31, u'0') + u"2", more + "31 exponent digits"},
         // Exponents are bounded by the size limit of the numbers.
         {u"1e999999999", "The string representing a Decimal, has an exponent above 999999"},
-        {u"-5e-1000000", "The string representing a Decimal, has an exponent above 999999"},
+        {u"-5e-1000000", "The string representing a Decimal, has an exponent above 999999"}
     };
     for (const Case& c : cases)
         ExpectThrowMessage<CKvInvalidValueException>([&] { CDecimal v(c.text.c_str()); },
@@ -90,30 +62,6 @@ TEST(DecimalParse, Failures)
     EXPECT_EQ(Str(D(u"1e-999990")), "0");
     ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(big * big); },
                                                  "ERROR: Number too large, the limit is 1000000 digits.");
-}
-
-TEST(DecimalParts, SignsAndDivider)
-{
-    struct Case {
-        const char16_t* text;
-        const char* integer;
-        const char* fraction;
-        int32_t divider;
-        bool negativeInteger;
-    };
-    const Case cases[] = {
-        {u"12.05", "12", "5", 2, false}, {u"-1.5", "-1", "-5", 1, true}, {u"-0.5", "0", "-5", 1, true},
-        {u"7", "7", "0", 1, false},      {u"12.50", "12", "5", 1, false}, {u"0.00100", "0", "1", 3, false},
-    };
-    for (const Case& c : cases) {
-        CDecimal v(c.text);
-        EXPECT_EQ(Str(v.GetIntegerPart()), c.integer) << N(c.text);
-        EXPECT_EQ(Str(v.GetFractionPart()), c.fraction) << N(c.text);
-        EXPECT_EQ(v.GetFractionDivider(), c.divider) << N(c.text);
-        EXPECT_EQ(v.GetIntegerPart() < CBigInteger(0), c.negativeInteger) << N(c.text);
-    }
-    EXPECT_EQ(CDecimal().GetFractionDivider(), 1);
-    EXPECT_EQ(Str(CDecimal(int64_t(-9000000000LL))), "-9000000000");
 }
 
 TEST(DecimalArithmetic, Table)
@@ -131,7 +79,7 @@ TEST(DecimalArithmetic, Table)
         {u"2", '/', u"3", "0.666666666666666666666666666667"},
         {u"0", '/', u"-3", "0"},        {u"0.5", '*', u"-0.5", "-0.25"},
         {u"0.000000000000001", '*', u"0.000000000000001", "0.000000000000000000000000000001"},
-        {u"0.000000000000001", '*', u"0.0000000000000001", "0"},
+        {u"0.000000000000001", '*', u"0.0000000000000001", "0"}
     };
     for (const Case& c : cases) {
         CDecimal a(c.a), b(c.b);
@@ -157,78 +105,6 @@ TEST(DecimalArithmetic, Table)
     EXPECT_EQ(Str(one), "1");
 }
 
-TEST(DecimalText, ToStringWithPlaces)
-{
-    struct Case {
-        const char16_t* value;
-        int32_t places;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {u"1.25", 1, "1.3"},   {u"-1.25", 1, "-1.3"},   {u"1", 2, "1.00"},     {u"1.5", 0, "2."},
-        {u"1.2", 0, "1."},     {u"-1.5", 0, "-2."},     {u"0", 2, "0.00"},     {u"2.674", 2, "2.67"},
-        {u"-0.004", 2, "-0.00"}, {u"123.456", 5, "123.45600"},
-        // No fill behind the digits when the rounding removed them, or the limit can't hold the half unit.
-        {u"0.995", 2, "1.0"},  {u"1.5", 40, "1.5"},     {u"-1.25", 600, "-1.25"},
-        {u"1.5", std::numeric_limits<int32_t>::max(), "1.5"},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(N(D(c.value).ToString(c.places)), c.expected) << N(c.value) << " places " << c.places;
-    PlacesGuard guard(700);
-    EXPECT_EQ(N(D(u"1").ToString(600)), "1." + std::string(600, '0'));
-}
-
-TEST(DecimalText, PlainToStringIsNeverCut)
-{
-    CDecimal big(u"1e1100");
-    EXPECT_EQ(Str(big), "1" + std::string(1100, '0'));
-    EXPECT_EQ(Str(big + D(u"0.5")), "1" + std::string(1100, '0') + ".5");
-}
-
-TEST(DecimalConvert, Numbers)
-{
-    EXPECT_EQ(D(u"2147483647.4").ToLong(), 2147483647);
-    EXPECT_EQ(D(u"-2147483648.5").ToLong(), std::numeric_limits<int32_t>::min());
-    EXPECT_EQ(D(u"1.6").ToLong(), 2);
-    EXPECT_EQ(D(u"1.6").ToLongLong(), 1);
-    EXPECT_EQ(D(u"-1.6").ToLong(), -2);
-    EXPECT_EQ(D(u"-1.6").ToLongLong(), -1);
-    EXPECT_EQ(D(u"9223372036854775807.9").ToLongLong(), std::numeric_limits<int64_t>::max());
-    ExpectThrowMessage<CKvOverFlowException>([] { (void)D(u"2147483647.6").ToLong(); },
-                                             "The Decimal value if to large to fit into a LONG");
-    ExpectThrowMessage<CKvOverFlowException>([] { (void)D(u"9223372036854775808").ToLongLong(); },
-                                             "The Decimal value if to large to fit into a LONGLONG");
-    EXPECT_EQ(D(u"-0.015").ToDouble(), -0.015);
-    EXPECT_EQ(D(u"-1.7e308").ToDouble(), -1.7e308);
-    ExpectThrowMessage<CKvOverFlowException>([] { (void)D(u"1.8e308").ToDouble(); },
-                                             "The Decimal value if to large to fit into a Double");
-    EXPECT_EQ(Str(D(u"2.5").ToBigInteger()), "2");
-    EXPECT_EQ(Str(D(u"-2.6").ToBigInteger()), "-3");
-
-    // From a double: 13 decimals are taken.
-    struct Case {
-        double value;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {0.1, "0.1"}, {-1.25, "-1.25"}, {1e-14, "0"}, {-0.0, "0"}, {1e20, "100000000000000000000"},
-        {0.12345678901234, "0.1234567890123"}, {0.00000000000005, "0.0000000000001"},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(Str(CDecimal(c.value)), c.expected) << c.value;
-    EXPECT_THROW(CDecimal(std::numeric_limits<double>::infinity()), CKvInvalidValueException);
-}
-
-TEST(DecimalCompare, OrderAndEquality)
-{
-    EXPECT_TRUE(D(u"-0.5") < D(u"0.3") && D(u"0.3") > D(u"-0.5"));
-    EXPECT_TRUE(D(u"-1.5") < D(u"-1.05") && D(u"1.05") <= D(u"1.5") && D(u"2") >= D(u"1.999"));
-    EXPECT_TRUE(D(u"1.999") != D(u"2"));
-    EXPECT_TRUE(D(u"12.50") == D(u"12.5") && D(u"1.0") == CDecimal(1));
-    // A zero integer part counts by its sign.
-    EXPECT_TRUE(D(u"-0") == D(u"0") && D(u"-0") < D(u"0") && !(D(u"-0") >= D(u"0")));
-}
-
 TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide)
 {
     EXPECT_EQ(CDecimal::GetMaxDecimalPlaces(), 30);
@@ -244,11 +120,6 @@ TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide)
         CDecimal v(u"0.96");
         EXPECT_EQ(Str(v), "0.10");
         EXPECT_EQ(Str(v + D(u"0")), "1");
-    }
-    {
-        PlacesGuard guard(0);
-        EXPECT_EQ(Str(D(u"2.6")), "3");
-        EXPECT_EQ(Str(D(u"7") / D(u"2")), "3");
     }
     // Whatever the limit, operations work or fail cleanly.
     for (int32_t limit : {-5, -1, 2000000, std::numeric_limits<int32_t>::max(), std::numeric_limits<int32_t>::min()}) {

@@ -74,16 +74,6 @@ const KindCase kKinds[] = {
 
 } // namespace
 
-TEST(Variant, FreshVariantIsInvalid) {
-    KvVariant v;
-    EXPECT_FALSE(v.IsValid());
-    EXPECT_FALSE(v.IsNil());
-    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_Invalid);
-    EXPECT_EQ(v.GetI8(), 0);
-    EXPECT_KV_THROW(v.GetType(), CKvException, u"Invalid Type 0");
-    EXPECT_KV_THROW(v.ToString(), CKvException, u"Invalid Type 0 to convert to string");
-}
-
 TEST(Variant, EachKindSetsConvertsAndCopies) {
     for (const auto& c : kKinds) {
         SCOPED_TRACE(N(c.typeText));
@@ -98,11 +88,8 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
         KvVariant assigned;
         assigned.SetString(u"old value");
         assigned = v;
-        for (const KvVariant* w : {&copy, &assigned}) {
-            EXPECT_EQ(w->GetTypeAsEnum(), c.kind);
-            EXPECT_EQ(N(w->ToString()), N(c.text));
-        }
         v.Clear();  // the copies own their values
+        EXPECT_TRUE(copy.GetTypeAsEnum() == c.kind && assigned.GetTypeAsEnum() == c.kind);
         EXPECT_EQ(N(copy.ToString()), N(c.text));
         EXPECT_EQ(N(assigned.ToString()), N(c.text));
 
@@ -111,16 +98,6 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
         EXPECT_EQ(parsed.GetTypeAsEnum(), c.kind);
         EXPECT_EQ(N(parsed.ToString()), N(c.text));
     }
-}
-
-TEST(Variant, CalendarComponentsAndStringGetter) {
-    KvVariant y, m, d;
-    y.SetYear(2024);
-    m.SetMonth(12);
-    d.SetDay(31);
-    EXPECT_EQ(y.GetType() + m.GetType() + d.GetType(), u"yearmonthday");
-    EXPECT_EQ(y.GetYear() + m.GetMonth() + d.GetDay(), 2024 + 12 + 31);
-    EXPECT_EQ(y.GetString(), u"") << "a non-string kind has no string";
 }
 
 TEST(Variant, NilFlag) {
@@ -152,37 +129,19 @@ TEST(Variant, NilFlag) {
     KvVariant target;
     target.SetI8(-1);
     target = nilString;
-    EXPECT_TRUE(target.IsNil());
-    EXPECT_EQ(target.GetTypeAsEnum(), ItemType_string);
-    EXPECT_EQ(target.GetString(), u"");
+    EXPECT_TRUE(target.IsNil() && target.GetTypeAsEnum() == ItemType_string && target.GetString().empty());
     target.SetString(u"new");
     EXPECT_EQ(target.GetString(), u"new");
-    KvVariant nilBinary;
-    nilBinary.SetHexBinary(CBinaryData(u"x"));
-    nilBinary.SetNil();
-    EXPECT_EQ(KvVariant(nilBinary).GetHexBinary().GetData(), nullptr);
 }
 
+// Kept on purpose: assignment clears the target before it reads the source, so an alias reads
+// back type 0 with its value released.
 TEST(Variant, SelfAssignmentReleasesTheValue) {
     KvVariant v;
     v.SetString(u"value");
     KvVariant& alias = v;
     v = alias;
     EXPECT_FALSE(v.IsValid());
-}
-
-TEST(Variant, TypeNumbersWithoutText) {
-    VariantProbe bogus;
-    bogus.ForceType(40);
-    KvVariant target;
-    EXPECT_KV_THROW(target = bogus, CKvException, u"Unknown Type");
-    EXPECT_KV_THROW(bogus.GetType(), CKvException, u"Invalid Type 40");
-    EXPECT_KV_THROW(bogus.ToString(), CKvException, u"Invalid Type 40 to convert to string");
-    bogus.ForceType(0);
-    KvVariant object;
-    object.SetXmlObject(nullptr);
-    EXPECT_KV_THROW(object.GetType(), CKvException, u"Invalid Type 27");
-    EXPECT_KV_THROW(object.ToString(u"%d"), CKvException, u"Invalid Type 27 to convert to string");
 }
 
 TEST(Variant, FromStringLeavesTheVariantOnFailure) {
@@ -202,29 +161,6 @@ TEST(Variant, FromStringLeavesTheVariantOnFailure) {
     v.FromString(u" 42 ", ItemType_ui2, W::WhitespaceRule_Collapse);
     EXPECT_FALSE(v.IsNil());
     EXPECT_EQ(v.GetUI2(), 42);
-}
-
-TEST(Variant, OnlyRealsTakeTheFormat) {
-    KvVariant v;
-    v.SetR8(2.0 / 3.0);
-    EXPECT_EQ(v.ToString(u"%.3f"), u"0.667");
-    EXPECT_EQ(v.ToString(u""), u"0.6666666666666666");
-    v.SetR4(0.5f);
-    EXPECT_EQ(v.ToString(u"%.2f"), u"0.50");
-    v.SetI4(12);
-    EXPECT_EQ(v.ToString(u"%.3f"), u"12");
-}
-
-TEST(Variant, BinaryKindsShareTheBuffer) {
-    CBinaryData data = Bytes({1, 2, 3});
-    KvVariant v;
-    v.SetBase64Binary(data);
-    KvVariant copy(v);
-    EXPECT_EQ(copy.GetBase64Binary().GetData(), data.GetData());
-    CBinaryData out = copy.GetBase64Binary();
-    out[0] = 9;  // a write through one handle detaches it
-    EXPECT_EQ(copy.ToString(), u"AQID");
-    EXPECT_EQ(data[0], 1);
 }
 
 TEST(Variant, ObjectsAndCollectionsAreCounted) {
@@ -247,10 +183,6 @@ TEST(Variant, ObjectsAndCollectionsAreCounted) {
         EXPECT_EQ(obj->Count(), 1);
         v.SetXmlObject(obj);  // the same object again survives the release of the old reference
         EXPECT_EQ(obj->Count(), 1);
-        KvVariant nilObj(v);
-        nilObj.SetNil();
-        EXPECT_EQ(obj->Count(), 1);
-        EXPECT_TRUE(nilObj.GetXmlObject().IsNull());
         EXPECT_EQ(destroyed, 0);
     }
     EXPECT_EQ(destroyed, 2);
@@ -260,8 +192,6 @@ TEST(Variant, ObjectsAndCollectionsAreCounted) {
     EXPECT_EQ(none.GetTypeAsEnum(), ItemType_xmlObject);
     EXPECT_TRUE(KvVariant(none).GetXmlObject().IsNull());
     EXPECT_TRUE(none.GetXmlCollection<TestCollection>().IsNull());
-    none.SetXmlCollection(nullptr);
-    EXPECT_TRUE(none.GetXmlCollection<TestCollection>().IsNull());
     none.SetString(u"s");
     EXPECT_TRUE(none.GetXmlObject().IsNull()) << "a string is not taken for an object";
 }
@@ -270,7 +200,7 @@ TEST(Variant, ValueClassKindsAreCopiedAndReleased) {
     const std::pair<ItemType, std::u16string> rows[] = {
         {ItemType_duration, u"duration"}, {ItemType_yearMonth, u"yearMonth"}, {ItemType_monthDay, u"monthDay"},
         {ItemType_date, u"date"}, {ItemType_datetime, u"datetime"}, {ItemType_time, u"time"},
-        {ItemType_decimal, u"decimal"}, {ItemType_integer, u"integer"},
+        {ItemType_decimal, u"decimal"}, {ItemType_integer, u"integer"}
     };
     for (const auto& [kind, text] : rows) {
         SCOPED_TRACE(N(text));

@@ -51,17 +51,6 @@ TEST(Whitespace, RulesAndInPlaceFormAgree) {
     }
 }
 
-TEST(Whitespace, PreservePointerFormTakesTheGivenLength) {
-    const char16_t text[] = u"a\r\nb\rc-rest";
-    EXPECT_EQ(W::Preserve(text, 6), u"a\nb\nc");
-    EXPECT_EQ(W::Preserve(text, 0), u"");
-    EXPECT_EQ(W::Preserve(text, -5), u"");
-    EXPECT_EQ(W::Preserve(nullptr, 3), u"");
-    const char16_t withNul[] = {u'x', 0, u'y'};
-    EXPECT_EQ(W::Preserve(withNul, 3), u"x");
-    EXPECT_EQ(W::Preserve(u"a\r\n", 2), u"a\n");
-}
-
 TEST(Whitespace, UnknownRuleAndBlankSet) {
     EXPECT_KV_THROW(W::ApplyRule(static_cast<W::WhitespaceRule>(4), u"x"), CKvException, u"Unknown WhitespaceRule");
     std::u16string scratch;

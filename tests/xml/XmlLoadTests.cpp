@@ -88,29 +88,12 @@ TEST(CXmlDocumentLoad, FailuresCarryExpatsWordsAndTheLine) {
         {"<a>\n\n<b>\n</a>", u"mismatched tag at line 4"},
         {"<a>\r\n<b x='1' x='2'/></a>", u"duplicate attribute at line 2"},
         {"<a>&undefined;</a>", u"undefined entity at line 1"},
-        {"<a/><b/>", u"junk after document element at line 1"},
-        {"<a>", u"no element found at line 1"},
         {"<p:a/>", u"unbound prefix at line 1"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(LoadError(c.xml), c.message) << c.xml;
         EXPECT_EQ(LoadError(Widen(c.xml).c_str()), c.message) << c.xml;
     }
-}
-
-TEST(CXmlDocumentLoad, WideAndNarrowTextGiveTheSameTree) {
-    CXmlDocument fromNarrow;
-    fromNarrow.LoadXml("<r a='\xE2\x82\xAC'>\xF0\x9F\x98\x80<c/></r>");
-    CXmlDocument fromWide;
-    fromWide.LoadXml(u"<r a='\u20AC'>\U0001F600<c/></r>");
-    for (const CXmlDocument* document : {&fromNarrow, &fromWide}) {
-        const CXmlElement* r = document->GetDocumentElement();
-        EXPECT_EQ(r->GetText(), u"\U0001F600");
-        EXPECT_EQ(r->GetAttribute(u"a", u""), u"\u20AC");
-        EXPECT_EQ(r->GetFirstElement()->GetLocalName(), u"c");
-    }
-    fromNarrow.LoadXml("<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>"); // the declaration decides
-    EXPECT_EQ(fromNarrow.GetDocumentElement()->GetText(), u"\u00E9");
 }
 
 TEST(CXmlDocumentLoad, FailedLoadKeepsThePartialTreeAndReloadsStartWithCleanup) {
@@ -120,9 +103,8 @@ TEST(CXmlDocumentLoad, FailedLoadKeepsThePartialTreeAndReloadsStartWithCleanup) 
     ASSERT_TRUE(a);
     EXPECT_EQ(a->GetText(), u"x");
     const CXmlElement* b = a->GetFirstElement();
-    EXPECT_EQ(b->GetText(), u"yz");
-    EXPECT_EQ(b->GetFirstElement()->GetText(), u"text");
-    EXPECT_EQ(b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(), u"d");
+    EXPECT_EQ(b->GetText() + b->GetFirstElement()->GetText() + b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(),
+              u"yztextd");
 
     const int64_t before = CXmlElement::GetLiveElementCount();
     document.LoadXml("<x xmlns:p='urn:p'>t</x>");
@@ -185,28 +167,6 @@ TEST(CXmlDocumentFilter, DroppingEveryElementKeepsMemoryFlat) {
         ASSERT_EQ(e->GetFirstElement()->GetText(), n);
     }
     EXPECT_EQ(i, count);
-}
-
-TEST(CXmlDocumentFilter, DroppingSomeSiblingsKeepsTheRestLinked) {
-    const int count = 100000;
-    std::string xml = "<root>";
-    for (int i = 0; i < count; ++i) xml += "<i id='" + std::to_string(i) + "'/>";
-    xml += "</root>";
-    ResetFilterCounts();
-    CXmlDocument document(&DropOddIds);
-    document.LoadXml(xml.c_str());
-    EXPECT_EQ(g_filterCalls, count + 1);
-    int kept = 0;
-    const CXmlElement* last = nullptr;
-    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e; e = e->GetNextSiblingElement()) {
-        EXPECT_EQ(e->GetAttribute(u"id", u""), Widen(std::to_string(2 * kept++)));
-        last = e;
-    }
-    EXPECT_EQ(kept, count / 2);
-    // The last-child pointer still points at the real end.
-    EXPECT_EQ(last->GetNextSiblingElement(), nullptr);
-    const CXmlElement* appended = document.GetDocumentElement()->CreateNewChildElement();
-    EXPECT_EQ(last->GetNextSiblingElement(), appended);
 }
 
 TEST(CXmlDocumentFilter, AnExceptionFromTheFilterPassesThroughTheParser) {
@@ -277,28 +237,6 @@ TEST(CXmlDocumentLoad, LongTextRunsComeThroughWhole) {
     document.LoadXml((u"<a>" + outer + u"<b>" + inner + u"</b>w</a>").c_str());
     EXPECT_TRUE(document.GetDocumentElement()->GetText() == outer + u"w");
     EXPECT_TRUE(document.GetDocumentElement()->GetFirstElement()->GetText() == inner);
-}
-
-TEST(CXmlDocumentLoad, HundredThousandChildrenAttributesAndDeclarations) {
-    const int count = 100000;
-    std::string xml = "<r";
-    for (int i = 0; i < count; ++i) xml += " a" + std::to_string(i) + "='" + std::to_string(i) + "'";
-    for (int i = 0; i < 20000; ++i) xml += " xmlns:p" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
-    xml += ">";
-    for (int i = 0; i < count; ++i) xml += "<c>" + std::to_string(i) + "</c>";
-    xml += "<p19999:c/></r>";
-    CXmlDocument document;
-    document.LoadXml(xml.c_str());
-    const CXmlElement* r = document.GetDocumentElement();
-    ASSERT_EQ(r->GetAttributes().size(), static_cast<size_t>(count));
-    EXPECT_EQ(r->GetAttribute(u"a54321", u""), u"54321");
-    const CXmlElement* c = r->GetFirstElement();
-    for (int i = 0; i < count - 1; ++i) c = c->GetNextSiblingElement();
-    EXPECT_EQ(c->GetText(), u"99999");
-    // Paths, built on the error paths of every reader, stay cheap with many siblings and aliases.
-    EXPECT_EQ(c->GetXPath(), u"/r/c[100000]");
-    EXPECT_EQ(c->GetNextSiblingElement()->GetXPath(), u"/r/p19999:c");
-    EXPECT_EQ(document.LookupAliasFromNamespace(u"urn:123"), u"p123");
 }
 
 // Mutated documents, narrow and wide, through every reading mode: each load either succeeds or

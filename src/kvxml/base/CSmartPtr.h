@@ -4,7 +4,7 @@
 
 namespace KvXmlLib16 {
 
-// Counted pointer over the intrusive atomic count of CXmlObjectBase (and anything with the same
+// Counted pointer over the intrusive atomic count of CRefCounted (and anything with the same
 // AddRef/Release pair). Taking a non-null pointer counts it; dropping it releases, and the object
 // destroys itself when its count reaches 0.
 template <class T>

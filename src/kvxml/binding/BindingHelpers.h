@@ -19,7 +19,6 @@ class CPrimitiveRestrictions;
 
 namespace BindingHelpers {
 
-inline constexpr const char16_t* kXsiNamespace = u"http://www.w3.org/2001/XMLSchema-instance";
 // The name of a wildcard record that takes any element.
 inline constexpr const char16_t* kAnyElement = u"AnyElement";
 

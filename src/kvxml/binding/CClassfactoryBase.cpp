@@ -1,6 +1,6 @@
 #include "kvxml/binding/CClassfactoryBase.h"
 
-#include "kvxml/output/CXmlWriter.h"
+#include "kvxml/base/KvNamespaces.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
 

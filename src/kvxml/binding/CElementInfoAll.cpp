@@ -2,9 +2,7 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
-#include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
-#include "kvxml/binding/CXmlGeneratedClass.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -27,8 +25,8 @@ bool MandatoryFound(const std::u16string& name, bool found, bool strict) {
 
 CElementInfoAllAbsClsMnd::CElementInfoAllAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace,
                                                    int32_t propertyIndex, XmlElementType elementType,
-                                                   ElementCreatorFunc creator, int32_t unused)
-    : CElementInfoAbsClsKind(elementName, elementNamespace, propertyIndex, elementType, creator), m_unused(unused) {}
+                                                   ElementCreatorFunc creator, int32_t)
+    : CElementInfoAbsClsKind(elementName, elementNamespace, propertyIndex, elementType, creator) {}
 
 bool CElementInfoAllAbsClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
                                               Element** current, const char16_t*, XmlElementType) const {

@@ -9,14 +9,12 @@ namespace KvXmlLib16Data {
 
 class KVXML_API CElementInfoAllAbsClsMnd : public CElementInfoAbsClsKind<Occurrence::Mandatory> {
 public:
+    // Generated code passes one more number, which nothing needs.
     CElementInfoAllAbsClsMnd(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
         XmlElementType elementType, ElementCreatorFunc creator, int32_t unused);
     bool ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
                         const char16_t* ns, XmlElementType parentType) const override;
     bool Validate(const Context& context, const Object* object, bool found, bool strict) const override;
-
-protected:
-    int32_t m_unused; // stored, read by nothing
 };
 
 class KVXML_API CElementInfoAllAbsClsOpt : public CElementInfoAbsClsKind<Occurrence::Optional> {

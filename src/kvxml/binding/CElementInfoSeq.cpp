@@ -3,7 +3,6 @@
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/binding/CSerializationContext.h"
-#include "kvxml/binding/CXmlGeneratedClass.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/xml/CXmlElement.h"
 

@@ -1,5 +1,7 @@
 #include "kvxml/binding/CSerializationContext.h"
 
+#include <mutex>
+
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/collections/CAttributeCol.h"
@@ -133,6 +135,14 @@ void CSerializationContext::SetIndentChars(const char16_t* indent) {
         if (*p != u' ' && *p != u'\t')
             throw CKvInvalidParamException(u"IndentChars can only contain Whitespace characters, i.e. \\t or spaces");
     m_indentChars = indent;
+}
+
+// Made under a lock: the default context is shared by every thread of the process.
+CSmartPtr<CAttributeCol> CSerializationContext::GetAdditionalRootAttributes() const {
+    static std::mutex creation;
+    std::lock_guard<std::mutex> lock(creation);
+    if (!m_additionalRootAttributes) m_additionalRootAttributes = new CAttributeCol(u"", u"##any", u"");
+    return m_additionalRootAttributes;
 }
 
 } // namespace KvXmlLib16

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "kvxml/base/CKvException.h"
+#include "kvxml/base/CNestingGuard.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/binding/BindingHelpers.h"
-#include "kvxml/binding/CElementInfoAll.h"
 #include "kvxml/binding/CElementInfoChoice.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/INillable.h"
@@ -53,24 +53,6 @@ const CParentElementInfo& ClassInfoOf(const CXmlGeneratedClass* object) {
     if (!info) throw CKvException(u"The class has no class metadata.");
     return *info;
 }
-
-// Each nested class costs a few frames of stack. A document or an object tree nested deeper than
-// this, or an object graph with a cycle, fails instead of overflowing the stack.
-constexpr int kMaxNesting = 500;
-thread_local int t_nesting = 0;
-
-class NestingGuard {
-public:
-    NestingGuard() {
-        if (++t_nesting > kMaxNesting) {
-            --t_nesting;
-            throw CKvException(FormatString(u"The nesting of elements exceeds %d levels.", kMaxNesting));
-        }
-    }
-    ~NestingGuard() { --t_nesting; }
-    NestingGuard(const NestingGuard&) = delete;
-    NestingGuard& operator=(const NestingGuard&) = delete;
-};
 
 using BindingHelpers::ThrowLeftOver;
 
@@ -141,7 +123,7 @@ void CXmlGeneratedClass::ProcessAttributesToXml(const CSerializationContext& con
 void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
                                    const CSerializationContext& context, bool noErrorOnEmptyChoice) const {
     try {
-        NestingGuard nesting;
+        CNestingGuard nesting;
         const CParentElementInfo& info = ClassInfoOf(this);
         const bool ownElement = info.GetElementType() == XmlElementType_Element;
         // The namespace handed down is nearly always the class's own: reuse that string then.
@@ -280,7 +262,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
     if (!element) throw CKvException(u"No element to read from.");
     CXmlElement* result = nullptr;
     try {
-        NestingGuard nesting;
+        CNestingGuard nesting;
         Init();
         const CParentElementInfo& info = ClassInfoOf(this);
         // The object takes the name of the element it was read from, and writes itself under it later.

@@ -4,19 +4,20 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
+#include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CTextStream.h"
 #include "kvxml/output/CXmlTextWriter.h"
 
 namespace KvXmlLib16 {
 
-CXmlObjectBase::CXmlObjectBase() : m_refCount(0) {}
+CXmlObjectBase::CXmlObjectBase() = default;
 
 CXmlObjectBase::CXmlObjectBase(const CXmlObjectBase& other)
-    : IEventSink(other), m_elementName(other.m_elementName), m_refCount(other.m_refCount.load()) {}
+    : IEventSink(other), CRefCounted(other), m_elementName(other.m_elementName) {}
 
 CXmlObjectBase& CXmlObjectBase::operator=(const CXmlObjectBase& other) {
+    CRefCounted::operator=(other);
     m_elementName = other.m_elementName;
-    m_refCount.store(other.m_refCount.load());
     return *this;
 }
 
@@ -26,14 +27,6 @@ void CXmlObjectBase::OnEvent(CXmlObjectBase*, MsgType, void*) {}
 
 const CXmlObjectBase* CXmlObjectBase::GetBase() const {
     return const_cast<CXmlObjectBase*>(this)->GetBase();
-}
-
-int32_t CXmlObjectBase::AddRef() { return m_refCount.fetch_add(1) + 1; }
-
-int32_t CXmlObjectBase::Release() {
-    const int32_t count = m_refCount.fetch_sub(1) - 1;
-    if (count == 0) delete this;
-    return count;
 }
 
 void CXmlObjectBase::SetElementName(const char16_t* name) { m_elementName = name ? name : u""; }
@@ -174,6 +167,41 @@ void CXmlObjectBase::Choice_CollectionChanged(const char16_t* propertyName, int3
     }
     if (newItemCount < 1) return;
     selectedProperty = Safe(propertyName);
+}
+
+// ---- the collection helpers of CXmlObjectBase ----
+
+void CXmlObjectBase::FireOnCollectionChangeEvent(IEventSink* sink, CXmlCollectionBase* collection) {
+    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_CollectionChanged, nullptr);
+}
+
+void CXmlObjectBase::FireOnCollectionAddEvent(IEventSink* sink, CXmlCollectionBase* collection, void* item) {
+    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemAdding, item);
+}
+
+void CXmlObjectBase::FireOnCollectionAddCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection, void* item) {
+    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemAdded, item);
+}
+
+void CXmlObjectBase::FireOnCollectionRemoveEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index) {
+    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemRemoving, index == -1 ? nullptr : &index);
+}
+
+void CXmlObjectBase::FireOnCollectionRemoveCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection,
+                                                         int32_t index) {
+    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemRemoved, index == -1 ? nullptr : &index);
+}
+
+void CXmlObjectBase::Choice_Read_Collection(CXmlCollectionBase* collection, CXmlElement* parent,
+                                            CXmlElement*& current, int32_t& itemsRead,
+                                            const CSerializationContext& context) {
+    if (itemsRead >= 1) return;
+    CXmlElement* next = collection->FromXml_Int(parent, current, context, false);
+    if (next != current) {
+        current = next;
+        collection->ValidateCount(context);
+        ++itemsRead;
+    }
 }
 
 } // namespace KvXmlLib16

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <string>
 
+#include "kvxml/base/CRefCounted.h"
 #include "kvxml/base/CSmartPtr.h"
 #include "kvxml/base/IEventSink.h"
 #include "kvxml/binding/CSerializationContext.h"
@@ -22,9 +22,8 @@ class CXmlCollectionBase;
 class CElement;
 
 // Root of everything that can be written to or read from a document. Carries the element name
-// that the object is written as and an intrusive atomic reference count that starts at 0: the
-// first CSmartPtr that takes the object brings it to 1.
-class KVXML_API CXmlObjectBase : public IEventSink {
+// that the object is written as and the reference count of CRefCounted.
+class KVXML_API CXmlObjectBase : public IEventSink, public CRefCounted {
 public:
     CXmlObjectBase();
     // Copies take the element name and, unusually, the source's reference count too.
@@ -99,10 +98,6 @@ public:
     static void FireOnCollectionRemoveEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index);
     static void FireOnCollectionRemoveCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index);
 
-    int32_t AddRef();
-    // At 0 the object destroys itself. Release on a count of 0 yields -1 and destroys nothing.
-    int32_t Release();
-
     std::u16string GetElementName() const { return m_elementName; }
     void SetElementName(const char16_t* name);
     static void SetElementName(CXmlObjectBase* object, const char16_t* name);
@@ -155,7 +150,6 @@ protected:
     void FromJson_Int(const CBinaryData& xml, const CSerializationContext& context);
 
     std::u16string m_elementName;
-    std::atomic<int32_t> m_refCount;
 };
 
 } // namespace KvXmlLib16

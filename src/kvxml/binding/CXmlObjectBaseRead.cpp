@@ -1,6 +1,7 @@
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/collections/CElement.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -50,6 +51,15 @@ bool CXmlObjectBase::DoesElementNameMatch(const CSerializationContext& context, 
     if (!element || element->GetLocalName() != OrEmpty(name)) return false;
     if (context.GetSchemaType() == SchemaType_NoNamespaces || context.GetIgnoreNamespaces()) return true;
     return element->GetNamespaceURI() == OrEmpty(namespaceUri);
+}
+
+// ---- reading an object from an untyped element ----
+
+// The element goes through text, whatever the context passed: only the reading uses it.
+void CXmlObjectBase::FromXmlElement(CElement* element, const CSerializationContext& context) {
+    if (!element) throw CKvInvalidParamException(u"FromXmlElement needs an element to read from, not NULL");
+    const std::u16string xml = element->ToXml(false, false, EOLType_LF, CSerializationContext::GetDefaultContext());
+    FromXml(xml.c_str(), context);
 }
 
 } // namespace KvXmlLib16

@@ -5,8 +5,6 @@
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/xml/CXmlElement.h"
 
-#include <mutex>
-
 namespace KvXmlLib16 {
 
 namespace {
@@ -78,14 +76,6 @@ CXmlElement* CAttributeCol::FromXml_Int(CXmlElement* element, CXmlElement* curso
         Add(attribute->GetLocalName().c_str(), attribute->GetValue().c_str(), attribute->GetNamespaceURI().c_str());
     }
     return cursor;
-}
-
-// Made under a lock: the default context is shared by every thread of the process.
-CSmartPtr<CAttributeCol> CSerializationContext::GetAdditionalRootAttributes() const {
-    static std::mutex creation;
-    std::lock_guard<std::mutex> lock(creation);
-    if (!m_additionalRootAttributes) m_additionalRootAttributes = new CAttributeCol(u"", u"##any", u"");
-    return m_additionalRootAttributes;
 }
 
 } // namespace KvXmlLib16

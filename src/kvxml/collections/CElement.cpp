@@ -1,6 +1,7 @@
 #include "kvxml/collections/CElement.h"
 
 #include "kvxml/base/CKvException.h"
+#include "kvxml/base/CNestingGuard.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/output/CTextStream.h"
@@ -20,27 +21,6 @@ bool IsWildcardKeyword(const char16_t* ns) {
     const std::u16string_view v(ns);
     return v == u"##any" || v == u"##other" || v == u"##local" || v == u"##targetNamespace";
 }
-
-// Reading a wildcard recurses once per level of the input; a document nested deeper than any
-// sensible content must fail cleanly rather than exhaust the stack.
-class NestingGuard {
-public:
-    NestingGuard() {
-        if (++s_depth > CElement::MaxNestingDepth) {
-            --s_depth;
-            throw CKvException(FormatString(u"The element nesting exceeds the limit of %d levels",
-                                            static_cast<int32_t>(CElement::MaxNestingDepth)));
-        }
-    }
-    ~NestingGuard() { --s_depth; }
-    NestingGuard(const NestingGuard&) = delete;
-    NestingGuard& operator=(const NestingGuard&) = delete;
-
-private:
-    static thread_local int32_t s_depth;
-};
-
-thread_local int32_t NestingGuard::s_depth = 0;
 
 } // namespace
 
@@ -112,7 +92,7 @@ CSmartPtr<CElement> CElement::Clone() const {
 }
 
 void CElement::CopyXmlElement(const CXmlElement* element) {
-    NestingGuard guard;
+    CNestingGuard guard;
     m_name = element->GetLocalName();
     m_namespace = element->GetNamespaceURI();
     m_text = element->GetText();
@@ -178,7 +158,7 @@ void CElement::ToXmlWithOwnWriter(CXmlWriter* writer, const CSerializationContex
 
 CXmlElement* CElement::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) {
     if (!element) return nullptr;
-    NestingGuard guard;
+    CNestingGuard guard;
     if (!IsNamespaceValid(element->GetNamespaceURI().c_str(), m_namespaceRestriction.c_str(),
                           m_targetNamespace.c_str()))
         return element;
@@ -190,15 +170,6 @@ CXmlElement* CElement::FromXml_Int(CXmlElement*, CXmlElement* element, const CSe
     m_name = element->GetLocalName();
     m_namespace = element->GetNamespaceURI();
     return element->GetNextSiblingElement();
-}
-
-// ---- reading an object from an untyped element ----
-
-// The element goes through text, whatever the context passed: only the reading uses it.
-void CXmlObjectBase::FromXmlElement(CElement* element, const CSerializationContext& context) {
-    if (!element) throw CKvInvalidParamException(u"FromXmlElement needs an element to read from, not NULL");
-    const std::u16string xml = element->ToXml(false, false, EOLType_LF, CSerializationContext::GetDefaultContext());
-    FromXml(xml.c_str(), context);
 }
 
 } // namespace KvXmlLib16

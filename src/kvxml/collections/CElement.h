@@ -18,9 +18,6 @@ class CXmlElement;
 // namespace it is tested against.
 class KVXML_API CElement : public CXmlObjectBase, public CInstanceMonitor {
 public:
-    // Deepest nesting that reading and copying from a tree accept.
-    static constexpr int32_t MaxNestingDepth = 1000;
-
     // Restriction "##any", no namespace, no target namespace.
     explicit CElement(const char16_t* name);
     // The namespace is its own restriction; a wildcard keyword as namespace throws

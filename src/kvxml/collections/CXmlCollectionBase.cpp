@@ -74,39 +74,4 @@ void CXmlCollectionBase::FireOnCollectionRemoveComplete(int32_t index) {
     Fire(IEventSink::MsgType_ItemRemoved, index == -1 ? nullptr : &index);
 }
 
-// ---- the collection helpers of CXmlObjectBase ----
-
-void CXmlObjectBase::FireOnCollectionChangeEvent(IEventSink* sink, CXmlCollectionBase* collection) {
-    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_CollectionChanged, nullptr);
-}
-
-void CXmlObjectBase::FireOnCollectionAddEvent(IEventSink* sink, CXmlCollectionBase* collection, void* item) {
-    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemAdding, item);
-}
-
-void CXmlObjectBase::FireOnCollectionAddCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection, void* item) {
-    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemAdded, item);
-}
-
-void CXmlObjectBase::FireOnCollectionRemoveEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index) {
-    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemRemoving, index == -1 ? nullptr : &index);
-}
-
-void CXmlObjectBase::FireOnCollectionRemoveCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection,
-                                                         int32_t index) {
-    sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemRemoved, index == -1 ? nullptr : &index);
-}
-
-void CXmlObjectBase::Choice_Read_Collection(CXmlCollectionBase* collection, CXmlElement* parent,
-                                            CXmlElement*& current, int32_t& itemsRead,
-                                            const CSerializationContext& context) {
-    if (itemsRead >= 1) return;
-    CXmlElement* next = collection->FromXml_Int(parent, current, context, false);
-    if (next != current) {
-        current = next;
-        collection->ValidateCount(context);
-        ++itemsRead;
-    }
-}
-
 } // namespace KvXmlLib16

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kvxml/base/CInstanceMonitor.h"
+#include "kvxml/base/KvNamespaces.h"
 #include "kvxml/platform/KvExport.h"
 
 namespace KvXmlLib16 {
@@ -13,11 +14,6 @@ namespace KvXmlLib16 {
 // The kind of a primitive value; defined with the variant. Declared here with its fixed 32-bit
 // underlying type so that the writer interface does not depend on the value classes.
 enum ItemType : int32_t;
-
-// The three namespace names that the writers treat by name.
-inline constexpr char16_t kXmlNamespaceURI[] = u"http://www.w3.org/XML/1998/namespace";
-inline constexpr char16_t kXsiNamespaceURI[] = u"http://www.w3.org/2001/XMLSchema-instance";
-inline constexpr char16_t kXmlnsNamespaceURI[] = u"http://www.w3.org/2000/xmlns/";
 
 // Abstract event interface that every serialiser implements: XML text, JSON, Fast Infoset.
 // The base keeps the stack of open elements and the namespace scopes, so that all writers share

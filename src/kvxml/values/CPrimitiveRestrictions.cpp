@@ -6,7 +6,6 @@
 #include "kvxml/values/CBinaryData.h"
 #include "kvxml/values/CConversions.h"
 #include "kvxml/values/CDateTime.h"
-#include "kvxml/values/CDateTimeSpan.h"
 #include "kvxml/values/CDecimal.h"
 #include "kvxml/values/KvVariant.h"
 

@@ -4,7 +4,6 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
-#include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CConversions.h"
 #include "kvxml/values/CDateTime.h"
@@ -295,19 +294,12 @@ void KvVariant::SetBase64Binary(const CBinaryData& value) {
 
 CBinaryData KvVariant::GetBase64Binary() const { return GetHexBinary(); }
 
-void KvVariant::SetObject(ItemType kind, CXmlObjectBase* value) {
+void KvVariant::SetObject(ItemType kind, CRefCounted* value) {
     // The new reference is taken first: the object may be the one this variant already holds.
     if (value != nullptr) value->AddRef();
     Clear();
     m_type = kind;
     m_value.obj = value;
-}
-
-void KvVariant::SetXmlObject(CXmlObjectBase* value) { SetObject(ItemType_xmlObject, value); }
-
-CSmartPtr<CXmlObjectBase> KvVariant::GetXmlObject() const {
-    if (m_type != ItemType_xmlObject && m_type != ItemType_xmlCollection) return CSmartPtr<CXmlObjectBase>();
-    return CSmartPtr<CXmlObjectBase>(m_value.obj);
 }
 
 } // namespace KvXmlLib16

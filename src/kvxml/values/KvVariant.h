@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "kvxml/base/CRefCounted.h"
 #include "kvxml/base/CSmartPtr.h"
 #include "kvxml/platform/KvExport.h"
 #include "kvxml/values/CBinaryData.h"
@@ -111,16 +112,22 @@ public:
     CBigInteger GetInteger() const;
     // ---- [bignum] end ----
 
-    // May be null. A non-null object gains one reference, released by Clear.
-    void SetXmlObject(CXmlObjectBase* value);
+    // Takes a CXmlObjectBase (or a CSmartPtr of one); may be null. A non-null object gains one
+    // reference, released by Clear. The variant holds objects by their count alone, so this
+    // header does without the object classes, which need only be complete where these are called.
+    void SetXmlObject(CRefCounted* value) { SetObject(ItemType_xmlObject, value); }
     // Empty unless the variant holds an object (kind 27 or 28).
-    CSmartPtr<CXmlObjectBase> GetXmlObject() const;
+    template <class O = CXmlObjectBase>
+    CSmartPtr<O> GetXmlObject() const {
+        const bool held = m_type == ItemType_xmlObject || m_type == ItemType_xmlCollection;
+        return CSmartPtr<O>(held ? static_cast<O*>(m_value.obj) : nullptr);
+    }
 
     // Collections are objects too and are stored as such; the templates let this header do
     // without the collection class, which need only be complete where these are called.
     template <class C>
     void SetXmlCollection(C* value) {
-        SetObject(ItemType_xmlCollection, static_cast<CXmlObjectBase*>(value));
+        SetObject(ItemType_xmlCollection, static_cast<CRefCounted*>(value));
     }
     void SetXmlCollection(std::nullptr_t) { SetObject(ItemType_xmlCollection, nullptr); }
     template <class C = CXmlCollectionBase>
@@ -148,10 +155,10 @@ protected:
         std::u16string* str;
         CDecimal* dec;
         CBigInteger* big;
-        CXmlObjectBase* obj;
+        CRefCounted* obj;
     };
 
-    void SetObject(ItemType kind, CXmlObjectBase* value);
+    void SetObject(ItemType kind, CRefCounted* value);
     void SetDateKind(ItemType kind, const CDateTime& value); // [datetime]
     CDateTime GetDateKind() const;                           // [datetime]
 

@@ -21,7 +21,6 @@ namespace KvXmlLib16 {
 
 namespace {
 
-constexpr uint32_t kScratchSize = 1024;
 constexpr char16_t kNamespaceSeparator = u'|';
 constexpr size_t kPendingLimit = 64 * 1024;
 
@@ -56,7 +55,7 @@ inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16st
 } // namespace
 
 CExpatReader::CExpatReader(CXmlDocument* document)
-    : m_document(document), m_scratchSize(kScratchSize), m_parser(nullptr), m_pendingLength(0),
+    : m_document(document), m_parser(nullptr), m_pendingLength(0),
       m_pendingCapacity(0) {}
 
 CExpatReader::~CExpatReader() { FreeParser(); }
@@ -69,7 +68,6 @@ void CExpatReader::FreeParser() {
 }
 
 void CExpatReader::Initialise() {
-    m_scratchBuffer.reset(new unsigned char[m_scratchSize]);
     FreeParser();
     m_failure = nullptr;
     m_pendingLength = 0;
@@ -111,7 +109,6 @@ void CExpatReader::ParseBuffer(bool final) {
     } catch (...) {
         if (!m_failure) m_failure = std::current_exception();
     }
-    m_scratchBuffer.reset();
     if (m_failure) {
         FreeParser();
         std::exception_ptr failure = m_failure;

@@ -55,8 +55,6 @@ private:
     static void EndCdata(void* user);
 
     CXmlDocument* m_document;
-    std::unique_ptr<unsigned char[]> m_scratchBuffer;
-    uint32_t m_scratchSize;
     XML_ParserStruct* m_parser;
     std::exception_ptr m_failure;
     std::unique_ptr<char16_t[]> m_pendingText;

@@ -1,5 +1,6 @@
 #include "kvxml/xml/CXmlAttribute.h"
 
+#include "kvxml/base/KvNamespaces.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
 #include "kvxml/xml/CXmlNodePool.h"
@@ -7,9 +8,6 @@
 namespace KvXmlLib16 {
 
 namespace {
-
-constexpr std::u16string_view kXsiNamespace = u"http://www.w3.org/2001/XMLSchema-instance";
-constexpr std::u16string_view kXmlnsNamespace = u"http://www.w3.org/2000/xmlns/";
 
 std::u16string_view OrEmpty(const char16_t* text) {
     return text ? std::u16string_view(text) : std::u16string_view();
@@ -86,14 +84,14 @@ std::u16string CXmlAttribute::GetXPath() const {
 }
 
 bool CXmlAttribute::IsNamespaceAttribute() const {
-    if (m_namespaceURI.Get() != kXsiNamespace && m_namespaceURI.Get() != kXmlnsNamespace) return false;
+    if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
     const std::u16string& name = m_localName.Get();
     return name == u"xmlns" || name == u"type" || name == u"schemaLocation" ||
            name == u"noNamespaceSchemaLocation";
 }
 
 bool CXmlAttribute::IsNilAttribute() const {
-    if (m_namespaceURI.Get() != kXsiNamespace && m_namespaceURI.Get() != kXmlnsNamespace) return false;
+    if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
     return m_localName.Get() == u"nil";
 }
 
