@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <iterator>
 
-// The example classes are compiled with PurchaseOrderTests.cpp and CheckoutTests.cpp.
-#include "../../examples/purchase_order/Checkout.h"
+// The purchase order is compiled with PurchaseOrderTests.cpp; the checkout here.
+#include "../../examples/purchase_order/Checkout.cpp"
 #include "kvxml/output/CFileTextStream.h"
 
 namespace BindingTest {

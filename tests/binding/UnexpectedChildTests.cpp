@@ -14,7 +14,7 @@ const struct {
     {"sequence enum", XmlElementGroupType_Seq,
      [] {
          return static_cast<CElementInfo*>(
-             new CElementInfoSeqEnumOpt(u"customer", u"", 0, false, ColourToText, ColourFromText, nullptr));
+             new CElementInfoSeqEnumOpt(u"customer", u"", 0, false, &EnumToText<kColours>, &EnumFromText<kColours>, nullptr));
      },
      "0"},
     {"choice", XmlElementGroupType_Choice, [] { return ChoicePrim(u"customer", 0); }, "red"},
