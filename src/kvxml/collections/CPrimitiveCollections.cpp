@@ -77,6 +77,13 @@ struct KindOps<bool, ItemType_boolean> {
     static void Check(const char16_t*, bool, const CPrimitiveRestrictions&) {}
 };
 
+// With no facet at all every kind passes, so the common unrestricted collection skips the check.
+bool HasFacets(const CPrimitiveRestrictions& r) {
+    return !r.GetPattern().empty() || r.GetMinLength() >= 0 || r.GetMaxLength() >= 0 || r.GetLength() >= 0 ||
+           r.GetTotalDigits() >= 0 || r.GetFractionDigits() >= 0 || !r.GetMinInclusive().empty() ||
+           !r.GetMaxInclusive().empty() || !r.GetMinExclusive().empty() || !r.GetMaxExclusive().empty();
+}
+
 // Message 4 carries the real index only in the string and boolean collections; elsewhere 0.
 template <class V>
 constexpr bool kRealIndexWhenRemoved = std::is_same_v<V, std::u16string> || std::is_same_v<V, bool>;
@@ -132,7 +139,8 @@ void CPrimitiveCol<V, Kind>::AddAt(int32_t index, const V& value) {
     void* item = const_cast<V*>(&value);
     this->FireOnCollectionAdd(item);
     this->CheckInsertIndex(index);
-    KindOps<V, Kind>::Check(this->m_elementName.c_str(), value, this->m_restrictions);
+    if (HasFacets(this->m_restrictions))
+        KindOps<V, Kind>::Check(this->m_elementName.c_str(), value, this->m_restrictions);
     this->InsertChecked(index, value, item);
 }
 
@@ -216,6 +224,12 @@ const char16_t* WrongDateTypeMessage(ItemType kind) {
 template <ItemType Kind, CDateTime::DTType Tag>
 void CDateTypedCol<Kind, Tag>::AddAt(int32_t index, const CDateTime& value) {
     if (value.GetType() != Tag) throw CKvInvalidParamException(WrongDateTypeMessage(Kind));
+    if (HasFacets(m_restrictions)) CheckFacets(value);
+    BaseAddAt(index, value);
+}
+
+template <ItemType Kind, CDateTime::DTType Tag>
+void CDateTypedCol<Kind, Tag>::CheckFacets(const CDateTime& value) const {
     KvVariant variant;
     switch (Kind) {
     case ItemType_yearMonth: variant.SetYearMonth(value); break;
@@ -225,7 +239,6 @@ void CDateTypedCol<Kind, Tag>::AddAt(int32_t index, const CDateTime& value) {
     default: variant.SetDateTime(value); break;
     }
     CheckPrimitiveRestrictions(m_elementName.c_str(), variant, Kind, m_restrictions);
-    BaseAddAt(index, value);
 }
 
 // ---- instantiations ----

@@ -120,6 +120,9 @@ public:
 
     // Throws CKvInvalidParamException for a value of another type tag, then checks the facets.
     void AddAt(int32_t index, const CDateTime& value) override;
+
+private:
+    void CheckFacets(const CDateTime& value) const;
 };
 
 // The instantiations live in the library.
