@@ -59,6 +59,7 @@
 #include "kvxml/collections/CAttributeCol.h"
 #include "kvxml/collections/CElement.h"
 #include "kvxml/collections/CElementCol.h"
+#include "kvxml/collections/CPrimitiveCollections.h"
 #include "kvxml/collections/CXmlCollection.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/collections/CXmlTypeCollection.h"
