@@ -29,6 +29,9 @@
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/output/OutputEnums.h"
 
+#include "kvxml/fastinfoset/CFIVocabulary.h"
+#include "kvxml/fastinfoset/CFastInfosetBinaryData.h"
+#include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "kvxml/fastinfoset/FInfoDecl.h"
 
 #include "kvxml/xml/CXmlAttribute.h"

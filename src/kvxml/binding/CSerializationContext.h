@@ -104,6 +104,8 @@ public:
     // The context's own collection (namespace empty, restriction "##any", no target namespace),
     // made on first use: attributes added to it are written on the root element.
     CSmartPtr<CAttributeCol> GetAdditionalRootAttributes() const;
+    // The Fast Infoset options, made with their defaults on first use (defined with that class).
+    CFastInfosetContext& GetFIContext() const;
 
 protected:
     // Shared, not cloned, by copies: a copy sees the same Fast Infoset and JSON options as its
