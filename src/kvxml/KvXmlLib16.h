@@ -23,6 +23,7 @@
 #include "kvxml/values/ItemType.h"
 #include "kvxml/values/KvVariant.h"
 
+#include "kvxml/output/CBinaryStream.h"
 #include "kvxml/output/CStringBuffer.h"
 #include "kvxml/output/CTextStream.h"
 #include "kvxml/output/CXmlTextWriter.h"
