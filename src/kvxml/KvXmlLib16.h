@@ -33,6 +33,7 @@
 #include "kvxml/fastinfoset/CFIVocabulary.h"
 #include "kvxml/fastinfoset/CFastInfosetBinaryData.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
+#include "kvxml/fastinfoset/CFastInfosetWriter.h"
 #include "kvxml/fastinfoset/FInfoDecl.h"
 
 #include "kvxml/xml/CXmlAttribute.h"

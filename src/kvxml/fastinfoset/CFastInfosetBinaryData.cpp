@@ -11,10 +11,9 @@ namespace {
 
 constexpr auto kRule = CConversions::WhitespaceRule::WhitespaceRule_Collapse;
 
-void AppendBigEndian(CBinaryData& data, uint64_t value, unsigned octets) {
-    unsigned char bytes[8];
-    for (unsigned i = 0; i < octets; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * (octets - 1 - i)));
-    data.Append(bytes, octets);
+uint32_t PutBigEndian(unsigned char* out, uint64_t value, unsigned octets) {
+    for (unsigned i = 0; i < octets; ++i) out[i] = static_cast<unsigned char>(value >> (8 * (octets - 1 - i)));
+    return octets;
 }
 
 uint64_t ReadBigEndian(const unsigned char* p, unsigned octets) {
@@ -52,9 +51,35 @@ std::u16string BooleansToString(const unsigned char* data, uint32_t length) {
 
 } // namespace
 
+uint32_t CFastInfosetBinaryData::EncodeFixedItem(uint32_t algorithm, const std::u16string& text, unsigned char* out) {
+    switch (algorithm) {
+    case Algorithm_Short:
+        return PutBigEndian(out, static_cast<uint16_t>(CConversions::i2FromString(text, kRule)), 2);
+    case Algorithm_Int:
+        return PutBigEndian(out, static_cast<uint32_t>(CConversions::i4FromString(text, kRule)), 4);
+    case Algorithm_Long:
+        return PutBigEndian(out, static_cast<uint64_t>(CConversions::i8FromString(text, kRule)), 8);
+    case Algorithm_Boolean:
+        // Three unused bits counted in the high half, the value in bit 3.
+        out[0] = CConversions::booleanFromString(text, kRule) ? 0x38 : 0x30;
+        return 1;
+    case Algorithm_Float:
+        return PutBigEndian(out, std::bit_cast<uint32_t>(CConversions::r4FromString(text, kRule)), 4);
+    case Algorithm_Double:
+        return PutBigEndian(out, std::bit_cast<uint64_t>(CConversions::r8FromString(text, kRule)), 8);
+    default:
+        return 0;
+    }
+}
+
 void CFastInfosetBinaryData::SetAsEncodedString(uint32_t algorithm, const char16_t* text) {
     Clear();
     const std::u16string value = text ? std::u16string(text) : std::u16string();
+    unsigned char item[8];
+    if (const uint32_t length = EncodeFixedItem(algorithm, value, item)) {
+        Append(item, length);
+        return;
+    }
     switch (algorithm) {
     case Algorithm_Hexadecimal:
     case Algorithm_Uuid:  // plain hexadecimal: no hyphens, no length test
@@ -62,25 +87,6 @@ void CFastInfosetBinaryData::SetAsEncodedString(uint32_t algorithm, const char16
         break;
     case Algorithm_Base64:
         SetAsBase64(value.c_str());
-        break;
-    case Algorithm_Short:
-        AppendBigEndian(*this, static_cast<uint16_t>(CConversions::i2FromString(value, kRule)), 2);
-        break;
-    case Algorithm_Int:
-        AppendBigEndian(*this, static_cast<uint32_t>(CConversions::i4FromString(value, kRule)), 4);
-        break;
-    case Algorithm_Long:
-        AppendBigEndian(*this, static_cast<uint64_t>(CConversions::i8FromString(value, kRule)), 8);
-        break;
-    case Algorithm_Boolean:
-        // Three unused bits counted in the high half, the value in bit 3.
-        Append(static_cast<unsigned char>(CConversions::booleanFromString(value, kRule) ? 0x38 : 0x30));
-        break;
-    case Algorithm_Float:
-        AppendBigEndian(*this, std::bit_cast<uint32_t>(CConversions::r4FromString(value, kRule)), 4);
-        break;
-    case Algorithm_Double:
-        AppendBigEndian(*this, std::bit_cast<uint64_t>(CConversions::r8FromString(value, kRule)), 8);
         break;
     case Algorithm_Cdata:
         Append(WideToUtf8(value.c_str()));

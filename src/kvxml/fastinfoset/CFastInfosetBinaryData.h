@@ -41,6 +41,11 @@ public:
     // algorithm; otherwise only 1 to 9 are known (the cdata form is plain UTF-8 to its reader).
     // A float item is read from its first octet alone, repeated four times.
     std::u16string GetAsString(uint32_t algorithm) const;
+
+    // The octets of one item of a fixed-size algorithm (short to double, 3 to 8) into `out`,
+    // which holds at least 8; returns their count, or 0 for any other algorithm. Lets a writer
+    // encode numbers without a buffer of its own per value.
+    static uint32_t EncodeFixedItem(uint32_t algorithm, const std::u16string& text, unsigned char* out);
 };
 
 } // namespace KvXmlLib16

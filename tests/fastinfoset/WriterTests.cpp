@@ -1,0 +1,280 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "kvxml/fastinfoset/CFastInfosetWriter.h"
+#include "kvxml/output/CBinaryStream.h"
+#include "kvxml/values/ItemType.h"
+#include "support/KvTestText.h"
+
+using namespace KvXmlLib16;
+using KvTest::MessageOf;
+using Bytes = std::vector<unsigned char>;
+
+namespace {
+
+// Reaches the integer and length forms.
+class Probe : public CFastInfosetWriter {
+public:
+    using CFastInfosetWriter::CFastInfosetWriter;
+    using CFastInfosetWriter::WriteIndexBit2;
+    using CFastInfosetWriter::WriteIndexBit3;
+    using CFastInfosetWriter::WriteIndexBit4;
+    using CFastInfosetWriter::WriteLengthBit5;
+    using CFastInfosetWriter::WriteLengthBit7;
+    using CFastInfosetWriter::WriteNonEmptyOctetStringBit2;
+};
+
+Bytes Content(const CBinaryData& d) { return d.GetData() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes(); }
+
+Bytes Ascii(const std::string& s) { return Bytes(s.begin(), s.end()); }
+
+Bytes Cat(std::initializer_list<Bytes> parts) {
+    Bytes out;
+    for (const Bytes& p : parts) out.insert(out.end(), p.begin(), p.end());
+    return out;
+}
+
+// The octets of a whole document made by `events`, header and end included.
+Bytes Document(const CFastInfosetContext& context, const std::function<void(CFastInfosetWriter&)>& events,
+               FInfoDecl declaration = FInfoDecl_None) {
+    CBinaryStream stream;
+    CFastInfosetWriter writer(&stream, &context);
+    writer.WriteDocumentHeader(declaration);
+    events(writer);
+    writer.WriteDocumentEnd();
+    writer.CloseOutput();
+    return Content(stream.GetData());
+}
+
+const Bytes kHead = {0xE0, 0x00, 0x00, 0x01, 0x00};
+constexpr ItemType kString = ItemType_string;
+
+} // namespace
+
+TEST(FastInfosetWriter, IntegerAndLengthForms) {
+    using Form = std::function<void(Probe&, uint32_t)>;
+    const Form index2 = [](Probe& p, uint32_t v) { p.WriteIndexBit2(0x80, v); };
+    const Form index3 = [](Probe& p, uint32_t v) { p.WriteIndexBit3(0x40, v); };
+    const Form index4 = [](Probe& p, uint32_t v) { p.WriteIndexBit4(v); };
+    const Form length5 = [](Probe& p, uint32_t v) { p.WriteLengthBit5(0x40, v); };
+    const Form length7 = [](Probe& p, uint32_t v) { p.WriteLengthBit7(0x90, v); };
+    const Form string2 = [](Probe& p, uint32_t v) { p.WriteNonEmptyOctetStringBit2(std::u16string(v, u'x')); };
+    struct Case {
+        const char* name;
+        const Form& form;
+        uint32_t value;
+        Bytes head;  // the octets before any string data
+    } cases[] = {
+        {"index2", index2, 1, {0x80}},
+        {"index2", index2, 64, {0xBF}},
+        {"index2", index2, 65, {0xC0, 0x00}},
+        {"index2", index2, 8256, {0xDF, 0xFF}},
+        {"index2", index2, 8257, {0xE0, 0x00, 0x00}},
+        {"index2", index2, 0x100000, {0xEF, 0xDF, 0xBF}},
+        {"index3", index3, 1, {0x40}},
+        {"index3", index3, 32, {0x5F}},
+        {"index3", index3, 33, {0x60, 0x00}},
+        {"index3", index3, 2080, {0x67, 0xFF}},
+        {"index3", index3, 2081, {0x68, 0x00, 0x00}},
+        {"index3", index3, 526368, {0x6F, 0xFF, 0xFF}},
+        // The last branch subtracts one less than its lower bound.
+        {"index3", index3, 526369, {0x70, 0x00, 0x00, 0x01}},
+        {"index4", index4, 1, {0xA0}},
+        {"index4", index4, 16, {0xAF}},
+        {"index4", index4, 17, {0xB0, 0x00}},
+        {"index4", index4, 1040, {0xB3, 0xFF}},
+        {"index4", index4, 1041, {0xB4, 0x00, 0x00}},
+        {"index4", index4, 263184, {0xB7, 0xFF, 0xFF}},
+        {"index4", index4, 263185, {0xB8, 0x00, 0x00, 0x00}},
+        {"length5", length5, 1, {0x40}},
+        {"length5", length5, 8, {0x47}},
+        {"length5", length5, 9, {0x48, 0x00}},
+        {"length5", length5, 264, {0x48, 0xFF}},
+        {"length5", length5, 265, {0x4C, 0x00, 0x00, 0x00, 0x00}},
+        {"length7", length7, 1, {0x90}},
+        {"length7", length7, 2, {0x91}},
+        {"length7", length7, 3, {0x92, 0x00}},
+        {"length7", length7, 258, {0x92, 0xFF}},
+        {"length7", length7, 259, {0x93, 0x00, 0x00, 0x00, 0x00}},
+        {"string2", string2, 0, {0xFF}},
+        {"string2", string2, 1, {0x00}},
+        {"string2", string2, 64, {0x3F}},
+        {"string2", string2, 65, {0x40, 0x00}},
+        {"string2", string2, 320, {0x40, 0xFF}},
+        {"string2", string2, 321, {0x60, 0x00, 0x00, 0x00, 0x00}},
+        {"string2", string2, 70000, {0x60, 0x00, 0x01, 0x10, 0x2F}},
+    };
+    const CFastInfosetContext context;
+    for (const Case& c : cases) {
+        CBinaryStream stream;
+        Probe probe(&stream, &context);
+        c.form(probe, c.value);
+        probe.Flush();
+        Bytes octets = Content(stream.GetData());
+        const bool isString = c.name[0] == 's';
+        if (isString) {
+            EXPECT_EQ(octets.size(), c.head.size() + c.value) << c.name << " " << c.value;
+            octets.resize(std::min(octets.size(), c.head.size()));
+        }
+        EXPECT_EQ(octets, c.head) << c.name << " " << c.value;
+    }
+}
+
+TEST(FastInfosetWriter, Documents) {
+    CFastInfosetContext plain, typed;
+    typed.SetSuggestedValues();
+    using Events = std::function<void(CFastInfosetWriter&)>;
+    struct Case {
+        const char* name;
+        const CFastInfosetContext& context;
+        Events events;
+        Bytes body;  // after the header
+    } cases[] = {
+        {"empty root", plain, [](CFastInfosetWriter& w) { w.WriteStartElement(u"a", u""); w.WriteEndElement(); },
+         {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}},
+        {"child with an attribute", plain,
+         [](CFastInfosetWriter& w) {
+             w.WriteStartElement(u"r", u"");
+             w.WriteStartElement(u"c", u"");
+             w.WriteAttribute(u"x", u"", u"v", kString);
+             w.WriteEndElement();
+             w.WriteEndElement();
+         },
+         {0x38, 0xF0, 0x3C, 0x00, 'r', 0x7C, 0x00, 'c', 0x78, 0x00, 'x', 0x40, 'v', 0xF0, 0xFF, 0xF0}},
+        {"siblings; the repeated name is an index", plain,
+         [](CFastInfosetWriter& w) {
+             w.WriteStartElement(u"r", u"");
+             for (int i = 0; i < 2; ++i) {
+                 w.WriteStartElement(u"a", u"");
+                 w.WriteEndElement();
+             }
+             w.WriteEndElement();
+         },
+         {0x38, 0xF0, 0x3C, 0x00, 'r', 0x3C, 0x00, 'a', 0xF0, 0x01, 0xFF, 0xF0}},
+        {"text after a child lands inside it", plain,
+         [](CFastInfosetWriter& w) {
+             w.WriteStartElement(u"r", u"");
+             w.WriteElementText(u"t", kString, false);
+             w.WriteStartElement(u"c", u"");
+             w.WriteEndElement();
+             w.WriteElementText(u"t", kString, true);
+             w.WriteEndElement();
+         },
+         {0x38, 0xF0, 0x3C, 0x00, 'r', 0x90, 't', 0x3C, 0x00, 'c', 0xA0, 0xFF, 0xF0}},
+        {"short values shared, long ones literal, empty as index 0", plain,
+         [](CFastInfosetWriter& w) {
+             w.WriteStartElement(u"r", u"");
+             for (const char16_t* v : {u"abc", u"abc", u"abcdef", u"abcdef", u""}) w.WriteAttribute(u"a", u"", v, kString);
+             w.WriteEndElement();
+         },
+         Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x78, 0x00, 'a', 0x42, 'a', 'b', 'c', 0x00, 0x80, 0x00, 0x05},
+              Ascii("abcdef"),
+              {0x00, 0x05},
+              Ascii("abcdef"),
+              {0x00, 0xFF, 0xF0, 0xFF}})},
+        {"typed values", typed,
+         [](CFastInfosetWriter& w) {
+             w.WriteStartElement(u"r", u"");
+             w.WriteXsiNil();
+             w.WriteElementText(u"12", ItemType_integer, false);
+             w.WriteElementText(u"7", ItemType_i4, false);
+             w.WriteEndElement();
+         },
+         // nil: literal xsi name (new alias AA), boolean algorithm; 12 packed in the numeric
+         // alphabet; 7 as four octets of the int algorithm.
+         Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x7B, 0x01, 'A', 'A', 0x28},
+              Ascii("http://www.w3.org/2001/XMLSchema-instance"),
+              {0x02, 'n', 'i', 'l', 0x70, 0x50, 0x38, 0xF0, 0x98, 0x00, 0x12, 0x9C, 0x0E, 0x01, 0, 0, 0, 7, 0xFF}})},
+        {"declared namespaces on the root; a new one below it is an alias in the name", plain,
+         [](CFastInfosetWriter& w) {
+             w.SetDefaultNamespace(u"urn:d");
+             w.AddNamespaceAlias(u"p", u"urn:p");
+             w.WriteStartElement(u"r", u"urn:d");
+             w.WriteStartElement(u"c", u"urn:p");
+             w.WriteEndElement();
+             w.WriteStartElement(u"c", u"urn:x");
+             w.WriteEndElement();
+             w.WriteEndElement();
+         },
+         Cat({{0x38, 0xCD, 0x04}, Ascii("urn:d"), {0xCF, 0x00, 'p', 0x04}, Ascii("urn:p"),
+              {0xF0, 0x3D, 0x81, 0x00, 'r', 0x3F, 0x81, 0x82, 0x00, 'c', 0xF0, 0x3F, 0x01, 'A', 'A', 0x04},
+              Ascii("urn:x"), {0x81, 0xFF, 0xF0}})},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Document(c.context, c.events), Cat({kHead, c.body})) << c.name;
+}
+
+TEST(FastInfosetWriter, HeaderAndVocabulary) {
+    CFastInfosetContext context;
+    const auto root = [](CFastInfosetWriter& w) {
+        w.WriteStartElement(u"a", u"");
+        w.WriteEndElement();
+    };
+    EXPECT_EQ(Document(context, root, FInfoDecl_V10_Enc_StandaloneNo),
+              Cat({Ascii("<?xml version='1.0' encoding='finf' standalone='no'?>"), kHead,
+                   {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}}));
+    // A prepared vocabulary is announced by its URI, and its names go out as indexes.
+    context.SetUseGeneratedVocabulary(true);
+    context.SetExternalVocabularyURI(u"urn:v");
+    context.GetVocabulary()->AddElement(u"", u"", u"a");
+    EXPECT_EQ(Document(context, root),
+              Cat({{0xE0, 0x00, 0x00, 0x01, 0x20, 0x10, 0x00, 0x04}, Ascii("urn:v"), {0x38, 0xF0, 0x00, 0xFF}}));
+    // The writer works on a copy: the prepared tables stay as they were.
+    Document(context, [](CFastInfosetWriter& w) {
+        w.WriteStartElement(u"b", u"");
+        w.WriteEndElement();
+    });
+    const auto& names = context.GetVocabulary()->GetLocalNamesTable();
+    EXPECT_EQ(std::vector<std::u16string>(names.begin(), names.end()), std::vector<std::u16string>{u"a"});
+    EXPECT_EQ(MessageOf([&] { Document(context, root, static_cast<FInfoDecl>(10)); }),
+              "Failed to write FastInfoset. Unknown XML declaration [10]");
+}
+
+TEST(FastInfosetWriter, Failures) {
+    using Events = std::function<void(CFastInfosetWriter&)>;
+    const auto value = [](ItemType kind, const char16_t* text) -> Events {
+        return [=](CFastInfosetWriter& w) {
+            w.WriteStartElement(u"r", u"");
+            w.WriteElementText(text, kind, false);
+            w.WriteEndElement();
+        };
+    };
+    const auto attribute = [](ItemType kind, const char16_t* text) -> Events {
+        return [=](CFastInfosetWriter& w) {
+            w.WriteStartElement(u"r", u"");
+            w.WriteAttribute(u"a", u"", text, kind);
+            w.WriteEndElement();
+        };
+    };
+    CFastInfosetContext typed, broken;
+    typed.SetSuggestedValues();
+    broken.SetEncoding(ItemType_string, {3, 0});
+    broken.SetEncoding(ItemType_i4, {1, 3});
+    broken.SetEncoding(ItemType_i8, {2, 11});
+    struct Case {
+        const CFastInfosetContext& context;
+        Events events;
+        std::string message;
+    } cases[] = {
+        {typed,
+         [](CFastInfosetWriter& w) {
+             w.WriteStartElement(u"r", u"");
+             w.WriteElementText(u"t", kString, false);
+             w.WriteXsiNil();
+         },
+         "Attributes must be added before elements"},
+        {typed, [](CFastInfosetWriter& w) { w.WriteStartElement(u"r", u""); }, "An Element has not been closed."},
+        {typed, value(ItemType_date, u"2024-01-01+01:00"),
+         "Failed to write FastInfoset. Invalid character not found for Restricted Alphabet."},
+        {broken, value(kString, u"x"), "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit7."},
+        {broken, attribute(kString, u"x"), "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit5."},
+        {broken, value(ItemType_i4, u"1"), "Failed to write FastInfoset. Invalid Restricted Alphabet value [3]"},
+        {broken, attribute(ItemType_i8, u"1"), "Failed to write FastInfoset. Invalid Encoding Algorithm value [11]"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(MessageOf([&] { Document(c.context, c.events); }), c.message);
+    // A value its algorithm cannot read fails in the conversion.
+    EXPECT_THROW(Document(typed, value(ItemType_i4, u"x")), CKvInvalidValueException);
+    EXPECT_THROW(Document(typed, value(ItemType_base64Binary, u"!!")), CKvException);
+}
