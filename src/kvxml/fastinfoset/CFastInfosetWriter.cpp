@@ -138,8 +138,12 @@ void CFastInfosetWriter::PutBigEndian32(uint32_t value) {
 }
 
 void CFastInfosetWriter::PutUtf8(std::u16string_view text, size_t units) {
+    // A code unit takes at most 3 octets (a surrogate pair 4 for two units): a text that fits the
+    // buffer is converted without a test per unit.
+    const bool fits = units <= kBufferSize / 3;
+    if (fits && kBufferSize - m_used < units * 3) Flush();
     for (size_t i = 0; i < units; ++i) {
-        if (kBufferSize - m_used < 4) Flush();
+        if (!fits && kBufferSize - m_used < 4) Flush();
         unsigned char* out = m_buffer.get() + m_used;
         const uint32_t c = text[i];
         if (c < 0x80) {
