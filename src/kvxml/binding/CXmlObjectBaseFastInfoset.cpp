@@ -1,5 +1,4 @@
-// The Fast Infoset members of CXmlObjectBase. They stand with the writer they build, so that the
-// binding layer includes no Fast Infoset header.
+// The Fast Infoset members of CXmlObjectBase: the writer they build, and the file form.
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
