@@ -24,6 +24,7 @@
 #include "kvxml/values/KvVariant.h"
 
 #include "kvxml/output/CBinaryStream.h"
+#include "kvxml/output/CFileTextStream.h"
 #include "kvxml/output/CStringBuffer.h"
 #include "kvxml/output/CTextStream.h"
 #include "kvxml/output/CXmlTextWriter.h"

@@ -62,6 +62,16 @@ uint32_t TakeLock(int fd, int kind) {
     return KV_ERROR_SUCCESS;
 }
 
+// The code of a failed open. A missing directory on the way is not a missing file to Windows.
+uint32_t OpenError(int err, const std::string& name) {
+    if (err != ENOENT) return Win32ErrorFromErrno(err);
+    const size_t slash = name.find_last_of('/');
+    if (slash == std::string::npos || slash == 0) return KV_ERROR_FILE_NOT_FOUND;
+    struct stat st {};
+    if (stat(name.substr(0, slash).c_str(), &st) != 0 && errno == ENOENT) return KV_ERROR_PATH_NOT_FOUND;
+    return KV_ERROR_FILE_NOT_FOUND;
+}
+
 uint32_t CloseDescriptor(int fd) {
     // The descriptor is gone after close even when it reports EINTR; never close twice.
     if (close(fd) != 0 && errno != EINTR) return Win32ErrorFromErrno(errno);
@@ -132,7 +142,7 @@ uint32_t CPlatformFile::OpenForRead(const char16_t* fileName) {
     do {
         fd = open(name.c_str(), O_RDONLY | O_CLOEXEC);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0) return Win32ErrorFromErrno(errno);
+    if (fd < 0) return OpenError(errno, name);
 
     // A directory opens for reading on POSIX but not as a file on Windows.
     struct stat st {};
@@ -160,7 +170,7 @@ uint32_t CPlatformFile::CreateForWrite(const char16_t* fileName) {
     do {
         fd = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0) return Win32ErrorFromErrno(errno);
+    if (fd < 0) return OpenError(errno, name);
 
     if (const uint32_t err = TakeLock(fd, LOCK_EX)) {
         CloseDescriptor(fd);
