@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "../../examples/purchase_order/PurchaseOrder.cpp"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/collections/CElement.h"
+#include "kvxml/collections/CElementCol.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
-using namespace PurchaseOrderSample;
 using KvTest::MessageOf;
 using Bytes = std::vector<unsigned char>;
 
@@ -20,32 +21,11 @@ namespace {
 
 Bytes Content(const CBinaryData& d) { return d.GetData() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes(); }
 
-CSmartPtr<CPurchaseOrderBatch> MakeBatch(int orders) {
-    CSmartPtr<CPurchaseOrderBatch> batch = new CPurchaseOrderBatch();
-    batch->SetBatchId(u"b-1");
-    for (int n = 0; n < orders; ++n) {
-        CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-        order->SetOrderId(u"PO-1");
-        order->SetCustomer(u"Alice Smith");
-        order->SetCustomerNumber(42u + n);
-        CAddress* billTo = order->GetBillTo();
-        billTo->SetName(u"Alice Smith");
-        billTo->SetStreet(u"1 Main St");
-        billTo->SetCity(u"Springfield");
-        billTo->SetZip(u"12345");
-        CSmartPtr<CItem> item = new CItem();
-        item->SetPartNumber(u"123-AB");
-        item->SetProductName(u"Lawnmower");
-        item->GetQuantity()->SetValue(1 + n);
-        item->SetUnitPrice(148.95);
-        order->GetItems()->Add(item);
-        CSmartPtr<CBankTransferPayment> payment = new CBankTransferPayment();
-        payment->SetAmount(148.95);
-        payment->SetIban(u"DE89370400440532013000");
-        order->SetPayment(payment);
-        batch->GetOrders()->Add(order);
-    }
-    return batch;
+// Fifty lines of one text: long enough to shrink when compressed.
+CSmartPtr<CElement> MakeTree() {
+    CSmartPtr<CElement> root = new CElement(u"batch", u"urn:b");
+    for (int i = 0; i < 50; ++i) root->GetChildElements()->Add(u"line", u"urn:b")->SetText(u"a line of text that repeats");
+    return root;
 }
 
 Bytes Inflate(const Bytes& in) {
@@ -66,8 +46,8 @@ Bytes Inflate(const Bytes& in) {
 
 TEST(FastInfosetEntryPoints, StreamDeclarationsCompressionAndFile) {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(kTargetNamespace);
-    CSmartPtr<CPurchaseOrderBatch> batch = MakeBatch(20);
+    context.SetDefaultNamespaceURI(u"urn:b");
+    CSmartPtr<CElement> batch = MakeTree();
     const Bytes plain = Content(batch->ToFastInfosetStream(FInfoDecl_None, context, CompressionType_None));
     ASSERT_GT(plain.size(), 5u);
     EXPECT_EQ(Bytes(plain.begin(), plain.begin() + 5), (Bytes{0xE0, 0, 0, 1, 0}));
@@ -85,9 +65,10 @@ TEST(FastInfosetEntryPoints, StreamDeclarationsCompressionAndFile) {
     EXPECT_EQ(Inflate(gzip), plain);
     EXPECT_EQ(Inflate(zlib), plain);
 
-    // The options are those of the context passed in.
-    context.GetFIContext().SetSuggestedValues();
-    EXPECT_NE(Content(batch->ToFastInfosetStream(FInfoDecl_None, context, CompressionType_None)), plain);
+    // The options are those of the context passed in: with a higher add length the repeated
+    // line becomes an index.
+    context.GetFIContext().SetElementMaxAddLength(100);
+    EXPECT_LT(batch->ToFastInfosetStream(FInfoDecl_None, context, CompressionType_None).GetLength(), plain.size() / 4);
 
     const std::string path = testing::TempDir() + "kvxml_fi_entry.finf";
     const std::u16string widePath(path.begin(), path.end());

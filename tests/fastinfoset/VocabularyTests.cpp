@@ -69,6 +69,7 @@ TEST(FastInfosetVocabulary, BuiltInEntriesAndQNames) {
 TEST(FastInfosetVocabulary, TablesStopAtTheLargestIndex) {
     CFIVocabulary::IndexMap map;
     CFIVocabulary::CFIQNameTable names;
+    map.reserve(CFIVocabulary::kMaxTableSize);
     for (uint32_t i = 0; i < CFIVocabulary::kMaxTableSize; ++i) {
         CFIVocabulary::AddValueToMap(std::u16string(reinterpret_cast<const char16_t*>(&i), 2), map);
         CFIVocabulary::AddQNameToVector(0, 0, i + 1, names);

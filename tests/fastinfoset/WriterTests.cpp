@@ -37,13 +37,39 @@ Bytes Cat(std::initializer_list<Bytes> parts) {
     return out;
 }
 
-// The octets of a whole document made by `events`, header and end included.
-Bytes Document(const CFastInfosetContext& context, const std::function<void(CFastInfosetWriter&)>& events,
-               FInfoDecl declaration = FInfoDecl_None) {
+std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+
+// Plays a script of ';'-separated steps on the writer: "<name" or "<name ns" starts an element,
+// "/" ends one, "@name value" writes an attribute, "'text" text, "nil" xsi:nil, "!ns" sets the
+// default namespace and "!alias ns" an alias. A value may end in "#kind" (an ItemType number).
+void Play(CFastInfosetWriter& w, const std::string& script) {
+    size_t pos = 0;
+    while (pos <= script.size()) {
+        size_t end = script.find(';', pos);
+        if (end == std::string::npos) end = script.size();
+        const std::string step = script.substr(pos, end - pos);
+        pos = end + 1;
+        const size_t blank = step.find(' '), hash = step.rfind('#');
+        const std::string head = step.substr(1, blank == std::string::npos ? std::string::npos : blank - 1);
+        const std::string rest = blank == std::string::npos ? "" : step.substr(blank + 1, hash == std::string::npos ? std::string::npos : hash - blank - 1);
+        const ItemType kind = hash == std::string::npos ? ItemType_string : static_cast<ItemType>(std::stoi(step.substr(hash + 1)));
+        switch (step.empty() ? ' ' : step[0]) {
+        case '<': w.WriteStartElement(Wide(head), Wide(rest)); break;
+        case '/': w.WriteEndElement(); break;
+        case '@': w.WriteAttribute(Wide(head), u"", Wide(rest), kind); break;
+        case '\'': w.WriteElementText(Wide(step.substr(1, hash == std::string::npos ? std::string::npos : hash - 1)), kind, false); break;
+        case 'n': w.WriteXsiNil(); break;
+        case '!': rest.empty() ? w.SetDefaultNamespace(Wide(head)) : w.AddNamespaceAlias(Wide(head), Wide(rest)); break;
+        }
+    }
+}
+
+// The octets of a whole document made by a script, header and end included.
+Bytes Document(const CFastInfosetContext& context, const std::string& script, FInfoDecl declaration = FInfoDecl_None) {
     CBinaryStream stream;
     CFastInfosetWriter writer(&stream, &context);
     writer.WriteDocumentHeader(declaration);
-    events(writer);
+    Play(writer, script);
     writer.WriteDocumentEnd();
     writer.CloseOutput();
     return Content(stream.GetData());
@@ -126,128 +152,54 @@ TEST(FastInfosetWriter, IntegerAndLengthForms) {
 TEST(FastInfosetWriter, Documents) {
     CFastInfosetContext plain, typed;
     typed.SetSuggestedValues();
-    using Events = std::function<void(CFastInfosetWriter&)>;
     struct Case {
-        const char* name;
         const CFastInfosetContext& context;
-        Events events;
+        std::string script;
         Bytes body;  // after the header
     } cases[] = {
-        {"empty root", plain, [](CFastInfosetWriter& w) { w.WriteStartElement(u"a", u""); w.WriteEndElement(); },
-         {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}},
-        {"child with an attribute", plain,
-         [](CFastInfosetWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteStartElement(u"c", u"");
-             w.WriteAttribute(u"x", u"", u"v", kString);
-             w.WriteEndElement();
-             w.WriteEndElement();
-         },
-         {0x38, 0xF0, 0x3C, 0x00, 'r', 0x7C, 0x00, 'c', 0x78, 0x00, 'x', 0x40, 'v', 0xF0, 0xFF, 0xF0}},
-        {"siblings; the repeated name is an index", plain,
-         [](CFastInfosetWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             for (int i = 0; i < 2; ++i) {
-                 w.WriteStartElement(u"a", u"");
-                 w.WriteEndElement();
-             }
-             w.WriteEndElement();
-         },
-         {0x38, 0xF0, 0x3C, 0x00, 'r', 0x3C, 0x00, 'a', 0xF0, 0x01, 0xFF, 0xF0}},
-        {"text after a child lands inside it", plain,
-         [](CFastInfosetWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteElementText(u"t", kString, false);
-             w.WriteStartElement(u"c", u"");
-             w.WriteEndElement();
-             w.WriteElementText(u"t", kString, true);
-             w.WriteEndElement();
-         },
-         {0x38, 0xF0, 0x3C, 0x00, 'r', 0x90, 't', 0x3C, 0x00, 'c', 0xA0, 0xFF, 0xF0}},
-        {"short values shared, long ones literal, empty as index 0", plain,
-         [](CFastInfosetWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             for (const char16_t* v : {u"abc", u"abc", u"abcdef", u"abcdef", u""}) w.WriteAttribute(u"a", u"", v, kString);
-             w.WriteEndElement();
-         },
-         Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x78, 0x00, 'a', 0x42, 'a', 'b', 'c', 0x00, 0x80, 0x00, 0x05},
-              Ascii("abcdef"),
-              {0x00, 0x05},
-              Ascii("abcdef"),
-              {0x00, 0xFF, 0xF0, 0xFF}})},
-        {"typed values", typed,
-         [](CFastInfosetWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteXsiNil();
-             w.WriteElementText(u"12", ItemType_integer, false);
-             w.WriteElementText(u"7", ItemType_i4, false);
-             w.WriteEndElement();
-         },
-         // nil: literal xsi name (new alias AA), boolean algorithm; 12 packed in the numeric
-         // alphabet; 7 as four octets of the int algorithm.
-         Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x7B, 0x01, 'A', 'A', 0x28},
-              Ascii("http://www.w3.org/2001/XMLSchema-instance"),
+        {plain, "<a;/", {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}},
+        // A child with an attribute: 0x40 in its head, 0xF0 behind the attributes.
+        {plain, "<r;<c;@x v;/;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x7C, 0x00, 'c', 0x78, 0x00, 'x', 0x40, 'v', 0xF0, 0xFF, 0xF0}},
+        // Siblings: the owed end goes out before the second, whose name is now an index.
+        {plain, "<r;<a;/;<a;/;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x3C, 0x00, 'a', 0xF0, 0x01, 0xFF, 0xF0}},
+        // Text after a child comes before the child's owed end; the repeated value is an index.
+        {plain, "<r;'t;<c;/;'t;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x90, 't', 0x3C, 0x00, 'c', 0xA0, 0xFF, 0xF0}},
+        // Short values shared, those of the add length literal each time, the empty one index 0.
+        {plain, "<r;@a abc;@a abc;@a abcdef;@a abcdef;@a ;/",
+         Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x78, 0x00, 'a', 0x42, 'a', 'b', 'c', 0x00, 0x80, 0x00, 0x05}, Ascii("abcdef"),
+              {0x00, 0x05}, Ascii("abcdef"), {0x00, 0xFF, 0xF0, 0xFF}})},
+        // nil: a literal name with a new alias and the boolean algorithm; 12 packed in the numeric
+        // alphabet; 7 as the four octets of the int algorithm.
+        {typed, "<r;nil;'12#26;'7#5;/",
+         Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x7B, 0x01, 'A', 'A', 0x28}, Ascii("http://www.w3.org/2001/XMLSchema-instance"),
               {0x02, 'n', 'i', 'l', 0x70, 0x50, 0x38, 0xF0, 0x98, 0x00, 0x12, 0x9C, 0x0E, 0x01, 0, 0, 0, 7, 0xFF}})},
-        {"declared namespaces on the root; a new one below it is an alias in the name", plain,
-         [](CFastInfosetWriter& w) {
-             w.SetDefaultNamespace(u"urn:d");
-             w.AddNamespaceAlias(u"p", u"urn:p");
-             w.WriteStartElement(u"r", u"urn:d");
-             w.WriteStartElement(u"c", u"urn:p");
-             w.WriteEndElement();
-             w.WriteStartElement(u"c", u"urn:x");
-             w.WriteEndElement();
-             w.WriteEndElement();
-         },
+        // Namespaces set before the root are declared on it; one met below it only gets an alias.
+        {plain, "!urn:d;!p urn:p;<r urn:d;<c urn:p;/;<c urn:x;/;/",
          Cat({{0x38, 0xCD, 0x04}, Ascii("urn:d"), {0xCF, 0x00, 'p', 0x04}, Ascii("urn:p"),
               {0xF0, 0x3D, 0x81, 0x00, 'r', 0x3F, 0x81, 0x82, 0x00, 'c', 0xF0, 0x3F, 0x01, 'A', 'A', 0x04},
               Ascii("urn:x"), {0x81, 0xFF, 0xF0}})},
     };
-    for (const Case& c : cases) EXPECT_EQ(Document(c.context, c.events), Cat({kHead, c.body})) << c.name;
+    for (const Case& c : cases) EXPECT_EQ(Document(c.context, c.script), Cat({kHead, c.body})) << c.script;
 }
 
 TEST(FastInfosetWriter, HeaderAndVocabulary) {
     CFastInfosetContext context;
-    const auto root = [](CFastInfosetWriter& w) {
-        w.WriteStartElement(u"a", u"");
-        w.WriteEndElement();
-    };
-    EXPECT_EQ(Document(context, root, FInfoDecl_V10_Enc_StandaloneNo),
-              Cat({Ascii("<?xml version='1.0' encoding='finf' standalone='no'?>"), kHead,
-                   {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}}));
-    // A prepared vocabulary is announced by its URI, and its names go out as indexes.
+    EXPECT_EQ(Document(context, "<a;/", FInfoDecl_V10_Enc_StandaloneNo),
+              Cat({Ascii("<?xml version='1.0' encoding='finf' standalone='no'?>"), kHead, {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}}));
+    // A prepared vocabulary is announced by its URI, its names go out as indexes, and the writer
+    // works on a copy of it.
     context.SetUseGeneratedVocabulary(true);
     context.SetExternalVocabularyURI(u"urn:v");
     context.GetVocabulary()->AddElement(u"", u"", u"a");
-    EXPECT_EQ(Document(context, root),
-              Cat({{0xE0, 0x00, 0x00, 0x01, 0x20, 0x10, 0x00, 0x04}, Ascii("urn:v"), {0x38, 0xF0, 0x00, 0xFF}}));
-    // The writer works on a copy: the prepared tables stay as they were.
-    Document(context, [](CFastInfosetWriter& w) {
-        w.WriteStartElement(u"b", u"");
-        w.WriteEndElement();
-    });
+    EXPECT_EQ(Document(context, "<a;<b;/;/"),
+              Cat({{0xE0, 0x00, 0x00, 0x01, 0x20, 0x10, 0x00, 0x04}, Ascii("urn:v"), {0x38, 0xF0, 0x00, 0x3C, 0x00, 'b', 0xFF, 0xF0}}));
     const auto& names = context.GetVocabulary()->GetLocalNamesTable();
     EXPECT_EQ(std::vector<std::u16string>(names.begin(), names.end()), std::vector<std::u16string>{u"a"});
-    EXPECT_EQ(MessageOf([&] { Document(context, root, static_cast<FInfoDecl>(10)); }),
+    EXPECT_EQ(MessageOf([&] { Document(context, "<a;/", static_cast<FInfoDecl>(10)); }),
               "Failed to write FastInfoset. Unknown XML declaration [10]");
 }
 
 TEST(FastInfosetWriter, Failures) {
-    using Events = std::function<void(CFastInfosetWriter&)>;
-    const auto value = [](ItemType kind, const char16_t* text) -> Events {
-        return [=](CFastInfosetWriter& w) {
-            w.WriteStartElement(u"r", u"");
-            w.WriteElementText(text, kind, false);
-            w.WriteEndElement();
-        };
-    };
-    const auto attribute = [](ItemType kind, const char16_t* text) -> Events {
-        return [=](CFastInfosetWriter& w) {
-            w.WriteStartElement(u"r", u"");
-            w.WriteAttribute(u"a", u"", text, kind);
-            w.WriteEndElement();
-        };
-    };
     CFastInfosetContext typed, broken;
     typed.SetSuggestedValues();
     broken.SetEncoding(ItemType_string, {3, 0});
@@ -255,26 +207,19 @@ TEST(FastInfosetWriter, Failures) {
     broken.SetEncoding(ItemType_i8, {2, 11});
     struct Case {
         const CFastInfosetContext& context;
-        Events events;
+        std::string script;
         std::string message;
     } cases[] = {
-        {typed,
-         [](CFastInfosetWriter& w) {
-             w.WriteStartElement(u"r", u"");
-             w.WriteElementText(u"t", kString, false);
-             w.WriteXsiNil();
-         },
-         "Attributes must be added before elements"},
-        {typed, [](CFastInfosetWriter& w) { w.WriteStartElement(u"r", u""); }, "An Element has not been closed."},
-        {typed, value(ItemType_date, u"2024-01-01+01:00"),
-         "Failed to write FastInfoset. Invalid character not found for Restricted Alphabet."},
-        {broken, value(kString, u"x"), "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit7."},
-        {broken, attribute(kString, u"x"), "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit5."},
-        {broken, value(ItemType_i4, u"1"), "Failed to write FastInfoset. Invalid Restricted Alphabet value [3]"},
-        {broken, attribute(ItemType_i8, u"1"), "Failed to write FastInfoset. Invalid Encoding Algorithm value [11]"},
+        {typed, "<r;'t;nil", "Attributes must be added before elements"},
+        {typed, "<r", "An Element has not been closed."},
+        {typed, "<r;'2024-01-01+01:00#19;/", "Failed to write FastInfoset. Invalid character not found for Restricted Alphabet."},
+        {broken, "<r;'x;/", "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit7."},
+        {broken, "<r;@a x;/", "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit5."},
+        {broken, "<r;'1#5;/", "Failed to write FastInfoset. Invalid Restricted Alphabet value [3]"},
+        {broken, "<r;@a 1#6;/", "Failed to write FastInfoset. Invalid Encoding Algorithm value [11]"},
+        // Values that their algorithm cannot take fail in the conversion.
+        {typed, "<r;'x#5;/", "The value [x] can not be converted to a i4"},
+        {typed, "<r;'!!#2;/", "Failed to write FastInfoset. A value gives no octets to write."},
     };
-    for (const Case& c : cases) EXPECT_EQ(MessageOf([&] { Document(c.context, c.events); }), c.message);
-    // A value its algorithm cannot read fails in the conversion.
-    EXPECT_THROW(Document(typed, value(ItemType_i4, u"x")), CKvInvalidValueException);
-    EXPECT_THROW(Document(typed, value(ItemType_base64Binary, u"!!")), CKvException);
+    for (const Case& c : cases) EXPECT_EQ(MessageOf([&] { Document(c.context, c.script); }), c.message) << c.script;
 }

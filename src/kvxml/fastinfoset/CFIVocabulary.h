@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
+#include <unordered_map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,9 +73,14 @@ public:
         std::vector<CQNameParts> m_items;
     };
 
-    // Writer's view: string to index, ordered by code units. The transparent comparison lets the
-    // writer look up a view without building a string.
-    using IndexMap = std::map<std::u16string, uint32_t, std::less<>>;
+    // Writer's view: string to index. Hashed rather than ordered: the writer only ever looks up
+    // exact strings, and a table of many short values would make a tree walk the writer's main
+    // cost. The transparent hash lets it look up a view without building a string.
+    struct KeyHash {
+        using is_transparent = void;
+        size_t operator()(std::u16string_view s) const noexcept { return std::hash<std::u16string_view>()(s); }
+    };
+    using IndexMap = std::unordered_map<std::u16string, uint32_t, KeyHash, std::equal_to<>>;
 
     CFIVocabulary();
     CFIVocabulary(const CFIVocabulary&) = default;

@@ -60,6 +60,11 @@ uint32_t Utf8Length(std::u16string_view text, size_t& units) {
     return static_cast<uint32_t>(bytes);
 }
 
+// Equality by one memcmp; the character-wise comparison of the standard strings is slower.
+inline bool Same(const std::u16string& a, std::u16string_view b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
+
 [[noreturn]] void ThrowNoOctets() {
     throw CKvException(u"Failed to write FastInfoset. A value gives no octets to write.");
 }
@@ -407,11 +412,31 @@ void CFastInfosetWriter::WriteQNameParts(std::u16string_view prefix, const std::
     WriteLocalName(localName);
 }
 
-void CFastInfosetWriter::WriteElementQName(unsigned char leading, std::u16string_view prefix,
-                                           const std::u16string& namespaceUri, const std::u16string& localName) {
+uint32_t CFastInfosetWriter::FindQName(NameCacheEntry* cache, const CFIVocabulary::IndexMap& map,
+                                       std::u16string_view prefix, const std::u16string& namespaceUri,
+                                       const std::u16string& localName) {
+    const size_t n = localName.size();
+    const size_t slot = (n * 7 + (n ? localName[0] : 0) + (n > 1 ? localName[n - 1] * 3 : 0) + namespaceUri.size()) %
+                        kNameCacheSize;
+    NameCacheEntry& entry = cache[slot];
+    if (entry.index != 0 && Same(entry.localName, localName) && Same(entry.namespaceUri, namespaceUri) &&
+        Same(entry.prefix, prefix))
+        return entry.index;
+    // The key stays in m_key for the caller, which adds it when the name is new.
     CFIVocabulary::MakeQNameKey(prefix, namespaceUri, localName, m_key);
     uint32_t index = 0;
-    if (CFIVocabulary::FindIndex(m_vocabulary->m_elementNameMap, m_key, index)) {
+    if (!CFIVocabulary::FindIndex(map, m_key, index)) return 0;
+    entry.localName = localName;
+    entry.namespaceUri = namespaceUri;
+    entry.prefix = prefix;
+    entry.index = index;
+    return index;
+}
+
+void CFastInfosetWriter::WriteElementQName(unsigned char leading, std::u16string_view prefix,
+                                           const std::u16string& namespaceUri, const std::u16string& localName) {
+    if (const uint32_t index = FindQName(m_elementNameCache, m_vocabulary->m_elementNameMap, prefix, namespaceUri,
+                                         localName)) {
         WriteIndexBit3(leading, index);
         return;
     }
@@ -422,9 +447,8 @@ void CFastInfosetWriter::WriteElementQName(unsigned char leading, std::u16string
 
 void CFastInfosetWriter::WriteAttributeQName(std::u16string_view prefix, const std::u16string& namespaceUri,
                                              const std::u16string& localName) {
-    CFIVocabulary::MakeQNameKey(prefix, namespaceUri, localName, m_key);
-    uint32_t index = 0;
-    if (CFIVocabulary::FindIndex(m_vocabulary->m_attributeNameMap, m_key, index)) {
+    if (const uint32_t index = FindQName(m_attributeNameCache, m_vocabulary->m_attributeNameMap, prefix,
+                                         namespaceUri, localName)) {
         WriteIndexBit2(0, index);
         return;
     }

@@ -108,6 +108,18 @@ private:
     uint32_t m_used;
     // Reused for map keys, so that a name costs no allocation once seen.
     std::u16string m_key;
+    // Names met before, with their index, so that a repeated name is found by comparing its parts
+    // instead of hashing its key. A name's index never changes, so an entry never goes stale.
+    struct NameCacheEntry {
+        std::u16string localName, namespaceUri, prefix;
+        uint32_t index = 0;
+    };
+    static constexpr size_t kNameCacheSize = 32;
+    NameCacheEntry m_elementNameCache[kNameCacheSize];
+    NameCacheEntry m_attributeNameCache[kNameCacheSize];
+    // The index of a name in `map`, through `cache`; 0 when the map does not hold it.
+    uint32_t FindQName(NameCacheEntry* cache, const CFIVocabulary::IndexMap& map, std::u16string_view prefix,
+                       const std::u16string& namespaceUri, const std::u16string& localName);
 };
 
 } // namespace KvXmlLib16
