@@ -74,7 +74,13 @@ void CFileTextStream::Flush() {
     if (m_buffer.GetTotal() == 0) return;
     WaitForWrite();
     // The previous bytes are released here, now that their write is over.
-    m_writeBuffer = GetBinaryData();
+    try {
+        m_writeBuffer = GetBinaryData();
+    } catch (...) {
+        // Text that has no bytes (no encoding chosen) ends the file like a failed write.
+        m_file.Close();
+        throw;
+    }
     if (m_writeBuffer.GetLength() != 0) StartWrite(m_writeBuffer.GetData(), m_writeBuffer.GetLength());
     CTextStream::Open();
 }
