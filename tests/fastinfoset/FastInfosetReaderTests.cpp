@@ -223,3 +223,18 @@ TEST(FastInfosetReader, DeepNestingWithoutRecursion) {
     for (const CXmlElement* e = whole.GetDocumentElement(); e; e = e->GetFirstElement()) ++depth;
     EXPECT_EQ(depth, levels);
 }
+
+// Documents that an independent codec wrote from our XML read into the trees of that XML.
+TEST(FastInfosetReader, ReadsDocumentsOfAnotherEncoder) {
+    for (const char* name : {"order", "checkout", "batch"}) {
+        const std::string base = std::string(KVXML_TEST_DATA_DIR) + "/fi/" + name;
+        CXmlDocument fi;
+        CXmlDocument xml;
+        const std::u16string fiPath(base.begin(), base.end());
+        fi.Load((fiPath + u".finf").c_str());
+        xml.Load((fiPath + u".xml").c_str());
+        EXPECT_EQ(TreeText(fi), TreeText(xml)) << name;
+        for (const char16_t* alias : {u"", u"xsi", u"partner"})
+            EXPECT_EQ(fi.LookupNamespaceFromAlias(alias), xml.LookupNamespaceFromAlias(alias)) << name;
+    }
+}

@@ -4,8 +4,8 @@
 #include <functional>
 #include <string>
 
-// The purchase-order classes it reuses are compiled with EntryPointTests.cpp.
 #include "../../examples/purchase_order/Checkout.cpp"
+#include "../../examples/purchase_order/PurchaseOrder.cpp"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "support/KvTestText.h"
 
