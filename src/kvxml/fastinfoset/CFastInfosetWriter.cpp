@@ -62,7 +62,7 @@ uint32_t Utf8Length(std::u16string_view text, size_t& units) {
 
 // Equality by one memcmp; the character-wise comparison of the standard strings is slower.
 inline bool Same(const std::u16string& a, std::u16string_view b) {
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0);
 }
 
 [[noreturn]] void ThrowNoOctets() {
@@ -110,6 +110,7 @@ void CFastInfosetWriter::Flush() {
 }
 
 void CFastInfosetWriter::Put(const unsigned char* octets, uint32_t count) {
+    if (count == 0) return;
     if (count > kBufferSize - m_used) {
         Flush();
         if (count >= kBufferSize) {
