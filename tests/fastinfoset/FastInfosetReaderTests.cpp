@@ -82,7 +82,9 @@ TEST(FastInfosetReader, ReadsHandBuiltDocuments) {
          "E0 00 00 01 7F | 00 00 'a' 00 'b' | 12 89 00 'u' 00 00 'p' 00 00 'l' 00 00 'k' 00 80 | C0 00 'n' C3 00 'n' "
          "00 's' 00 'p' F0 | D0 00 'e' 00 's' 00 'n' F0 | 00 'c' | 01 | 00 '1' | 3C 00 'a' FF",
          "a"},
-        {"no root", "H F0", "<no root>"},
+        {"no element", "H F0", "!Failed to parse FastInfoset. The document ended before its first element."},
+        {"document type declaration ends the body", "H C6 00 's' F0 3C 00 'a' FF",
+         "!Failed to parse FastInfoset. The document ended before its first element."},
 
         {"nothing after the header", "H", kEnd},
         {"element name index past the table", "H 00",

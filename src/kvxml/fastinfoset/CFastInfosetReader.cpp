@@ -82,6 +82,10 @@ bool CFastInfosetReader::Parse() {
                                                                : new CFIVocabulary());
     ReadOptionalComponents();
     ReadBody();
+    // A terminator before any element (also the one that closes a document type declaration)
+    // ends the body: say so rather than hand over an empty tree.
+    if (!m_document->GetDocumentElement())
+        Fail(u"Failed to parse FastInfoset. The document ended before its first element.");
     m_vocabulary.reset();
     return true;
 }
