@@ -4,6 +4,7 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
+#include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/fastinfoset/CFastInfosetBinaryData.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "kvxml/xml/CXmlDocument.h"
@@ -45,8 +46,8 @@ bool MagicAt(const unsigned char* at, const unsigned char* end) {
 
 } // namespace
 
-CFastInfosetReader::CFastInfosetReader(const CFastInfosetContext* context, CXmlDocument* document)
-    : m_context(context), m_document(document), m_position(nullptr), m_current(nullptr), m_end(nullptr),
+CFastInfosetReader::CFastInfosetReader(const CSerializationContext& context, CXmlDocument* document)
+    : m_serializationContext(context), m_context(nullptr), m_document(document), m_position(nullptr), m_current(nullptr), m_end(nullptr),
       m_bitWidth(0), m_bitsLeft(0), m_bitBuffer(0), m_doubleTerminatorSeen(false), m_lastIndex(0),
       m_addToTable(false) {}
 
@@ -77,7 +78,9 @@ bool CFastInfosetReader::Parse() {
     m_position = input;
     m_end = input + m_document->GetInputSize();
     if (!ReadHeader()) return false;
-    // The tables are made only now: XML text, the usual input, pays for the header test alone.
+    // Options and tables are taken only now: XML text, the usual input, pays for the header test
+    // alone.
+    m_context = &m_serializationContext.GetFIContext();
     m_vocabulary.reset(m_context->GetUseGeneratedVocabulary() ? new CFIVocabulary(*m_context->GetVocabulary())
                                                                : new CFIVocabulary());
     ReadOptionalComponents();

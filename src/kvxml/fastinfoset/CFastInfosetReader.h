@@ -12,6 +12,7 @@
 namespace KvXmlLib16 {
 
 class CFastInfosetContext;
+class CSerializationContext;
 class CXmlDocument;
 class CXmlElement;
 
@@ -25,8 +26,10 @@ class CXmlElement;
 // Lives on the stack of one load (CXmlDocument::Parse). Internal to the library.
 class CFastInfosetReader : public CInstanceMonitor {
 public:
-    // Neither is owned; both must outlive the reader.
-    CFastInfosetReader(const CFastInfosetContext* context, CXmlDocument* document);
+    // Neither is owned; both must outlive the reader. The Fast Infoset options of the context are
+    // looked at (and made, on first use) only once the input has proved to be Fast Infoset, so
+    // that loading XML text never touches them.
+    CFastInfosetReader(const CSerializationContext& context, CXmlDocument* document);
     CFastInfosetReader(const CFastInfosetReader&) = delete;
     CFastInfosetReader& operator=(const CFastInfosetReader&) = delete;
     ~CFastInfosetReader() override;
@@ -107,6 +110,7 @@ private:
     // The next code of width bits from the packed data; all ones when the data is used up.
     uint32_t ReadBits(const unsigned char*& data, const unsigned char* end);
 
+    const CSerializationContext& m_serializationContext;
     const CFastInfosetContext* m_context;
     CXmlDocument* m_document;
     const unsigned char* m_position;
