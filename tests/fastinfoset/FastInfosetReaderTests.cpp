@@ -7,9 +7,6 @@
 #include "TreeText.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
-#include "kvxml/fastinfoset/CFastInfosetWriter.h"
-#include "kvxml/output/CBinaryStream.h"
-#include "kvxml/values/ItemType.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "support/KvTestText.h"
 
@@ -162,49 +159,6 @@ TEST(FastInfosetReader, PreparedVocabularyOnlyWhenAskedFor) {
               "!Failed to parse FastInfoset. Index [1] is not in the table of element names, which holds [0] entries.");
     context.GetFIContext().SetUseGeneratedVocabulary(true);
     EXPECT_EQ(Load(octets, context), "{urn:v}root\"shared\"");
-}
-
-// Every cut of a document written by the writer fails cleanly. Only the last octet may be spared
-// when it ends the document alone: the root's end has already stopped the reading.
-TEST(FastInfosetReader, EveryTruncationFails) {
-    CFastInfosetContext fi;
-    fi.SetSuggestedValues();
-    CBinaryStream stream;
-    {
-        CFastInfosetWriter writer(&stream, &fi);
-        writer.WriteDocumentHeader(FInfoDecl_V10_Enc);
-        writer.WriteStartElement(u"order", u"urn:o");
-        writer.WriteAttribute(u"id", u"", u"PO-1", ItemType_string);
-        writer.WriteAttribute(u"flag", u"urn:other", u"true", ItemType_boolean);
-        for (int i = 0; i < 3; ++i) {
-            writer.WriteStartElement(u"item", u"urn:o");
-            writer.WriteAttribute(u"n", u"", u"7", ItemType_i4);
-            writer.WriteElementText(u"Lawnmower with a long name", ItemType_string, false);
-            writer.WriteStartElement(u"price", u"urn:o");
-            writer.WriteElementText(u"148.95", ItemType_decimal, false);
-            writer.WriteEndElement();
-            writer.WriteStartElement(u"when", u"urn:o");
-            writer.WriteElementText(u"2024-01-31", ItemType_date, false);
-            writer.WriteEndElement();
-            writer.WriteEndElement();
-        }
-        writer.WriteEndElement();
-        writer.WriteDocumentEnd();
-        writer.CloseOutput();
-    }
-    const CBinaryData data = stream.GetData();
-    const Bytes whole(data.GetData(), data.GetData() + data.GetLength());
-    CSerializationContext context;
-    const std::string tree = Load(whole, context);
-    EXPECT_EQ(tree.rfind("{urn:o}order[id=PO-1][{urn:other}flag=true]({urn:o}item[n=7]\"Lawnmower with a long name\"("
-                         "{urn:o}price\"148.95\",{urn:o}when\"2024-01-31\"),", 0), 0u) << tree;
-    for (size_t size = 1; size < whole.size(); ++size) {
-        const std::string result = Load(Bytes(whole.begin(), whole.begin() + static_cast<long>(size)), context);
-        if (size == whole.size() - 1 && result[0] != '!')
-            EXPECT_EQ(result, tree);
-        else
-            EXPECT_EQ(result[0], '!') << size;
-    }
 }
 
 // A million levels: no recursion in the reader or the tree, and a cut one ends in the message.
