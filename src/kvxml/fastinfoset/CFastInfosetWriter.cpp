@@ -79,7 +79,16 @@ CFastInfosetWriter::CFastInfosetWriter(CBinaryStream* stream, const CFastInfoset
       m_vocabulary(context->GetUseGeneratedVocabulary() ? new CFIVocabulary(*context->GetVocabulary())
                                                          : new CFIVocabulary()),
       m_buffer(new unsigned char[kBufferSize]),
-      m_used(0) {}
+      m_used(0) {
+    const auto& alphabets = m_vocabulary->m_restrictedAlphabets;
+    for (size_t a = 0; a < kTabledAlphabets; ++a) {
+        for (int16_t& code : m_alphabetCodes[a]) code = -1;
+        for (size_t i = 0; a < alphabets.size() && i < alphabets[a].size() && i < 0x7FFF; ++i) {
+            const char16_t c = alphabets[a][i];
+            if (c < 128 && m_alphabetCodes[a][c] < 0) m_alphabetCodes[a][c] = static_cast<int16_t>(i);
+        }
+    }
+}
 
 CFastInfosetWriter::~CFastInfosetWriter() {
     // What was written before a failure stays in the stream.
@@ -129,8 +138,12 @@ void CFastInfosetWriter::PutBigEndian32(uint32_t value) {
 }
 
 void CFastInfosetWriter::PutUtf8(std::u16string_view text, size_t units) {
+    // A code unit takes at most 3 octets (a surrogate pair 4 for two units): a text that fits the
+    // buffer is converted without a test per unit.
+    const bool fits = units <= kBufferSize / 3;
+    if (fits && kBufferSize - m_used < units * 3) Flush();
     for (size_t i = 0; i < units; ++i) {
-        if (kBufferSize - m_used < 4) Flush();
+        if (!fits && kBufferSize - m_used < 4) Flush();
         unsigned char* out = m_buffer.get() + m_used;
         const uint32_t c = text[i];
         if (c < 0x80) {
@@ -346,14 +359,17 @@ void CFastInfosetWriter::WriteRestrictedAlphabetString(bool bit7, unsigned char 
     const size_t count = text.size();
     const uint64_t packed = bits == 4 ? (uint64_t{count} + 1) / 2 : count;
     if (packed > UINT32_MAX) throw CKvException(u"Failed to write FastInfoset. A string is too long for the format.");
-    // Every character is checked before anything goes out.
-    auto code = [&alphabet](char16_t c) {
-        const size_t position = alphabet.find(c);
-        if (position == std::u16string::npos)
+    // Every character is checked before anything goes out; the built-in alphabets are ASCII and
+    // looked up through a table.
+    const bool tabled = alphabetIndex <= kTabledAlphabets;
+    m_codes.clear();
+    for (char16_t c : text) {
+        const size_t position = tabled && c < 128 ? static_cast<size_t>(m_alphabetCodes[alphabetIndex - 1][c])
+                                                  : alphabet.find(c);
+        if (position >= alphabet.size())
             throw CKvException(u"Failed to write FastInfoset. Invalid character not found for Restricted Alphabet.");
-        return static_cast<unsigned char>(position);
-    };
-    for (char16_t c : text) code(c);
+        m_codes.push_back(static_cast<unsigned char>(position));
+    }
 
     const uint32_t table = alphabetIndex - 1;
     if (bit7) {
@@ -364,13 +380,13 @@ void CFastInfosetWriter::WriteRestrictedAlphabetString(bool bit7, unsigned char 
         WriteLengthBit5(static_cast<unsigned char>((table & 0x0F) << 4), static_cast<uint32_t>(packed));
     }
     if (bits == 8) {
-        for (char16_t c : text) Put(code(c));
+        Put(m_codes.data(), static_cast<uint32_t>(count));
         return;
     }
     // Two characters per octet, the first in the high half; an odd last one is followed by 1111.
     for (size_t i = 0; i < count; i += 2) {
-        const unsigned char low = i + 1 < count ? code(text[i + 1]) : 0x0F;
-        Put(static_cast<unsigned char>((code(text[i]) << 4) | low));
+        const unsigned char low = i + 1 < count ? m_codes[i + 1] : 0x0F;
+        Put(static_cast<unsigned char>((m_codes[i] << 4) | low));
     }
 }
 

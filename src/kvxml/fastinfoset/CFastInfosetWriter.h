@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "kvxml/fastinfoset/CFIVocabulary.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
@@ -108,6 +109,11 @@ private:
     uint32_t m_used;
     // Reused for map keys, so that a name costs no allocation once seen.
     std::u16string m_key;
+    // Positions of the ASCII characters in the built-in alphabets (-1: absent), and the codes of
+    // the value being packed.
+    static constexpr uint32_t kTabledAlphabets = 2;
+    int16_t m_alphabetCodes[kTabledAlphabets][128];
+    std::vector<unsigned char> m_codes;
     // Names met before, with their index, so that a repeated name is found by comparing its parts
     // instead of hashing its key. A name's index never changes, so an entry never goes stale.
     struct NameCacheEntry {

@@ -227,11 +227,27 @@ uint32_t CPlatformFile::StartRead(CFileOperation* operation, uint64_t offset, vo
     if (m_fd < 0) return KV_ERROR_INVALID_HANDLE;
     operation->m_offset = offset;
     operation->m_transferred = 0;
+    operation->m_buffer = nullptr;
+    operation->m_requested = 0;
+    struct stat info;
+    if (fstat(m_fd, &info) != 0) return operation->m_status = Win32ErrorFromErrno(errno);
+    if (count != 0 && S_ISREG(info.st_mode) && offset >= uint64_t(info.st_size))
+        return operation->m_status = KV_ERROR_HANDLE_EOF;
+    if (count == 0 || !S_ISREG(info.st_mode)) return operation->m_status = CompleteRead(operation, buffer, count);
+    // The kernel starts reading the range into its cache now; the copy into the buffer happens
+    // at the wait, so the caller's work in between overlaps the disk.
+    posix_fadvise(m_fd, off_t(offset), off_t(count), POSIX_FADV_WILLNEED);
+    operation->m_buffer = buffer;
+    operation->m_requested = count;
+    return operation->m_status = KV_ERROR_IO_PENDING;
+}
+
+uint32_t CPlatformFile::CompleteRead(CFileOperation* operation, void* buffer, uint32_t count) {
     uint32_t done = 0;
-    uint32_t status = ReadFully(m_fd, static_cast<unsigned char*>(buffer), count, int64_t(offset), &done);
+    uint32_t status =
+        ReadFully(m_fd, static_cast<unsigned char*>(buffer), count, int64_t(operation->m_offset), &done);
     // Nothing at all to read where bytes were asked for: the end of the file.
     if (status == KV_ERROR_SUCCESS && done == 0 && count != 0) status = KV_ERROR_HANDLE_EOF;
-    operation->m_status = status;
     operation->m_transferred = status == KV_ERROR_SUCCESS ? done : 0;
     return status;
 }
@@ -253,10 +269,17 @@ uint32_t CPlatformFile::StartWrite(CFileOperation* operation, uint64_t offset, c
 
 uint32_t CPlatformFile::WaitForOperation(CFileOperation* operation, uint32_t* transferred, bool wait) {
     if (operation == nullptr || transferred == nullptr) return KV_ERROR_INVALID_PARAMETER;
-    // Transfers finish inside their start, so nothing is ever still running here.
-    if (operation->m_status == KV_ERROR_IO_PENDING && !wait) {
-        *transferred = 0;
-        return KV_ERROR_IO_INCOMPLETE;
+    if (operation->m_status == KV_ERROR_IO_PENDING) {
+        if (!wait) {
+            *transferred = 0;
+            return KV_ERROR_IO_INCOMPLETE;
+        }
+        if (operation->m_buffer == nullptr || m_fd < 0) {
+            operation->m_status = KV_ERROR_INVALID_HANDLE;
+        } else {
+            operation->m_status = CompleteRead(operation, operation->m_buffer, operation->m_requested);
+            operation->m_buffer = nullptr;
+        }
     }
     *transferred = operation->m_transferred;
     return operation->m_status;

@@ -156,11 +156,28 @@ int main(int argc, char** argv) {
         });
         Emit("order-cdata-attribute", *MakeOrder(), cdata.plain, cdata.plain,
              "refuse:the cdata algorithm in an attribute value", 1);
-        const Contexts defaulted([](CSerializationContext& c) { c.SetDefaultNamespaceURI(u"urn:d"); });
-        CSmartPtr<CElement> root = new CElement(u"doc", u"urn:d");
-        root->GetChildElements()->Add(u"plain")->SetText(u"in no namespace");
-        Emit("no-namespace-under-default", *root, defaulted.plain, defaulted.typed,
-             "refuse:an element in no namespace under a default namespace", 1);
+        {
+            // Written through the writer itself, as no sample class puts an element in no
+            // namespace beneath a default one.
+            const std::string xml = g_dir + "/no-namespace-under-default.xml";
+            WriteFile(xml, WideToUtf8(u"<doc xmlns=\"urn:d\"><plain xmlns=\"\">in no namespace</plain></doc>"));
+            const CFastInfosetContext options;
+            CBinaryStream stream;
+            CFastInfosetWriter writer(&stream, &options);
+            writer.WriteDocumentHeader(FInfoDecl_None);
+            writer.SetDefaultNamespace(u"urn:d");
+            writer.WriteStartElement(u"doc", u"urn:d");
+            writer.WriteStartElement(u"plain", u"");
+            writer.WriteElementText(u"in no namespace", ItemType_string, false);
+            writer.WriteEndElement();
+            writer.WriteEndElement();
+            writer.WriteDocumentEnd();
+            writer.CloseOutput();
+            const std::string finf = g_dir + "/no-namespace-under-default.finf";
+            WriteFile(finf, stream.GetData());
+            g_manifest << "no-namespace-under-default\trefuse:an element in no namespace under a default namespace\t"
+                       << finf << '\t' << xml << '\n';
+        }
 
         if (argc > 2) {
             std::ifstream in(argv[2], std::ios::binary);
