@@ -113,6 +113,8 @@ private:
     void SetInput(const unsigned char* bytes, size_t count);
     void FreeInput();
     void PlainParse();
+    // Reads the input as Fast Infoset if it opens as such; false, with nothing read, otherwise.
+    bool ParseFastInfoset();
     // Byte input of the whole-file and stream paths: inflated when compressed, then parsed.
     void Parse();
     // Replaces the input by its inflated form when it is a complete zlib or gzip stream;

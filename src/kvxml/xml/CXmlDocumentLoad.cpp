@@ -9,7 +9,6 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
-#include "kvxml/fastinfoset/CFastInfosetReader.h"
 #include "kvxml/values/CBinaryData.h"
 #include "kvxml/xml/CExpatReader.h"
 #include "kvxml/xml/CXmlDocument.h"
@@ -56,8 +55,7 @@ void CXmlDocument::Parse() {
     TryInflate();
     // A Fast Infoset document is told by its opening octets and decoded straight into the tree;
     // anything else is XML text.
-    CFastInfosetReader reader(*m_context, this);
-    if (reader.Parse()) return;
+    if (ParseFastInfoset()) return;
     PlainParse();
 }
 
