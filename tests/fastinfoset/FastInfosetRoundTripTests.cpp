@@ -84,8 +84,8 @@ TEST(FastInfosetRoundTrip, ExampleClassesThroughEveryOption) {
         for (int declaration = FInfoDecl_None; declaration <= FInfoDecl_V11_Enc_StandaloneNo; ++declaration) {
             for (CompressionType compression : {CompressionType_None, CompressionType_GZip, CompressionType_ZLib}) {
                 CSmartPtr<CPurchaseOrder> copy = new CPurchaseOrder();
-                copy->FromXmlStream(original->ToFastInfosetStream(static_cast<FInfoDecl>(declaration), context, compression),
-                                    context);
+                copy->FromXmlStream(
+                    original->ToFastInfosetStream(static_cast<FInfoDecl>(declaration), context, compression), context);
                 EXPECT_EQ(KvTest::Narrow(copy->ToXml(true, true, EOLType_LF, context)), KvTest::Narrow(xml))
                     << "options " << options << " declaration " << declaration << " compression " << compression;
             }

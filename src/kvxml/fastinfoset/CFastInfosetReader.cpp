@@ -47,8 +47,17 @@ bool MagicAt(const unsigned char* at, const unsigned char* end) {
 } // namespace
 
 CFastInfosetReader::CFastInfosetReader(const CSerializationContext& context, CXmlDocument* document)
-    : m_serializationContext(context), m_context(nullptr), m_document(document), m_position(nullptr), m_current(nullptr), m_end(nullptr),
-      m_bitWidth(0), m_bitsLeft(0), m_bitBuffer(0), m_doubleTerminatorSeen(false), m_lastIndex(0),
+    : m_serializationContext(context),
+      m_context(nullptr),
+      m_document(document),
+      m_position(nullptr),
+      m_current(nullptr),
+      m_end(nullptr),
+      m_bitWidth(0),
+      m_bitsLeft(0),
+      m_bitBuffer(0),
+      m_doubleTerminatorSeen(false),
+      m_lastIndex(0),
       m_addToTable(false) {}
 
 CFastInfosetReader::~CFastInfosetReader() = default;
@@ -82,7 +91,7 @@ bool CFastInfosetReader::Parse() {
     // alone.
     m_context = &m_serializationContext.GetFIContext();
     m_vocabulary.reset(m_context->GetUseGeneratedVocabulary() ? new CFIVocabulary(*m_context->GetVocabulary())
-                                                               : new CFIVocabulary());
+                                                              : new CFIVocabulary());
     ReadOptionalComponents();
     ReadBody();
     // A terminator before any element (also the one that closes a document type declaration)
@@ -112,21 +121,21 @@ bool CFastInfosetReader::ReadHeader() {
 
 void CFastInfosetReader::ReadOptionalComponents() {
     const unsigned char flags = ReadOctet();
-    if (flags & 0x40) {  // additional data: pairs of identifier and data
+    if (flags & 0x40) { // additional data: pairs of identifier and data
         for (uint32_t n = ReadSequenceLength(); n > 0; --n) {
             SkipNonEmptyOctetStringBit2();
             SkipNonEmptyOctetStringBit2();
         }
     }
     if (flags & 0x20) ReadInitialVocabulary();
-    if (flags & 0x10) {  // notations: name, and system and public identifiers by bits 1 and 0
+    if (flags & 0x10) { // notations: name, and system and public identifiers by bits 1 and 0
         for (unsigned char octet = ReadOctet(); (octet & 0xFC) == 0xC0; octet = ReadOctet()) {
             SkipIdentifyingString();
             if (octet & 0x02) SkipIdentifyingString();
             if (octet & 0x01) SkipIdentifyingString();
         }
     }
-    if (flags & 0x08) {  // unparsed entities: name, system identifier, public one by bit 0, notation
+    if (flags & 0x08) { // unparsed entities: name, system identifier, public one by bit 0, notation
         for (unsigned char octet = ReadOctet(); (octet & 0xFE) == 0xD0; octet = ReadOctet()) {
             SkipIdentifyingString();
             SkipIdentifyingString();
@@ -136,8 +145,8 @@ void CFastInfosetReader::ReadOptionalComponents() {
     }
     // The document's strings are read as the format defines them, whatever the scheme says.
     if (flags & 0x04) SkipNonEmptyOctetStringBit2();
-    if (flags & 0x02) ReadOctet();  // standalone
-    if (flags & 0x01) SkipNonIdentifyingString();  // version
+    if (flags & 0x02) ReadOctet();                // standalone
+    if (flags & 0x01) SkipNonIdentifyingString(); // version
 }
 
 // Everything of an initial vocabulary is read and dropped: the tables start from the prepared
@@ -146,7 +155,7 @@ void CFastInfosetReader::ReadInitialVocabulary() {
     const unsigned char* flags = ReadOctets(2);
     const unsigned char first = flags[0];
     const unsigned char second = flags[1];
-    if (first & 0x10) SkipNonEmptyOctetStringBit2();  // the URI of an external vocabulary
+    if (first & 0x10) SkipNonEmptyOctetStringBit2(); // the URI of an external vocabulary
     auto skipOctetStrings = [this](bool present) {
         if (!present) return;
         for (uint32_t n = ReadSequenceLength(); n > 0; --n) SkipNonEmptyOctetStringBit2();
@@ -243,8 +252,9 @@ bool CFastInfosetReader::StartElement(unsigned char head) {
     else
         ReadQName(nameOctet, m_vocabulary->m_elementNamesTable);
     // The prefix plays no part: the tree holds namespace and local name.
-    CXmlElement* element = m_document->GetOpenElementCount() != 0 ? m_document->AddElement(m_namespace, m_localName)
-                                                                  : m_document->AddRootElement(m_namespace, m_localName);
+    CXmlElement* element = m_document->GetOpenElementCount() != 0
+                               ? m_document->AddElement(m_namespace, m_localName)
+                               : m_document->AddRootElement(m_namespace, m_localName);
     if (!hasAttributes) return true;
     unsigned char octet = ReadOctet();
     while (octet < 0x80) {
@@ -283,8 +293,7 @@ void CFastInfosetReader::ReadNamespaceAttribute(unsigned char first) {
     if (first & 0x02)
         prefix = ReadIdentifyingString(m_vocabulary->m_prefixNamesTable, kPrefixNames, m_prefixText, m_lastIndex);
     if (first & 0x01)
-        uri = ReadIdentifyingString(m_vocabulary->m_namespaceNamesTable, kNamespaceNames, m_namespaceText,
-                                    m_lastIndex);
+        uri = ReadIdentifyingString(m_vocabulary->m_namespaceNamesTable, kNamespaceNames, m_namespaceText, m_lastIndex);
     m_document->SetAlias(prefix, uri);
 }
 
@@ -335,8 +344,9 @@ std::u16string_view CFastInfosetReader::Entry(const CFIVocabulary::CFIStringTabl
                                               const char16_t* tableName) {
     const size_t size = table.m_items.size();
     if (index == 0 || index > size)
-        Fail(FormatString(u"Failed to parse FastInfoset. Index [%u] is not in the table of %s, which holds [%u] entries.",
-                          index, tableName, static_cast<uint32_t>(size)));
+        Fail(FormatString(
+            u"Failed to parse FastInfoset. Index [%u] is not in the table of %s, which holds [%u] entries.", index,
+            tableName, static_cast<uint32_t>(size)));
     return table.m_items[index - 1];
 }
 
@@ -344,8 +354,9 @@ void CFastInfosetReader::LookupQName(const CFIVocabulary::CFIQNameTable& names, 
                                      const char16_t* tableName) {
     const size_t size = names.m_items.size();
     if (index == 0 || index > size)
-        Fail(FormatString(u"Failed to parse FastInfoset. Index [%u] is not in the table of %s, which holds [%u] entries.",
-                          index, tableName, static_cast<uint32_t>(size)));
+        Fail(FormatString(
+            u"Failed to parse FastInfoset. Index [%u] is not in the table of %s, which holds [%u] entries.", index,
+            tableName, static_cast<uint32_t>(size)));
     m_lastIndex = index;
     const CFIVocabulary::CQNameParts& parts = names.m_items[index - 1];
     m_namespace = parts.m_namespaceIndex == 0
@@ -357,13 +368,11 @@ void CFastInfosetReader::LookupQName(const CFIVocabulary::CFIQNameTable& names, 
 }
 
 void CFastInfosetReader::ReadQName(unsigned char first, CFIVocabulary::CFIQNameTable& names) {
-    if ((first & 0x03) == 0x02)
-        Fail(u"Failed to parse FastInfoset. Invalid QName type Prefix without Namespace.");
+    if ((first & 0x03) == 0x02) Fail(u"Failed to parse FastInfoset. Invalid QName type Prefix without Namespace.");
     uint32_t prefixIndex = 0;
     uint32_t namespaceIndex = 0;
     uint32_t localIndex = 0;
-    if (first & 0x02)
-        ReadIdentifyingString(m_vocabulary->m_prefixNamesTable, kPrefixNames, m_prefixText, prefixIndex);
+    if (first & 0x02) ReadIdentifyingString(m_vocabulary->m_prefixNamesTable, kPrefixNames, m_prefixText, prefixIndex);
     // Each part comes from its own table, so adding one part leaves the view of another valid.
     m_namespace = (first & 0x01) ? ReadIdentifyingString(m_vocabulary->m_namespaceNamesTable, kNamespaceNames,
                                                          m_namespaceText, namespaceIndex)
@@ -415,36 +424,36 @@ uint32_t CFastInfosetReader::ReadIndexBit2(unsigned char first) {
 uint32_t CFastInfosetReader::ReadIndexZeroBit2(unsigned char first) {
     if ((first & 0x7F) == 0x7F) return 0;
     if ((first & 0x70) == 0x70)
-        Fail(u"Failed to parse FastInfoset. Invalid Encoding of integers 0 To 2^20 type  on the second bit of an octet.");
+        Fail(
+            u"Failed to parse FastInfoset. Invalid Encoding of integers 0 To 2^20 type  on the second bit of an "
+            u"octet.");
     return ReadIndexBit2(first);
 }
 
 uint32_t CFastInfosetReader::ReadIndexBit3(unsigned char first) {
     if ((first & 0x20) == 0) return (first & 0x1Fu) + 1;
     switch (first & 0x38) {
-    case 0x20:
-        return (((first & 0x07u) << 8) | ReadOctet()) + 33;
-    case 0x28:
-        return (((first & 0x07u) << 16) | ReadBigEndian(2)) + 2081;
+    case 0x20: return (((first & 0x07u) << 8) | ReadOctet()) + 33;
+    case 0x28: return (((first & 0x07u) << 16) | ReadBigEndian(2)) + 2081;
     case 0x30:
         // All 24 bits of the three octets; one more than the writer's offset, as it stands.
         return ReadBigEndian(3) + 526369;
     default:
-        Fail(u"Failed to parse FastInfoset. Invalid Encoding of integers 1 To 2^20 type  on the third bit of an octet.");
+        Fail(
+            u"Failed to parse FastInfoset. Invalid Encoding of integers 1 To 2^20 type  on the third bit of an octet.");
     }
 }
 
 uint32_t CFastInfosetReader::ReadIndexBit4(unsigned char first) {
     if ((first & 0x10) == 0) return (first & 0x0Fu) + 1;
     switch (first & 0x1C) {
-    case 0x10:
-        return (((first & 0x03u) << 8) | ReadOctet()) + 17;
-    case 0x14:
-        return (((first & 0x03u) << 16) | ReadBigEndian(2)) + 1041;
-    case 0x18:
-        return ReadBigEndian(3) + 263185;
+    case 0x10: return (((first & 0x03u) << 8) | ReadOctet()) + 17;
+    case 0x14: return (((first & 0x03u) << 16) | ReadBigEndian(2)) + 1041;
+    case 0x18: return ReadBigEndian(3) + 263185;
     default:
-        Fail(u"Failed to parse FastInfoset. Invalid Encoding of integers 1 To 2^20 type  on the fourth bit of an octet.");
+        Fail(
+            u"Failed to parse FastInfoset. Invalid Encoding of integers 1 To 2^20 type  on the fourth bit of an "
+            u"octet.");
     }
 }
 
@@ -588,21 +597,24 @@ void CFastInfosetReader::DecodeRestrictedAlphabet(uint32_t alphabetNumber, const
                                                   std::u16string& out) {
     const auto& alphabets = m_vocabulary->m_restrictedAlphabets;
     if (alphabetNumber > alphabets.size())
-        Fail(FormatString(u"Failed to parse FastInfoset. Restricted alphabet [%u] is not in the vocabulary, which "
-                          u"holds [%u].",
-                          alphabetNumber, static_cast<uint32_t>(alphabets.size())));
+        Fail(
+            FormatString(u"Failed to parse FastInfoset. Restricted alphabet [%u] is not in the vocabulary, which "
+                         u"holds [%u].",
+                         alphabetNumber, static_cast<uint32_t>(alphabets.size())));
     const std::u16string& alphabet = alphabets[alphabetNumber - 1];
     if (alphabet.size() < 2 || alphabet.size() > (size_t{1} << 20))
-        Fail(u"Failed to parse FastInfoset. Invalid Encoding of Restricted Alphabet. Alphabet must contain between 2 "
-             u"and 2^20 characters.");
+        Fail(
+            u"Failed to parse FastInfoset. Invalid Encoding of Restricted Alphabet. Alphabet must contain between 2 "
+            u"and 2^20 characters.");
     uint32_t bits = 2;
     while ((size_t{1} << bits) <= alphabet.size()) ++bits;
     out.clear();
     auto character = [&](uint32_t code) {
         if (code >= alphabet.size())
-            Fail(FormatString(u"Failed to parse FastInfoset. Character code [%u] is not in the restricted alphabet "
-                              u"of [%u] characters.",
-                              code, static_cast<uint32_t>(alphabet.size())));
+            Fail(
+                FormatString(u"Failed to parse FastInfoset. Character code [%u] is not in the restricted alphabet "
+                             u"of [%u] characters.",
+                             code, static_cast<uint32_t>(alphabet.size())));
         return alphabet[code];
     };
     if (bits == 8) {

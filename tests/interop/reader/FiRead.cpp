@@ -37,8 +37,8 @@ std::string Outcome(const std::string& finf, const std::string& expected) {
     size_t at = 0;
     while (at < actual.size() && at < expected.size() && actual[at] == expected[at]) ++at;
     const size_t from = at > 40 ? at - 40 : 0;
-    return "trees part at character " + std::to_string(at) + ": expected [" + expected.substr(from, 100) +
-           "] got [" + actual.substr(from, 100) + "]";
+    return "trees part at character " + std::to_string(at) + ": expected [" + expected.substr(from, 100) + "] got [" +
+           actual.substr(from, 100) + "]";
 }
 
 } // namespace
