@@ -5,8 +5,8 @@
 //       Each line: id, expectation ("pass" or "refuse:<why>"), .finf file, .xml file. Decodes the
 //       .finf with the codec and the .xml with the JDK's parser and compares elements, attributes
 //       and text in document order. Counts "pass" lines; reports the others apart.
-//   java FiInterop encode <in.xml> <out.finf>
-//       Has the codec write a Fast Infoset document from XML text.
+//   java FiInterop encode <in.xml> <out.finf> [default|tables|literal|utf16]
+//       Has the codec write a Fast Infoset document from XML text, with the options named.
 import com.sun.xml.fastinfoset.sax.SAXDocumentParser;
 import com.sun.xml.fastinfoset.sax.SAXDocumentSerializer;
 
@@ -161,12 +161,31 @@ public class FiInterop {
         return failed == 0 ? 0 : 1;
     }
 
-    static void encode(String in, String out) throws Exception {
+    // The variant chooses among the codec's options: "default"; "tables", every value into the
+    // tables; "literal", no value into them; "utf16", strings in UTF-16.
+    static void encode(String in, String out, String variant) throws Exception {
         SAXParserFactory factory = SAXParserFactory.newInstance();
         factory.setNamespaceAware(true);
         SAXParser parser = factory.newSAXParser();
         try (InputStream input = new FileInputStream(in); FileOutputStream output = new FileOutputStream(out)) {
             SAXDocumentSerializer serializer = new SAXDocumentSerializer();
+            switch (variant) {
+            case "tables":
+                serializer.setMaxCharacterContentChunkSize(Integer.MAX_VALUE);
+                serializer.setMaxAttributeValueSize(Integer.MAX_VALUE);
+                serializer.setCharacterContentChunkMapMemoryLimit(Integer.MAX_VALUE);
+                serializer.setAttributeValueMapMemoryLimit(Integer.MAX_VALUE);
+                break;
+            case "literal":
+                serializer.setMaxCharacterContentChunkSize(0);
+                serializer.setMaxAttributeValueSize(0);
+                break;
+            case "utf16":
+                serializer.setCharacterEncodingScheme("UTF-16BE");
+                break;
+            default:
+                break;
+            }
             serializer.setOutputStream(output);
             parser.setProperty("http://xml.org/sax/properties/lexical-handler", serializer);
             parser.parse(input, serializer);
@@ -176,10 +195,10 @@ public class FiInterop {
     public static void main(String[] args) throws Exception {
         if (args.length == 2 && args[0].equals("compare")) {
             System.exit(compare(args[1]));
-        } else if (args.length == 3 && args[0].equals("encode")) {
-            encode(args[1], args[2]);
+        } else if ((args.length == 3 || args.length == 4) && args[0].equals("encode")) {
+            encode(args[1], args[2], args.length == 4 ? args[3] : "default");
         } else {
-            System.err.println("usage: FiInterop compare <manifest> | encode <in.xml> <out.finf>");
+            System.err.println("usage: FiInterop compare <manifest> | encode <in.xml> <out.finf> [variant]");
             System.exit(2);
         }
     }

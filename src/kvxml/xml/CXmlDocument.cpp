@@ -10,6 +10,7 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/fastinfoset/CFastInfosetReader.h"
 #include "kvxml/xml/CExpatReader.h"
 #include "kvxml/xml/CXmlNodePool.h"
 
@@ -261,6 +262,11 @@ void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* t
         if (stop == length || text[stop] == 0) return;
         runStart = stop + 1;
     }
+}
+
+bool CXmlDocument::ParseFastInfoset() {
+    CFastInfosetReader reader(*m_context, this);
+    return reader.Parse();
 }
 
 void CXmlDocument::PlainParse() {

@@ -53,6 +53,9 @@ void CXmlDocument::Load(const char16_t* fileName) {
 
 void CXmlDocument::Parse() {
     TryInflate();
+    // A Fast Infoset document is told by its opening octets and decoded straight into the tree;
+    // anything else is XML text.
+    if (ParseFastInfoset()) return;
     PlainParse();
 }
 
