@@ -137,8 +137,8 @@ public:
             const auto head = comp.m_doc->Resolve(comp.m_node, Attr(comp.m_node, "substitutionGroup"));
             m_substitutes[SchemaSet::Key(head.first, head.second)].push_back(&comp);
         }
+        for (const auto& doc : m_s.m_docs) m_p.m_cppNamespaces.emplace(doc->m_tns, CppNamespaceFor(doc->m_tns, m_names));
         for (const auto& doc : m_s.m_docs) {
-            m_p.m_cppNamespaces.emplace(doc->m_tns, CppNamespaceFor(doc->m_tns, m_names));
             for (Node child : Children(doc->m_xml->GetDocumentElement())) {
                 const std::string kind = Local(child);
                 const std::string key = SchemaSet::Key(doc->m_tns, Attr(child, "name"));
@@ -164,10 +164,7 @@ private:
 
     std::string UniqueProp(ClassDef* cls, const std::string& wanted) {
         std::string name = wanted;
-        for (int n = 2; cls->m_usedNames.count(name) || (kReserved.count(name) && name != "Value" && name != "Text");
-             ++n)
-            name = wanted + std::to_string(n);
-        if (kReserved.count(name)) name = wanted + "2";
+        for (int n = 2; cls->m_usedNames.count(name) || kReserved.count(name); ++n) name = wanted + std::to_string(n);
         cls->m_usedNames.insert(name);
         return name;
     }

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <iostream>
+#include <fstream>
 
 #include "Classes.h"
 #include "kvxml/base/CKvException.h"
@@ -18,6 +18,7 @@ const char kUsage[] =
     "                             is made of the URI's words, e.g. urn:acme:orders -> AcmeOrders\n"
     "  --schema-path DIR          where an import or include is looked up by its file name when its\n"
     "                             schemaLocation is a URL or is not found beside the including file (repeatable)\n"
+    "  --depfile FILE             also write the schema files read, as a make rule for build tools\n"
     "  --help                     this text\n";
 
 int Usage(const char* problem) {
@@ -31,7 +32,7 @@ int main(int argc, char** argv) {
     namespace fs = std::filesystem;
     std::vector<std::string> schemas, searchPath;
     std::map<std::string, std::string> cppNamespaces;
-    std::string outDir;
+    std::string outDir, depfile;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool hasValue = i + 1 < argc;
@@ -41,6 +42,9 @@ int main(int argc, char** argv) {
         } else if (arg == "--out") {
             if (!hasValue) return Usage("--out needs a directory");
             outDir = argv[++i];
+        } else if (arg == "--depfile") {
+            if (!hasValue) return Usage("--depfile needs a file");
+            depfile = argv[++i];
         } else if (arg == "--schema-path") {
             if (!hasValue) return Usage("--schema-path needs a directory");
             searchPath.push_back(argv[++i]);
@@ -67,6 +71,13 @@ int main(int argc, char** argv) {
         std::error_code ec;
         fs::create_directories(outDir, ec);
         files = Kvxmlc::EmitProgram(set, program, outDir);
+        if (!depfile.empty()) {
+            std::string rule = (fs::path(outDir) / "KvGeneratedSupport.h").string() + ":";
+            for (const auto& doc : set.m_docs) rule += " " + fs::absolute(doc->m_path).string();
+            files.emplace_back(depfile + ".kvxmlc-tmp", depfile);
+            std::ofstream out(files.back().first, std::ios::trunc);
+            out << rule << "\n";
+        }
         // Only now, with every file written, do the new files take the place of the old ones.
         for (const auto& [temp, final] : files) {
             fs::rename(temp, final, ec);
