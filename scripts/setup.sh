@@ -13,7 +13,8 @@ mode=${1:-build}
 jobs=$(nproc 2>/dev/null || echo 2)
 
 packages=(build-essential cmake ninja-build pkg-config libexpat1-dev libpcre2-dev zlib1g-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev
+          libxml2-utils ismrmrd-schema xmltooling-schemas)
 
 install_missing() {
     local missing=()

@@ -23,6 +23,10 @@
 #include "simple.h"
 #include "subst.h"
 #include "wildcard.h"
+#ifdef KVXMLC_REAL_SCHEMAS
+#include "ismrmrd.h"
+#include "xmldsig-core-schema.h"
+#endif
 #include "support/KvTestText.h"
 #include "tools/XmlDataCompare.h"
 
@@ -48,7 +52,7 @@ const RoundTrip kRoundTrips[] = {
         <part weight="0.5"><label>x</label></part><part><label>y</label></part></record>)"},
     {"seq.xsd", &TSeq::CreateForElement,
      R"(<record xmlns="urn:t:seq" id="r2"><name>n</name><when>2000-01-01T00:00:00</when><day>2000-01-02</day>
-        <amount>-0.1</amount><flag/><part><label/></part></record>)"},
+        <amount>-0.1</amount><flag>true</flag><part><label/></part></record>)"},
     {"choice.xsd", &TChoice::CreateForElement, R"(<payment xmlns="urn:t:choice"><cash>5</cash></payment>)"},
     {"choice.xsd", &TChoice::CreateForElement,
      R"(<payment xmlns="urn:t:choice"><card><number>42</number></card></payment>)"},
@@ -104,41 +108,65 @@ void WriteFile(const fs::path& path, const std::string& text) {
     out << text;
 }
 
-// xmllint's verdict on a document against one of the test schemas; its output is kept for the failure.
+// xmllint's verdict on a document against a schema; its output is kept for the failure.
 int Validate(const std::string& xml, const std::string& schema, std::string& report) {
+    const std::string path = schema.find('/') == std::string::npos ? std::string(KVXMLC_TEST_SCHEMAS) + "/" + schema : schema;
     const fs::path file = fs::path(testing::TempDir()) / "kvxmlc_instance.xml";
     const fs::path log = fs::path(testing::TempDir()) / "kvxmlc_xmllint.log";
     WriteFile(file, xml);
-    const std::string command = "xmllint --noout --schema '" + std::string(KVXMLC_TEST_SCHEMAS) + "/" + schema +
-                                "' '" + file.string() + "' > '" + log.string() + "' 2>&1";
+    const std::string command = "xmllint --noout --schema '" + path + "' '" + file.string() + "' > '" + log.string() + "' 2>&1";
     const int status = std::system(command.c_str());
     report = ReadFile(log);
     return status;
 }
 
-TEST(Kvxmlc, GeneratedClassesReadAndWriteEachConstruct) {
+// Reads the instance into the object that CreateForElement makes for its root, writes it back, and
+// expects the same data, valid by xmllint.
+void CheckRoundTrip(const std::string& xml, const std::string& schema, CreateFunc create) {
+    // An element equal to its schema default keeps its text, as the instances have it.
     CSerializationContext context;
+    context.SetWriteDefaultElementValues(true);
+    std::string report;
+    ASSERT_EQ(Validate(xml, schema, report), 0) << "the instance itself: " << report;
+    CXmlDocument input;
+    input.LoadXml(xml.c_str());
+    CXmlElement* root = input.GetDocumentElement();
+    CSmartPtr<CXmlObjectBase> object = create(root->GetNamespaceURI().c_str(), root->GetLocalName().c_str());
+    ASSERT_TRUE(object);
+    EXPECT_FALSE(create(root->GetNamespaceURI().c_str(), u"noSuchElement"));
+    std::string written;
+    try {
+        object->FromXml(xml.c_str(), context);
+        written = Utf8Of(object->ToXml(true, true, EOLType_LF, context));
+    } catch (const CKvException& e) {
+        FAIL() << KvTest::Narrow(e.GetFullMessage());
+    }
+    EXPECT_EQ(DataDifference(xml, written), "") << written;
+    EXPECT_EQ(Validate(written, schema, report), 0) << report << written;
+}
+
+TEST(Kvxmlc, GeneratedClassesReadAndWriteEachConstruct) {
     for (const RoundTrip& c : kRoundTrips) {
         SCOPED_TRACE(std::string(c.schema) + ": " + c.xml);
-        std::string report;
-        ASSERT_EQ(Validate(c.xml, c.schema, report), 0) << "the instance itself: " << report;
-        CXmlDocument input;
-        input.LoadXml(c.xml);
-        CXmlElement* root = input.GetDocumentElement();
-        CSmartPtr<CXmlObjectBase> object = c.create(root->GetNamespaceURI().c_str(), root->GetLocalName().c_str());
-        ASSERT_TRUE(object);
-        EXPECT_FALSE(c.create(root->GetNamespaceURI().c_str(), u"noSuchElement"));
-        std::string written;
-        try {
-            object->FromXml(c.xml, context);
-            written = Utf8Of(object->ToXml(true, true, EOLType_LF, context));
-        } catch (const CKvException& e) {
-            FAIL() << KvTest::Narrow(e.GetFullMessage());
-        }
-        EXPECT_EQ(DataDifference(c.xml, written), "") << written;
-        EXPECT_EQ(Validate(written, c.schema, report), 0) << report << written;
+        CheckRoundTrip(c.xml, c.schema, c.create);
     }
 }
+
+#ifdef KVXMLC_REAL_SCHEMAS
+// Schemas that no one here wrote, with instance documents of our own.
+TEST(Kvxmlc, RealSchemasReadAndWriteOurInstances) {
+    const RoundTrip cases[] = {
+        {KVXMLC_ISMRMRD_XSD, &IsmrmOrgISMRMRD::CreateForElement, "ismrmrd_minimal.xml"},
+        {KVXMLC_ISMRMRD_XSD, &IsmrmOrgISMRMRD::CreateForElement, "ismrmrd_full.xml"},
+        {KVXMLC_XMLDSIG_XSD, &W3Org200009Xmldsig::CreateForElement, "xmldsig_enveloped.xml"},
+        {KVXMLC_XMLDSIG_XSD, &W3Org200009Xmldsig::CreateForElement, "xmldsig_objects.xml"},
+    };
+    for (const RoundTrip& c : cases) {
+        SCOPED_TRACE(c.xml);
+        CheckRoundTrip(ReadFile(fs::path(KVXMLC_TEST_INSTANCES) / c.xml), c.schema, c.create);
+    }
+}
+#endif
 
 // The typed API: objects built by setters, a derived class chosen by the program, written valid.
 TEST(Kvxmlc, TypedApiBuildsADocument) {

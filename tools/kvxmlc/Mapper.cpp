@@ -33,7 +33,7 @@ std::string CppNamespaceFor(const std::string& uri, const std::map<std::string, 
         std::string lower = part;
         std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
         if (!part.empty() && lower != "http" && lower != "https" && lower != "urn" && lower != "www")
-            out += Identifier(part);
+            out += static_cast<char>(std::toupper(static_cast<unsigned char>(part[0]))) + part.substr(1);
         part.clear();
     };
     for (unsigned char c : uri) {
@@ -41,6 +41,7 @@ std::string CppNamespaceFor(const std::string& uri, const std::map<std::string, 
         else flush();
     }
     flush();
+    if (!out.empty() && std::isdigit(static_cast<unsigned char>(out[0]))) out = "N" + out;
     return out.empty() ? "NoNamespace" : out;
 }
 
