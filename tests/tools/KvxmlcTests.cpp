@@ -67,6 +67,8 @@ const RoundTrip kRoundTrips[] = {
         <from>1</from><to>2</to><note>n</note></shape>)"},
     {"groups.xsd", &TGroups::CreateForElement,
      R"(<shape xmlns="urn:t:groups"><name>z</name><x>1</x><y>2</y><closed>true</closed></shape>)"},
+    {"groups.xsd", &TGroups::CreateForElement,
+     R"(<node xmlns="urn:t:groups" id="1"><node id="2"><node id="3"/></node><node id="4"/></node>)"},
     {"derive.xsd", &TDerive::CreateForElement,
      R"(<zoo xmlns="urn:t:derive" xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:d="urn:t:derive">
         <star xsi:type="d:Puppy" id="1" barks="true"><name>Rex</name><breed>pug</breed><ageInWeeks>9</ageInWeeks></star>
@@ -229,6 +231,9 @@ const BadSchema kBadSchemas[] = {
      "<xs:complexType name='d'><xs:complexContent>\n<xs:extension base='t:b'><xs:sequence><xs:element name='z'/>"
      "</xs:sequence></xs:extension></xs:complexContent></xs:complexType></xs:schema>",
      "bad.xsd:2: the records cannot express an extension that adds content to a choice or all of its base type"},
+    {"mandatory recursion", "<xs:complexType name='a'><xs:sequence>\n<xs:element name='x' type='t:a'/>"
+                            "</xs:sequence></xs:complexType></xs:schema>",
+     "bad.xsd:1: the mandatory child 'x' leads back to its own type without end"},
 };
 
 TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {

@@ -148,6 +148,7 @@ public:
                 else if (kind == "element") GlobalElementClass(doc.get(), child);
             }
         }
+        CheckMandatoryCycles();
         std::map<std::string, int> ids;
         for (ClassDef& c : m_p.m_classes) c.m_classId = ++ids[Ns(c.m_doc)];
     }
@@ -541,11 +542,7 @@ private:
             return Primitive(m, SimpleByName(doc, decl, Attr(decl, "type")));
         }
         if (Node ct = ChildNamed(decl, "complexType")) {
-            ClassDef* cls = NewClass(doc, anonHint);
-            cls->m_recordName = Attr(decl, "name");
-            m_typeNodes[cls] = ct;
-            Build(cls);
-            m.m_class = cls;
+            m.m_class = AnonymousClass(doc, decl, ct, anonHint);
             m.m_kind = Kind::Cls;
             return;
         }
@@ -558,6 +555,41 @@ private:
             return TypeMember(m, found->second.m_doc, found->second.m_node, anonHint);
         }
         Untyped(m);
+    }
+
+    // The class of an anonymous type, one per declaration: a global element reached again, also from
+    // within its own content, keeps the class it has.
+    ClassDef* AnonymousClass(Doc* doc, Node decl, Node ct, const std::string& hint) {
+        if (const auto found = m_anonymous.find(ct); found != m_anonymous.end()) return found->second;
+        ClassDef* cls = NewClass(doc, hint);
+        cls->m_recordName = Attr(decl, "name");
+        m_typeNodes[cls] = ct;
+        m_anonymous[ct] = cls;
+        Build(cls);
+        return cls;
+    }
+
+    // A class whose mandatory children lead back to itself would make objects without end; such a
+    // schema has no finite instance.
+    void CheckMandatoryCycles() {
+        std::map<const ClassDef*, int> state;
+        std::function<void(const ClassDef*)> visit = [&](const ClassDef* c) {
+            state[c] = 1;
+            for (const ClassDef* k = c; k; k = k->m_base)
+                for (const Member& m : k->m_members) {
+                    if (m.m_kind != Kind::Cls || m.m_occ != Occ::Mnd || k->m_groupType == 1) continue;
+                    if (state[m.m_class] == 1) {
+                        const auto node = m_typeNodes.find(c);
+                        throw CompileError(c->m_doc->m_path, node == m_typeNodes.end() ? 0 : c->m_doc->Line(node->second),
+                                           "the mandatory child '" + m.m_xmlName +
+                                               "' leads back to its own type without end");
+                    }
+                    if (state[m.m_class] == 0) visit(m.m_class);
+                }
+            state[c] = 2;
+        };
+        for (const ClassDef& c : m_p.m_classes)
+            if (state[&c] == 0) visit(&c);
     }
 
     void Untyped(Member& m) {
@@ -694,10 +726,7 @@ private:
                 g.m_class = ValueClass(doc, el, SimpleByName(doc, el, Attr(el, "type")));
             }
         } else if (Node ct = ChildNamed(el, "complexType")) {
-            g.m_class = NewClass(doc, Identifier(g.m_name));
-            g.m_class->m_recordName = g.m_name;
-            m_typeNodes[g.m_class] = ct;
-            Build(g.m_class);
+            g.m_class = AnonymousClass(doc, el, ct, Identifier(g.m_name));
         } else if (Node st = ChildNamed(el, "simpleType")) {
             g.m_class = ValueClass(doc, el, SimpleFrom(doc, st, Identifier(g.m_name) + "Value"));
         }
@@ -730,6 +759,7 @@ private:
     std::map<std::string, ClassDef*> m_typeClasses;
     std::map<const ClassDef*, Node> m_typeNodes;
     std::map<Node, ClassDef*> m_groupClasses;
+    std::map<Node, ClassDef*> m_anonymous;
     std::set<Node> m_flattening;
 };
 
