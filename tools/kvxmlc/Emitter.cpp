@@ -299,8 +299,14 @@ public:
 
     // ---- source -----------------------------------------------------------------------------------
 
-    std::string Creator(const ClassDef* c) const { return "&" + Ns(c->m_doc) + "::CreateClass"; }
-    std::string FactoryOf(const ClassDef* c) const { return "&" + Q(c) + "Factory::Create"; }
+    std::string Creator(const ClassDef* c) const {
+        std::string out = "&";
+        return out.append(Ns(c->m_doc)).append("::CreateClass");
+    }
+    std::string FactoryOf(const ClassDef* c) const {
+        std::string out = "&";
+        return out.append(Q(c)).append("Factory::Create");
+    }
 
     std::string ElementRecord(const ClassDef* owner, const Member& m) const {
         const char* group = owner->m_groupType == 1 ? "Choice" : owner->m_groupType == 2 ? "All" : "Seq";
