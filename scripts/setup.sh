@@ -48,6 +48,13 @@ case "$mode" in
     demo)
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
         ./build/examples/kvxml_purchase_order
+        echo
+        echo "From schema to classes:"
+        echo "  build/tools/kvxmlc/kvxmlc examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd --out build/demo-classes"
+        ./build/tools/kvxmlc/kvxmlc examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd \
+            --out build/demo-classes
+        ls build/demo-classes
+        grep -h '^class C' build/demo-classes/PurchaseOrder.h build/demo-classes/Checkout.h
         ;;
     test)
         # The benchmarks are compiled too, so that they cannot rot unnoticed.

@@ -23,6 +23,8 @@
 #include "simple.h"
 #include "subst.h"
 #include "wildcard.h"
+#include "Checkout.h"
+#include "PurchaseOrder.h"
 #ifdef KVXMLC_REAL_SCHEMAS
 #include "ismrmrd.h"
 #include "xmldsig-core-schema.h"
@@ -152,6 +154,24 @@ TEST(Kvxmlc, GeneratedClassesReadAndWriteEachConstruct) {
         SCOPED_TRACE(std::string(c.schema) + ": " + c.xml);
         CheckRoundTrip(c.xml, c.schema, c.create);
     }
+}
+
+// The schemas of the purchase-order sample, compiled beside its hand-written classes.
+TEST(Kvxmlc, SampleSchemasReadAndWriteSampleDocuments) {
+    const std::string dir = KVXMLC_SAMPLE_SCHEMAS;
+    CheckRoundTrip(R"(<purchaseOrder xmlns="urn:kvxml:samples:purchase-order" orderId="PO-1" status="shipped"
+        xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:x="urn:x" x:note="n">
+        <customer>Alice</customer><customerNumber>42</customerNumber><priority>2</priority>
+        <billTo country="US"><name>A</name><street>S</street><city>C</city><zip>1</zip></billTo>
+        <item partNumber="123-AB" addedBy="web"><productName>P</productName><quantity unit="box">2</quantity>
+        <unitPrice>1.5</unitPrice><comment>c</comment></item>
+        <payment xsi:type="CreditCardPaymentType"><amount>3</amount><cardHolder>A</cardHolder>
+        <cardNumber>4111</cardNumber></payment><x:extra/></purchaseOrder>)",
+                   dir + "/PurchaseOrder.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement);
+    CheckRoundTrip(R"(<checkout xmlns="urn:kvxml:samples:purchase-order"><orderRef>PO-1</orderRef>
+        <contact><name>Ann</name><email>a@b.c</email><preferredChannel>post</preferredChannel></contact>
+        <paymentMethod><giftCard>G1</giftCard><giftCard>G2</giftCard></paymentMethod></checkout>)",
+                   dir + "/Checkout.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement);
 }
 
 #ifdef KVXMLC_REAL_SCHEMAS
