@@ -275,4 +275,20 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
     }
 }
 
+// An import by URL is found by its file name on the schema path, and only there.
+TEST(Kvxmlc, SchemaPathFindsAnImportByItsFileName) {
+    const fs::path dir = fs::path(testing::TempDir()) / "kvxmlc_path";
+    fs::remove_all(dir);
+    fs::create_directories(dir / "lib");
+    WriteFile(dir / "lib" / "other.xsd", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:o'>"
+                                         "<xs:element name='e' type='xs:int'/></xs:schema>");
+    WriteFile(dir / "main.xsd", std::string(kHead) + "\n<xs:import namespace='urn:o' "
+                                "schemaLocation='http://example.org/schemas/other.xsd'/></xs:schema>");
+    const std::string run = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' main.xsd --out out 2> err.txt";
+    EXPECT_NE(std::system(run.c_str()), 0);
+    EXPECT_EQ(ReadFile(dir / "err.txt"), "main.xsd:2: cannot find the schema 'http://example.org/schemas/other.xsd'\n");
+    EXPECT_EQ(std::system((run + " --schema-path lib").c_str()), 0) << ReadFile(dir / "err.txt");
+    EXPECT_TRUE(fs::exists(dir / "out" / "main.h") && fs::exists(dir / "out" / "other.cpp"));
+}
+
 } // namespace

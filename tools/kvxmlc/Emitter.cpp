@@ -22,7 +22,7 @@ std::string Lit(const std::string& text) {
         unsigned char c = static_cast<unsigned char>(text[i]);
         uint32_t cp = c;
         size_t n = 1;
-        if (c >= 0xF0 && i + 3 < text.size() + 0) n = 4, cp = c & 0x07;
+        if (c >= 0xF0) n = 4, cp = c & 0x07;
         else if (c >= 0xE0) n = 3, cp = c & 0x0F;
         else if (c >= 0xC0) n = 2, cp = c & 0x1F;
         for (size_t k = 1; k < n && i + k < text.size(); ++k) cp = (cp << 6) | (text[i + k] & 0x3F);

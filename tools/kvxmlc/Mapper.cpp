@@ -206,8 +206,14 @@ private:
         return m_simples[key] = s;
     }
 
-    // An xs:simpleType element; enumerations become an enum named after the hint.
+    // An xs:simpleType element; enumerations become an enum named after the hint. Each declaration
+    // is mapped once, however often it is referred to.
     Simple SimpleFrom(Doc* doc, Node st, const std::string& enumHint) {
+        if (const auto found = m_anonymousSimples.find(st); found != m_anonymousSimples.end()) return found->second;
+        return m_anonymousSimples[st] = MapSimple(doc, st, enumHint);
+    }
+
+    Simple MapSimple(Doc* doc, Node st, const std::string& enumHint) {
         if (ChildNamed(st, "list")) return Simple{"string", 3, {}, nullptr};
         if (ChildNamed(st, "union")) return Simple{"string", 3, {}, nullptr};
         Node r = ChildNamed(st, "restriction");
@@ -604,7 +610,23 @@ private:
 
     // A reference to the head of a substitution group: a choice among the head and its members.
     void AddSubstitution(ClassDef* c, const Comp& head, const std::vector<const Comp*>& members, int min, int max) {
+        const auto known = m_substitutionClasses.find(head.m_node);
+        ClassDef* g = known != m_substitutionClasses.end() ? known->second : SubstitutionClass(head, members);
+        Member m;
+        m.m_xmlName = g->m_recordName;
+        m.m_xmlNs = g->m_recordNs;
+        m.m_kind = Kind::Cls;
+        m.m_class = g;
+        m.m_elementType = 2;
+        m.m_contentRequired = true;
+        SetOccurs(c, m, min, max);
+        m.m_prop = UniqueProp(c, m.m_occ == Occ::Col ? Plural(Identifier(head.m_name)) : Identifier(head.m_name));
+        c->m_members.push_back(m);
+    }
+
+    ClassDef* SubstitutionClass(const Comp& head, const std::vector<const Comp*>& members) {
         ClassDef* g = NewClass(head.m_doc, StripType(head.m_name) + "Choice");
+        m_substitutionClasses[head.m_node] = g;  // before the members, which may refer to the head again
         g->m_recordName = g->m_cppName.substr(1);
         g->m_elementType = 2;
         g->m_groupType = 1;
@@ -623,16 +645,7 @@ private:
             m.m_prop = UniqueProp(g, Identifier(alt->m_name));
             g->m_members.push_back(m);
         }
-        Member m;
-        m.m_xmlName = g->m_recordName;
-        m.m_xmlNs = g->m_recordNs;
-        m.m_kind = Kind::Cls;
-        m.m_class = g;
-        m.m_elementType = 2;
-        m.m_contentRequired = true;
-        SetOccurs(c, m, min, max);
-        m.m_prop = UniqueProp(c, m.m_occ == Occ::Col ? Plural(Identifier(head.m_name)) : Identifier(head.m_name));
-        c->m_members.push_back(m);
+        return g;
     }
 
     void AddAttributes(ClassDef* c, Doc* doc, Node holder) {
@@ -760,6 +773,8 @@ private:
     std::map<const ClassDef*, Node> m_typeNodes;
     std::map<Node, ClassDef*> m_groupClasses;
     std::map<Node, ClassDef*> m_anonymous;
+    std::map<Node, ClassDef*> m_substitutionClasses;
+    std::map<Node, Simple> m_anonymousSimples;
     std::set<Node> m_flattening;
 };
 
