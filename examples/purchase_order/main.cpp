@@ -2,7 +2,9 @@
 #include <cstdio>
 #include <string>
 
+#include "Measurements.h"
 #include "PurchaseOrder.h"
+#include "kvxml/values/CConversions.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/base/CKvException.h"
 
@@ -47,11 +49,27 @@ int main() {
         copy->FromXml(text.c_str(), context);
         std::printf("read back %s\n", copy->ToXml(true, true, EOLType_LF, context) == text ? "identical" : "DIFFERENT");
 
+        // Repeated simple elements live in typed collections that check each value as it is added.
+        CSmartPtr<CMeasurements> measurements = new CMeasurements();
+        measurements->SetParcelId(u"DE123456789");
+        measurements->GetWeights()->Add(1200);
+        measurements->GetWeights()->Add(1180);
+        measurements->GetScanDates()->Add(
+            CConversions::dateFromString(u"2026-11-24", CWhitespaceUtils::WhitespaceRule_Collapse));
+        measurements->GetDepots()->Add(u"HAM-01");
+        std::printf("%s", Narrow(measurements->ToXml(false, true, EOLType_LF, context)).c_str());
+        try {
+            measurements->GetWeights()->Add(40000);
+        } catch (const CKvException& e) {
+            std::printf("refused: %s\n", Narrow(e.GetMessage()).c_str());
+        }
+
         // A failure names the element where it happened.
         copy->FromXml(u"<purchaseOrder xmlns='urn:kvxml:samples:purchase-order' orderId='x' status='open'/>", context);
     } catch (const CKvException& e) {
         std::printf("failure: %s\n", Narrow(e.GetFullMessage()).c_str());
     }
+    CleanMeasurementsMetaData();
     CleanPurchaseOrderMetaData();
     return 0;
 }

@@ -53,4 +53,5 @@
 #include "kvxml/collections/CElementCol.h"
 #include "kvxml/collections/CXmlCollection.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
+#include "kvxml/collections/CPrimitiveCollections.h"
 #include "kvxml/collections/CXmlTypeCollection.h"
