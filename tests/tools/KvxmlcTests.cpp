@@ -25,6 +25,7 @@
 #include "wildcard.h"
 #include "Checkout.h"
 #include "PurchaseOrder.h"
+#include "measurements.h"
 #ifdef KVXMLC_REAL_SCHEMAS
 #include "ismrmrd.h"
 #include "xmldsig-core-schema.h"
@@ -172,6 +173,9 @@ TEST(Kvxmlc, SampleSchemasReadAndWriteSampleDocuments) {
         <contact><name>Ann</name><email>a@b.c</email><preferredChannel>post</preferredChannel></contact>
         <paymentMethod><giftCard>G1</giftCard><giftCard>G2</giftCard></paymentMethod></checkout>)",
                    dir + "/Checkout.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement);
+    CheckRoundTrip(R"(<measurements xmlns="urn:kvxml:samples:purchase-order"><parcelId>AB123456789</parcelId>
+        <weight>10</weight><weight>31500</weight><scanDate>2024-01-02</scanDate><depot>HAM-01</depot></measurements>)",
+                   dir + "/measurements.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement);
 }
 
 #ifdef KVXMLC_REAL_SCHEMAS

@@ -57,14 +57,18 @@ std::string CppType(const std::string& kind) {
 
 bool Scalar(const std::string& cppType) { return cppType.find("::") == std::string::npos; }
 
-std::string Facets(const Facets& f) {
-    if (f.Empty()) return "KvXmlGenerated::kNoFacets";
+// The ten facet arguments in the order of the restrictions' constructor.
+std::string FacetArgs(const Facets& f) {
     auto text = [](const std::string& s) { return s.empty() ? std::string("nullptr") : Lit(s); };
     std::ostringstream o;
-    o << "KvXmlLib16::CPrimitiveRestrictions(" << text(f.m_pattern) << ", " << f.m_minLength << ", " << f.m_maxLength
-      << ", " << text(f.m_minInclusive) << ", " << text(f.m_maxInclusive) << ", " << text(f.m_minExclusive) << ", "
-      << text(f.m_maxExclusive) << ", " << f.m_length << ", " << f.m_totalDigits << ", " << f.m_fractionDigits << ")";
+    o << text(f.m_pattern) << ", " << f.m_minLength << ", " << f.m_maxLength << ", " << text(f.m_minInclusive) << ", "
+      << text(f.m_maxInclusive) << ", " << text(f.m_minExclusive) << ", " << text(f.m_maxExclusive) << ", "
+      << f.m_length << ", " << f.m_totalDigits << ", " << f.m_fractionDigits;
     return o.str();
+}
+
+std::string Facets(const Facets& f) {
+    return f.Empty() ? "KvXmlGenerated::kNoFacets" : "KvXmlLib16::CPrimitiveRestrictions(" + FacetArgs(f) + ")";
 }
 
 class Emitter {
@@ -104,7 +108,7 @@ public:
         switch (m.m_kind) {
         case Kind::Prim: {
             const std::string t = CppType(m.m_simple.m_kind);
-            if (m.m_occ == Occ::Col) return "CSmartPtr<KvXmlGenerated::CValueCol<KvXmlLib16::ItemType_" + m.m_simple.m_kind + ">>";
+            if (m.m_occ == Occ::Col) return "CSmartPtr<KvXmlLib16::C" + m.m_simple.m_kind + "Col>";
             return m.m_occ == Occ::Opt ? "std::optional<" + t + ">" : t;
         }
         case Kind::Enum: {
@@ -373,8 +377,8 @@ public:
             const std::string name = Lit(m.m_xmlName) + ", " + Lit(m.m_xmlNs) + ", " + Bounds(m);
             switch (m.m_kind) {
             case Kind::Prim:
-                return col("new " + type + "(" + name + ", " + Facets(m.m_simple.m_facets) + ", KvXmlLib16::" +
-                           kWhitespace[m.m_simple.m_whitespace] + ")");
+                return col("new " + type + "(" + name + ",\n        " + FacetArgs(m.m_simple.m_facets) +
+                           ", KvXmlLib16::" + kWhitespace[m.m_simple.m_whitespace] + ", nullptr)");
             case Kind::Enum: {
                 const std::string e = Q(m.m_simple.m_enum);
                 return col("new " + type + "(" + name + ", &" + e + "ToText, &" + e + "FromText)");

@@ -231,61 +231,6 @@ private:
     Factory m_factory;
 };
 
-// The repeated elements of one simple type.
-template <ItemType K>
-class CValueCol : public KvXmlLib16::CXmlTypeCollection {
-public:
-    typedef typename Value<K>::Type Type;
-    CValueCol(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs, int32_t maxOccurs,
-              const KvXmlLib16::CPrimitiveRestrictions& facets, KvXmlLib16::CWhitespaceUtils::WhitespaceRule rule)
-        : CXmlTypeCollection(K, elementName, namespaceUri, minOccurs, maxOccurs, nullptr, -1, -1, nullptr, nullptr,
-                             nullptr, nullptr, -1, -1, -1, rule, nullptr) {
-        m_restrictions = facets;
-    }
-
-    void Add(const Type& item) {
-        KvVariant value;
-        Value<K>::Put(value, item);
-        KvXmlLib16::CheckPrimitiveRestrictions(m_elementName.c_str(), value, K, m_restrictions);
-        m_items.push_back(item);
-    }
-    const Type& Item(int32_t index) const {
-        CheckIndex(index, GetCount());
-        return m_items[static_cast<size_t>(index)];
-    }
-    int32_t GetCount() const override { return static_cast<int32_t>(m_items.size()); }
-    void Clear() override { m_items.clear(); }
-    void Remove(int32_t index) override {
-        CheckIndex(index, GetCount());
-        m_items.erase(m_items.begin() + index);
-    }
-
-    void ToXml_Int(KvXmlLib16::CXmlWriter* writer, bool, const char16_t* namespaceUri,
-                   const KvXmlLib16::CSerializationContext& context, bool) const override {
-        ValidateCount(context);
-        const std::u16string ns = namespaceUri ? namespaceUri : u"";
-        for (const Type& item : m_items) {
-            KvVariant value;
-            Value<K>::Put(value, item);
-            KvXmlLib16::CheckPrimitiveRestrictions(m_elementName.c_str(), value, K, m_restrictions);
-            writer->WriteStartElement(m_elementName, ns);
-            writer->WriteElementText(value.ToString(), K, false);
-            writer->WriteEndElement();
-        }
-    }
-
-protected:
-    void AddFromString(const std::u16string& text) override {
-        KvVariant value;
-        value.FromString(text, K, m_whitespaceRule);
-        KvXmlLib16::CheckPrimitiveRestrictions(m_elementName.c_str(), value, K, m_restrictions);
-        m_items.push_back(Value<K>::Take(value));
-    }
-
-private:
-    std::vector<Type> m_items;
-};
-
 // The repeated elements of one enumeration.
 template <class E>
 class CEnumCol : public KvXmlLib16::CXmlCollectionBase {
