@@ -277,6 +277,14 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
         EXPECT_EQ(ReadFile(dir / "err.txt"), std::string(c.message) + "\n");
         EXPECT_TRUE(fs::is_empty(dir / "out"));
     }
+    // Nesting that no schema needs is refused before the compiler walks it.
+    std::string deep = std::string(kHead) + "\n";
+    for (int i = 0; i < 600; ++i) deep += "<x>";
+    for (int i = 0; i < 600; ++i) deep += "</x>";
+    WriteFile(dir / "bad.xsd", deep + "</xs:schema>");
+    const std::string command = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' bad.xsd --out out 2> err.txt";
+    EXPECT_NE(std::system(command.c_str()), 0);
+    EXPECT_EQ(ReadFile(dir / "err.txt"), "bad.xsd:2: elements nested deeper than 500 levels\n");
 }
 
 // An import by URL is found by its file name on the schema path, and only there.

@@ -158,9 +158,30 @@ void ScanStartTags(const std::string& text, Doc& doc) {
     }
 }
 
-void Number(Doc& doc, Node node, int& next) {
-    doc.m_order[node] = next++;
-    for (Node c = node->GetFirstElement(); c; c = c->GetNextSiblingElement()) Number(doc, c, next);
+// Numbers the elements in document order, without recursion. The compiler's own walks recurse along
+// the nesting, so a schema nested deeper than any real one is refused here.
+int Number(Doc& doc, Node root) {
+    constexpr int kMaxDepth = 500;
+    int next = 0, depth = 0;
+    Node node = root;
+    while (node) {
+        doc.m_order[node] = next++;
+        if (Node child = node->GetFirstElement()) {
+            if (++depth > kMaxDepth) {
+                const size_t index = static_cast<size_t>(next - 1);
+                throw CompileError(doc.m_path, index < doc.m_lines.size() ? doc.m_lines[index] : 0,
+                                   "elements nested deeper than 500 levels");
+            }
+            node = child;
+            continue;
+        }
+        while (node && node != root && !node->GetNextSiblingElement()) {
+            node = node->GetParentElm();
+            --depth;
+        }
+        node = node && node != root ? node->GetNextSiblingElement() : nullptr;
+    }
+    return next;
 }
 
 bool IsUrl(const std::string& location) { return location.find("://") != std::string::npos; }
@@ -217,8 +238,7 @@ Doc* SchemaSet::Read(const std::string& path, const std::string& chameleonNs, co
     Node root = doc->m_xml->GetDocumentElement();
     if (!root) throw CompileError(path, 1, "not well-formed: no document element");
     ScanStartTags(text, *doc);
-    int next = 0;
-    Number(*doc, root, next);
+    const int next = Number(*doc, root);
     if (static_cast<size_t>(next) != doc->m_lines.size()) {
         // The scan lost its way (unusual markup): lines fall back to none rather than wrong ones.
         doc->m_lines.assign(static_cast<size_t>(next), 0);
