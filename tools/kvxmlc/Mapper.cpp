@@ -76,7 +76,7 @@ const Builtin kBuiltins[] = {
 // Getter and setter names that the base classes of every generated class already use.
 const std::set<std::string> kReserved = {"Base", "TargetNamespace", "Namespace", "ClassInfo", "ClassElementInfo",
                                          "ClassAttributeInfo", "ClassElementInfoCount", "ElementName", "Nil",
-                                         "End", "Value", "Text", "AnyAttributes"};
+                                         "End", "Value", "Text"};
 
 int Occurs(Node node, const char* name) {
     const std::string text = Attr(node, name);
@@ -670,7 +670,7 @@ private:
                 m.m_xmlName = "AnyAttribute";
                 m.m_pattern = HasAttr(a, "namespace") ? Attr(a, "namespace") : "##any";
                 m.m_occ = Occ::Opt;
-                m.m_prop = UniqueProp(c, "AnyAttribute");
+                m.m_prop = UniqueProp(c, "AnyAttributes");
                 c->m_members.push_back(m);
             }
         }
