@@ -67,9 +67,12 @@ std::string FacetArgs(const Facets& f) {
     return o.str();
 }
 
-std::string Facets(const Facets& f) {
+std::string Restrictions(const Facets& f) {
     return f.Empty() ? "KvXmlGenerated::kNoFacets" : "KvXmlLib16::CPrimitiveRestrictions(" + FacetArgs(f) + ")";
 }
+
+// The restrictions as a record argument, on a line of their own when there are any.
+std::string FacetsArg(const Facets& f) { return (f.Empty() ? ", " : ",\n            ") + Restrictions(f); }
 
 class Emitter {
 public:
@@ -326,8 +329,8 @@ public:
         if (occ == Occ::Col) {
             if (m.m_kind == Kind::Cls || m.m_kind == Kind::AbsCls) s << ", " << et;
         } else if (m.m_kind == Kind::Prim) {
-            s << ", " << (m.m_nillable ? "true" : "false") << ", ItemType_" << m.m_simple.m_kind << ", nullptr, "
-              << kWhitespace[m.m_simple.m_whitespace] << ",\n            " << Facets(m.m_simple.m_facets) << ", " << def;
+            s << ", " << (m.m_nillable ? "true" : "false") << ", ItemType_" << m.m_simple.m_kind << ", nullptr,\n            "
+              << kWhitespace[m.m_simple.m_whitespace] << FacetsArg(m.m_simple.m_facets) << ", " << def;
         } else if (m.m_kind == Kind::Enum) {
             const std::string e = Q(m.m_simple.m_enum);
             s << ", " << (m.m_nillable ? "true" : "false") << ", &" << e << "ToText, &" << e << "FromText, " << def;
@@ -356,9 +359,8 @@ public:
               << optional << ", &" << e << "ToText, &" << e << "FromText, " << def << ")";
         } else {
             s << "new CAttributeInfoPrimitive(" << Lit(m.m_xmlName) << ", " << Lit(m.m_xmlNs) << ", " << PropEnum(m)
-              << ", " << optional << ", ItemType_" << m.m_simple.m_kind << ", nullptr, "
-              << kWhitespace[m.m_simple.m_whitespace] << ",\n            " << Facets(m.m_simple.m_facets) << ", " << def
-              << ")";
+              << ", " << optional << ", ItemType_" << m.m_simple.m_kind << ", nullptr,\n            "
+              << kWhitespace[m.m_simple.m_whitespace] << FacetsArg(m.m_simple.m_facets) << ", " << def << ")";
         }
         return s.str();
     }
