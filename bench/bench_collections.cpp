@@ -1,7 +1,7 @@
 #include <benchmark/benchmark.h>
 
 #include <charconv>
-#include <chrono>
+#include <ctime>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -26,10 +26,12 @@ constexpr int32_t kCount = 10'000'000;
 
 int32_t ValueAt(int32_t i) { return i * 37 - kCount; }
 
-using Clock = std::chrono::steady_clock;
-double MillisSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
+// Phases are timed in processor time of the process: on a shared machine wall time mostly
+// measures the other processes.
+struct Clock {
+    static std::clock_t now() { return std::clock(); }
+};
+double MillisSince(std::clock_t start) { return 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC; }
 
 CSmartPtr<Ci4Col> NewCol() {
     return new Ci4Col(u"n", u"", 0, -1, nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, -1,
@@ -38,7 +40,7 @@ CSmartPtr<Ci4Col> NewCol() {
 
 void BM_Ci4ColThroughXml(benchmark::State& state) {
     const CSerializationContext context;
-    double addMs = 0, writeMs = 0, readMs = 0;
+    double addMs = 0, writeMs = 0, loadMs = 0, readMs = 0;
     for (auto _ : state) {
         auto start = Clock::now();
         CSmartPtr<Ci4Col> col = NewCol();
@@ -59,6 +61,9 @@ void BM_Ci4ColThroughXml(benchmark::State& state) {
         start = Clock::now();
         CXmlDocument doc;
         doc.LoadXml(text.c_str());
+        loadMs += MillisSince(start);
+
+        start = Clock::now();
         CSmartPtr<Ci4Col> back = NewCol();
         back->FromXml_Int(doc.GetDocumentElement(), doc.GetDocumentElement()->GetFirstElement(), context, false);
         int64_t sum = 0;
@@ -70,6 +75,7 @@ void BM_Ci4ColThroughXml(benchmark::State& state) {
     const double n = static_cast<double>(state.iterations());
     state.counters["add_ms"] = addMs / n;
     state.counters["write_ms"] = writeMs / n;
+    state.counters["load_ms"] = loadMs / n;  // the document tree, before the collection sees it
     state.counters["read_ms"] = readMs / n;
     state.SetItemsProcessed(state.iterations() * kCount);
 }

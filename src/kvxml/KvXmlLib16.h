@@ -23,6 +23,8 @@
 #include "kvxml/values/ItemType.h"
 #include "kvxml/values/KvVariant.h"
 
+#include "kvxml/output/CBinaryStream.h"
+#include "kvxml/output/CFileTextStream.h"
 #include "kvxml/output/CStringBuffer.h"
 #include "kvxml/output/CTextStream.h"
 #include "kvxml/output/CXmlTextWriter.h"
@@ -51,7 +53,7 @@
 #include "kvxml/collections/CAttributeCol.h"
 #include "kvxml/collections/CElement.h"
 #include "kvxml/collections/CElementCol.h"
+#include "kvxml/collections/CPrimitiveCollections.h"
 #include "kvxml/collections/CXmlCollection.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
-#include "kvxml/collections/CPrimitiveCollections.h"
 #include "kvxml/collections/CXmlTypeCollection.h"

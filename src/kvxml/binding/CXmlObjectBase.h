@@ -10,6 +10,7 @@
 #include "kvxml/fastinfoset/FInfoDecl.h"
 #include "kvxml/output/OutputEnums.h"
 #include "kvxml/platform/KvExport.h"
+#include "kvxml/values/CBinaryData.h"
 
 namespace KvXmlLib16 {
 
@@ -38,6 +39,17 @@ public:
     // default-value rule from the context; an element left open fails the call.
     virtual std::u16string ToXml(bool includeDeclaration, bool formatted, EOLType eolType,
                                  const CSerializationContext& context) const;
+
+    // Writes this object as a document of bytes in the encoding (UTF-8, or UTF-16 without a
+    // byte-order mark), compressed as asked. Encoding 0 is refused once the text stands.
+    virtual CBinaryData ToXmlStream(bool includeDeclaration, bool formatted, XmlEncoding encoding, EOLType eolType,
+                                    const CSerializationContext& context, CompressionType compression) const;
+    // Writes this object as a document file; UTF-16 files begin with the byte-order mark. Gzip
+    // is offered, zlib is not. With AsyncToXmlFile on and no compression the text goes to the
+    // file while it is produced; otherwise the whole document is built in memory first.
+    virtual void ToXmlFile(const char16_t* fileName, bool includeDeclaration, bool formatted, XmlEncoding encoding,
+                           EOLType eolType, const CSerializationContext& context,
+                           CompressionType compression) const;
 
     virtual std::u16string GetTargetNamespace() = 0;
     virtual std::u16string GetNamespace() = 0;
@@ -101,6 +113,11 @@ public:
     // encoding chosen by the XML declaration, UTF-8 by default.
     virtual void FromXml(const char16_t* xml, const CSerializationContext& context);
     virtual void FromXml(const char* xml, const CSerializationContext& context);
+    // Reads a document file, whole or in chunks as AsyncFromXmlFile selects.
+    virtual void FromXmlFile(const char16_t* fileName, const CSerializationContext& context);
+    // Reads a document from bytes; a complete gzip or zlib stream is inflated first.
+    virtual void FromXmlStream(const CBinaryData& data, const CSerializationContext& context);
+    virtual void FromXmlStream(const unsigned char* bytes, uint32_t count, const CSerializationContext& context);
     // Writes the untyped element as text (no declaration, unformatted, LF, the default context)
     // and reads that text with the given context.
     virtual void FromXmlElement(CElement* element, const CSerializationContext& context);

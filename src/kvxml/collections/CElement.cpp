@@ -57,6 +57,18 @@ CElement::CElement(const char16_t* name, const char16_t* namespaceUri, const cha
     Init(name, namespaceUri, restriction, targetNamespace);
 }
 
+CElement::CElement(const CXmlObjectBase* object, const char16_t* defaultNamespace) {
+    Init(u"", u"", u"##any", u"");
+    if (!object) throw CKvInvalidParamException(u"An element can only be made from an object, not NULL");
+    if (defaultNamespace) m_defaultNamespace = defaultNamespace;
+    CSerializationContext context;
+    context.SetDefaultNamespaceURI(m_defaultNamespace.c_str());
+    const CBinaryData bytes = object->ToXmlStream(false, false, XmlEncoding_UTF8, EOLType_LF, context, CompressionType_None);
+    CXmlDocument document(context);
+    document.LoadXmlStream(bytes.GetLength() != 0 ? bytes.GetData() : nullptr, bytes.GetLength());
+    CopyXmlElement(document.GetDocumentElement());
+}
+
 CElement::~CElement() = default;
 
 // Null pointers are refused; empty strings pass.

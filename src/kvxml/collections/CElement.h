@@ -28,6 +28,10 @@ public:
     CElement(const char16_t* name, const char16_t* namespaceUri);
     CElement(const char16_t* name, const char16_t* namespaceUri, const char16_t* restriction,
              const char16_t* targetNamespace);
+    // The untyped form of a generated object, made by writing it as UTF-8 text and reading
+    // that back: restriction "##any". A non-null default namespace is kept as this element's
+    // own and is the default namespace of the write.
+    CElement(const CXmlObjectBase* object, const char16_t* defaultNamespace);
     // Shares the attribute and child collections with the source; Clone is the deep copy.
     CElement(const CElement& other) = default;
     CElement& operator=(const CElement& other) = default;
@@ -60,6 +64,7 @@ public:
     void CopyXmlElement(const CXmlElement* element);
     // Reads the element from XML text, with the default context.
     void FromXml(const char16_t* xml);
+    using CXmlObjectBase::FromXml;
 
     void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
                    bool noErrorOnEmptyChoice) const override;

@@ -107,6 +107,7 @@ template <class V>
 void CValueArrayCol<V>::InsertChecked(int32_t index, const V& value, void* item) {
     if (GetCount() == INT32_MAX) throw CKvInvalidParamException(u"Index out of range");
     m_values.insert(m_values.begin() + index, value);
+    if (this->m_eventSinks.empty()) return;
     this->FireOnCollectionAddComplete(item);
     this->FireOnCollectionChange();
 }
@@ -137,7 +138,7 @@ template <class V, ItemType Kind>
 void CPrimitiveCol<V, Kind>::AddAt(int32_t index, const V& value) {
     // The sinks hear of the value before any test; they get it as the caller passed it.
     void* item = const_cast<V*>(&value);
-    this->FireOnCollectionAdd(item);
+    if (!this->m_eventSinks.empty()) this->FireOnCollectionAdd(item);
     this->CheckInsertIndex(index);
     if (HasFacets(this->m_restrictions))
         KindOps<V, Kind>::Check(this->m_elementName.c_str(), value, this->m_restrictions);
@@ -182,7 +183,7 @@ std::u16string CdatetimeBaseCol::ItemToString(const CDateTime& value) const { re
 
 void CdatetimeBaseCol::BaseAddAt(int32_t index, const CDateTime& value) {
     void* item = const_cast<CDateTime*>(&value);
-    FireOnCollectionAdd(item);
+    if (!m_eventSinks.empty()) FireOnCollectionAdd(item);
     CheckInsertIndex(index);
     InsertChecked(index, value, item);
 }

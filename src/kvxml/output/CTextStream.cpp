@@ -1,6 +1,9 @@
 #include "kvxml/output/CTextStream.h"
 
+#include <bit>
 #include <cstring>
+
+#include "kvxml/base/CKvException.h"
 
 namespace KvXmlLib16 {
 
@@ -27,6 +30,34 @@ std::u16string CTextStream::GetText() const {
     std::u16string text;
     m_buffer.CopyTo(text);
     return text;
+}
+
+CBinaryData CTextStream::GetBinaryData() {
+    switch (m_encoding) {
+    case XmlEncoding_UTF8:
+        return WideToUtf8(GetString());
+    case XmlEncoding_UTF16:
+    case XmlEncoding_UTF16_NoDecl: {
+        const uint32_t chars = m_buffer.GetTotal();
+        if (chars == 0) return CBinaryData();
+        if (chars > UINT32_MAX / 2) throw CKvException(u"Binary data can not hold more than 4294967295 bytes");
+        const char16_t* text = GetString();
+        const uint32_t bytes = chars * 2;
+        // Exact size, adopted: the copy constructor of the data would reserve twice as much.
+        unsigned char* block = new unsigned char[bytes];
+        if constexpr (std::endian::native == std::endian::little) {
+            std::memcpy(block, text, bytes);
+        } else {
+            for (uint32_t i = 0; i < chars; ++i) {
+                block[2 * i] = static_cast<unsigned char>(text[i] & 0xFF);
+                block[2 * i + 1] = static_cast<unsigned char>(text[i] >> 8);
+            }
+        }
+        return CBinaryData(block, bytes, true);
+    }
+    default:
+        throw CKvException(u"Unknown Encoding, select UTF-8 (contact our support team)");
+    }
 }
 
 } // namespace KvXmlLib16

@@ -7,6 +7,7 @@
 #include "kvxml/output/CStringBuffer.h"
 #include "kvxml/output/OutputEnums.h"
 #include "kvxml/platform/KvExport.h"
+#include "kvxml/values/CBinaryData.h"
 
 namespace KvXmlLib16 {
 
@@ -36,6 +37,9 @@ public:
     const char16_t* GetString() { return m_buffer.GetString(); }
     // A copy of the text held.
     std::u16string GetText() const;
+    // The text held as bytes of the stream's encoding: UTF-8 for 1, the UTF-16 units low byte
+    // first for 2 and 3, never with a byte-order mark. Other encodings are refused.
+    CBinaryData GetBinaryData();
 
 protected:
     CStringBuffer m_buffer;

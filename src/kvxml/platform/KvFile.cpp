@@ -62,6 +62,16 @@ uint32_t TakeLock(int fd, int kind) {
     return KV_ERROR_SUCCESS;
 }
 
+// The code of a failed open. A missing directory on the way is not a missing file to Windows.
+uint32_t OpenError(int err, const std::string& name) {
+    if (err != ENOENT) return Win32ErrorFromErrno(err);
+    const size_t slash = name.find_last_of('/');
+    if (slash == std::string::npos || slash == 0) return KV_ERROR_FILE_NOT_FOUND;
+    struct stat st {};
+    if (stat(name.substr(0, slash).c_str(), &st) != 0 && errno == ENOENT) return KV_ERROR_PATH_NOT_FOUND;
+    return KV_ERROR_FILE_NOT_FOUND;
+}
+
 uint32_t CloseDescriptor(int fd) {
     // The descriptor is gone after close even when it reports EINTR; never close twice.
     if (close(fd) != 0 && errno != EINTR) return Win32ErrorFromErrno(errno);
@@ -132,7 +142,7 @@ uint32_t CPlatformFile::OpenForRead(const char16_t* fileName) {
     do {
         fd = open(name.c_str(), O_RDONLY | O_CLOEXEC);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0) return Win32ErrorFromErrno(errno);
+    if (fd < 0) return OpenError(errno, name);
 
     // A directory opens for reading on POSIX but not as a file on Windows.
     struct stat st {};
@@ -160,7 +170,7 @@ uint32_t CPlatformFile::CreateForWrite(const char16_t* fileName) {
     do {
         fd = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0) return Win32ErrorFromErrno(errno);
+    if (fd < 0) return OpenError(errno, name);
 
     if (const uint32_t err = TakeLock(fd, LOCK_EX)) {
         CloseDescriptor(fd);
@@ -217,11 +227,27 @@ uint32_t CPlatformFile::StartRead(CFileOperation* operation, uint64_t offset, vo
     if (m_fd < 0) return KV_ERROR_INVALID_HANDLE;
     operation->m_offset = offset;
     operation->m_transferred = 0;
+    operation->m_buffer = nullptr;
+    operation->m_requested = 0;
+    struct stat info;
+    if (fstat(m_fd, &info) != 0) return operation->m_status = Win32ErrorFromErrno(errno);
+    if (count != 0 && S_ISREG(info.st_mode) && offset >= uint64_t(info.st_size))
+        return operation->m_status = KV_ERROR_HANDLE_EOF;
+    if (count == 0 || !S_ISREG(info.st_mode)) return operation->m_status = CompleteRead(operation, buffer, count);
+    // The kernel starts reading the range into its cache now; the copy into the buffer happens
+    // at the wait, so the caller's work in between overlaps the disk.
+    posix_fadvise(m_fd, off_t(offset), off_t(count), POSIX_FADV_WILLNEED);
+    operation->m_buffer = buffer;
+    operation->m_requested = count;
+    return operation->m_status = KV_ERROR_IO_PENDING;
+}
+
+uint32_t CPlatformFile::CompleteRead(CFileOperation* operation, void* buffer, uint32_t count) {
     uint32_t done = 0;
-    uint32_t status = ReadFully(m_fd, static_cast<unsigned char*>(buffer), count, int64_t(offset), &done);
+    uint32_t status =
+        ReadFully(m_fd, static_cast<unsigned char*>(buffer), count, int64_t(operation->m_offset), &done);
     // Nothing at all to read where bytes were asked for: the end of the file.
     if (status == KV_ERROR_SUCCESS && done == 0 && count != 0) status = KV_ERROR_HANDLE_EOF;
-    operation->m_status = status;
     operation->m_transferred = status == KV_ERROR_SUCCESS ? done : 0;
     return status;
 }
@@ -243,10 +269,17 @@ uint32_t CPlatformFile::StartWrite(CFileOperation* operation, uint64_t offset, c
 
 uint32_t CPlatformFile::WaitForOperation(CFileOperation* operation, uint32_t* transferred, bool wait) {
     if (operation == nullptr || transferred == nullptr) return KV_ERROR_INVALID_PARAMETER;
-    // Transfers finish inside their start, so nothing is ever still running here.
-    if (operation->m_status == KV_ERROR_IO_PENDING && !wait) {
-        *transferred = 0;
-        return KV_ERROR_IO_INCOMPLETE;
+    if (operation->m_status == KV_ERROR_IO_PENDING) {
+        if (!wait) {
+            *transferred = 0;
+            return KV_ERROR_IO_INCOMPLETE;
+        }
+        if (operation->m_buffer == nullptr || m_fd < 0) {
+            operation->m_status = KV_ERROR_INVALID_HANDLE;
+        } else {
+            operation->m_status = CompleteRead(operation, operation->m_buffer, operation->m_requested);
+            operation->m_buffer = nullptr;
+        }
     }
     *transferred = operation->m_transferred;
     return operation->m_status;

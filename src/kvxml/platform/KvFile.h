@@ -21,6 +21,8 @@ public:
         m_status = KV_ERROR_SUCCESS;
         m_transferred = 0;
         m_offset = 0;
+        m_buffer = nullptr;
+        m_requested = 0;
     }
     uint64_t GetOffset() const { return m_offset; }
 
@@ -29,6 +31,8 @@ private:
     uint32_t m_status = KV_ERROR_SUCCESS;  // outcome as a Win32 code; 997 while running
     uint32_t m_transferred = 0;            // bytes moved by the finished operation
     uint64_t m_offset = 0;                 // where the operation started
+    void* m_buffer = nullptr;              // destination of a read still running
+    uint32_t m_requested = 0;              // bytes asked for by a read still running
 };
 
 // Exported because exported classes may hold one by value.
@@ -76,6 +80,9 @@ public:
     uint32_t Close();
 
 private:
+    // The copy of a started read into its buffer, at the offset the operation holds.
+    uint32_t CompleteRead(CFileOperation* operation, void* buffer, uint32_t count);
+
     int m_fd = -1;
 };
 

@@ -23,7 +23,7 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter)
     : CXmlDocument(filter, CSerializationContext::GetDefaultContext()) {}
 
 CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext& context)
-    : m_fileOffset(0), m_fileHandle(0), m_documentElement(nullptr), m_inputBuffer(nullptr),
+    : m_fileOffset(0), m_file(nullptr), m_spareBuffer(nullptr), m_documentElement(nullptr), m_inputBuffer(nullptr),
       m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context),
       m_nodePool(nullptr), m_aliasIndexValid(false) {
     Init();
@@ -32,7 +32,7 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext&
 // Member by member, except the node pool: each document keeps its own, so that two copies
 // never free one pool twice. Nodes already built keep the pool they came from.
 CXmlDocument::CXmlDocument(const CXmlDocument& other)
-    : CInstanceMonitor(other), m_fileOffset(other.m_fileOffset), m_fileHandle(other.m_fileHandle),
+    : CInstanceMonitor(other), m_fileOffset(other.m_fileOffset), m_file(nullptr), m_spareBuffer(nullptr),
       m_documentElement(other.m_documentElement), m_elementStack(other.m_elementStack),
       m_aliasMap(other.m_aliasMap), m_inputBuffer(other.m_inputBuffer), m_inputSize(other.m_inputSize),
       m_schemaType(other.m_schemaType), m_elementFilter(other.m_elementFilter), m_context(other.m_context),
@@ -41,7 +41,6 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
 CXmlDocument& CXmlDocument::operator=(const CXmlDocument& other) {
     if (this == &other) return *this;
     m_fileOffset = other.m_fileOffset;
-    m_fileHandle = other.m_fileHandle;
     m_documentElement = other.m_documentElement;
     m_elementStack = other.m_elementStack;
     m_aliasMap = other.m_aliasMap;

@@ -10,6 +10,7 @@
 
 #include "kvxml/base/CInstanceMonitor.h"
 #include "kvxml/platform/KvExport.h"
+#include "kvxml/platform/KvFile.h"
 #include "kvxml/xml/CXmlAttribute.h"
 #include "kvxml/xml/CXmlElement.h"
 
@@ -25,6 +26,12 @@ class CXmlNodePool;
 // element from the tree at once, which lets a caller read a huge document in constant memory.
 // The return value is ignored for the root.
 typedef bool (*XmlElementFilter)(CXmlElement* element);
+
+// Process-wide choice of how Load reads a file: whole, then parsed (off, the default), or in
+// chunks whose reading overlaps the parse (on). Chunked reading takes XML text only: compressed
+// files must be read whole.
+KVXML_API void AsyncFromXmlFile(bool async);
+KVXML_API bool GetAsyncFromXmlFile();
 
 // Owns the tree and the input bytes of one load. The alias map is document wide: each namespace
 // declaration met anywhere writes map[alias] = URI, the default namespace under the empty alias.
@@ -55,6 +62,10 @@ public:
     void LoadXml(const char16_t* xml);
     // Parses what the input buffer holds as XML text.
     void ParseText();
+    // Loading from a file, whole or in chunks as AsyncFromXmlFile selects.
+    void Load(const char16_t* fileName);
+    // Loading from bytes, which are copied first; a complete gzip or zlib stream is inflated.
+    void LoadXmlStream(const unsigned char* bytes, uint32_t count);
 
     const CSerializationContext& GetContext() const { return *m_context; }
 
@@ -86,11 +97,24 @@ private:
     void SetInput(const unsigned char* bytes, size_t count);
     void FreeInput();
     void PlainParse();
+    // Byte input of the whole-file and stream paths: inflated when compressed, then parsed.
+    void Parse();
+    // Replaces the input by its inflated form when it is a complete zlib or gzip stream;
+    // anything else is left as it stands for the parser to judge.
+    void TryInflate();
+    void LoadWholeFile(const char16_t* fileName);
+    void LoadInChunks(const char16_t* fileName);
+    // Parses the chunked file from the chunk in the input buffer on.
+    void AsyncParse(bool lastChunk);
+    // Starts the read of the next chunk into the buffer; true when the end of the file is reached.
+    bool ReadChunkFromFile(unsigned char* buffer);
     // The block pool of the tree, made on first use.
     CXmlNodePool* NodePool();
 
     uint64_t m_fileOffset;
-    intptr_t m_fileHandle;
+    Platform::CPlatformFile* m_file;           // the file of a chunked load while it runs
+    Platform::CFileOperation m_fileOperation;  // the chunk read in flight
+    unsigned char* m_spareBuffer;              // the chunk buffer the disk fills
     CXmlElement* m_documentElement;
     std::vector<OpenElement> m_elementStack;
     std::map<std::u16string, std::u16string, std::less<>> m_aliasMap;

@@ -1,0 +1,158 @@
+// Objects written to files and byte blocks and read back, on every route, encoding and
+// compression offered, and the refusals and file failures of those entry points.
+#include "BindingTestSupport.h"
+
+#include <filesystem>
+#include <iterator>
+
+// The example classes are compiled with PurchaseOrderTests.cpp and CheckoutTests.cpp.
+#include "../../examples/purchase_order/Checkout.h"
+#include "kvxml/output/CFileTextStream.h"
+
+namespace BindingTest {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace PurchaseOrderSample;
+
+const char kOrder[] =
+    "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
+    " orderId=\"PO-1001\" currency=\"USD\" status=\"shipped\">"
+    "<customer>Zo\xC3\xAB &lt;\xE5\xB1\xB1\xE7\x94\xB0&gt; \xF0\x9F\x98\x80</customer><customerNumber>4000000000</customerNumber>"
+    "<priority>2</priority><express>true</express><signature>0AFF10</signature><shipMethod/>"
+    "<billTo><name>Alice Smith</name><street>1 Main St</street><city>Springfield</city><zip>12345</zip></billTo>"
+    "<item partNumber=\"123-AB\" lineNumber=\"1\"><productName>Lawnmower</productName>"
+    "<quantity>1</quantity><unitPrice>148.95</unitPrice><giftWrap>false</giftWrap></item>"
+    "<payment xsi:type=\"CreditCardPaymentType\"><amount>188.45</amount><cardHolder>Alice Smith</cardHolder>"
+    "<cardNumber>4111111111111111</cardNumber></payment></purchaseOrder>";
+
+const char kCheckout[] =
+    "<checkout xmlns=\"urn:kvxml:samples:purchase-order\"><orderRef>PO-1001</orderRef>"
+    "<contact><email>alice@example.com</email><name>Alice Smith</name><preferredChannel>post</preferredChannel>"
+    "</contact><paymentMethod><card><holder>Alice Smith</holder><number>4111111111111111</number>"
+    "<expiry>2028-04</expiry></card></paymentMethod><giftMessage>Happy birthday!</giftMessage></checkout>";
+
+CSerializationContext Context() {
+    CSerializationContext context;
+    context.SetDefaultNamespaceURI(kTargetNamespace);
+    return context;
+}
+
+template <class T>
+CXmlObjectBase* Make() {
+    return new T();
+}
+
+template <class T>
+CSmartPtr<CXmlObjectBase> Parsed(const std::string& xml) {
+    CSmartPtr<CXmlObjectBase> object(Make<T>());
+    object->FromXml(xml.c_str(), Context());
+    return object;
+}
+
+size_t OpenDescriptors() {
+    return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+class FileEntryPoints : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_dir = fs::temp_directory_path() / ("kvxml_entry_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+        fs::remove_all(m_dir);
+        fs::create_directories(m_dir / "dir");
+    }
+    void TearDown() override {
+        AsyncToXmlFile(false);
+        AsyncFromXmlFile(false);
+        fs::remove_all(m_dir);
+    }
+    std::string Path(const std::string& leaf) const { return (m_dir / leaf).string(); }
+    fs::path m_dir;
+};
+
+TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {
+    const CSerializationContext context = Context();
+    const std::u16string file = Widen(Path("doc.xml"));
+    // Routes: 0 byte block, 1 file built in memory, 2 file streamed, 3 streamed and read in chunks.
+    const std::pair<CXmlObjectBase* (*)(), std::string> examples[] = {
+        {Make<CPurchaseOrder>, kOrder}, {Make<CCheckout>, kCheckout}};
+    for (const auto& [make, xml] : examples)
+        for (int route = 0; route < 4; ++route)
+            for (XmlEncoding encoding : {XmlEncoding_UTF8, XmlEncoding_UTF16, XmlEncoding_UTF16_NoDecl})
+                for (CompressionType compression : {CompressionType_None, CompressionType_GZip, CompressionType_ZLib}) {
+                    // zlib is for blocks only; chunked reading takes plain text only.
+                    if ((route > 0 && compression == CompressionType_ZLib) || (route == 3 && compression != 0)) continue;
+                    SCOPED_TRACE(::testing::Message() << route << " " << encoding << " " << compression);
+                    CSmartPtr<CXmlObjectBase> original(make()), back(make());
+                    original->FromXml(xml.c_str(), context);
+                    const bool declaration = encoding != XmlEncoding_UTF16;
+                    EXPECT_EQ(MessageOf([&] {
+                                  if (route == 0)
+                                      return back->FromXmlStream(original->ToXmlStream(declaration, true, encoding,
+                                                                                       EOLType_CRLF, context, compression),
+                                                                 context);
+                                  AsyncToXmlFile(route >= 2);
+                                  AsyncFromXmlFile(route == 3);
+                                  original->ToXmlFile(file.c_str(), declaration, true, encoding, EOLType_CRLF, context,
+                                                      compression);
+                                  back->FromXmlFile(file.c_str(), context);
+                              }),
+                              "<no exception>");
+                    EXPECT_EQ(back->ToXml(false, false, EOLType_LF, context), original->ToXml(false, false, EOLType_LF, context));
+                }
+}
+
+TEST_F(FileEntryPoints, RefusalsAndFileFailuresLeaveNoDescriptorBehind) {
+    CSmartPtr<CXmlObjectBase> order = Parsed<CPurchaseOrder>(kOrder);
+    const CSerializationContext context = Context();
+    const std::string missing = Path("missing.xml"), noDir = Path("none/x.xml"), dir = Path("dir");
+    struct Case {
+        bool read;
+        std::string name;
+        XmlEncoding encoding;
+        CompressionType compression;
+        std::string message;
+    };
+    const Case cases[] = {
+        {true, missing, XmlEncoding_UTF8, CompressionType_None, "Failed to open the file [" + missing + "] Error [0x00000002]"},
+        {true, noDir, XmlEncoding_UTF8, CompressionType_None, "Failed to open the file [" + noDir + "] Error [0x00000003]"},
+        {true, dir, XmlEncoding_UTF8, CompressionType_None, "Failed to open the file [" + dir + "] Error [0x00000005]"},
+        {false, noDir, XmlEncoding_UTF8, CompressionType_None, "Failed to write data to the file [" + noDir + "] error [0x00000003]"},
+        {false, dir, XmlEncoding_UTF16, CompressionType_None, "Failed to write data to the file [" + dir + "] error [0x00000005]"},
+        {false, missing, XmlEncoding_UTF8, CompressionType_ZLib, "ZLIB Compression only available for To Stream methods."},
+        {false, Path("enc.xml"), XmlEncoding_None, CompressionType_None, "Unknown Encoding, select UTF-8 (contact our support team)"},
+    };
+    for (bool async : {false, true})
+        for (const Case& c : cases) {
+            AsyncToXmlFile(async);
+            AsyncFromXmlFile(async);
+            const size_t before = OpenDescriptors();
+            EXPECT_EQ(MessageOf([&] {
+                          if (c.read) return order->FromXmlFile(Widen(c.name).c_str(), context);
+                          order->ToXmlFile(Widen(c.name).c_str(), true, false, c.encoding, EOLType_LF, context, c.compression);
+                      }),
+                      c.message);
+            EXPECT_EQ(OpenDescriptors(), before) << c.message;
+            EXPECT_FALSE(fs::exists(missing)) << c.message;  // zlib is refused before any file is made
+        }
+
+    EXPECT_EQ(MessageOf([&] { order->ToXmlStream(true, false, XmlEncoding_None, EOLType_LF, context, CompressionType_None); }),
+              "Unknown Encoding, select UTF-8 (contact our support team)");
+    EXPECT_EQ(MessageOf([&] { order->FromXmlStream(CBinaryData(), context); }), "XML Stream is empty!");
+}
+
+TEST_F(FileEntryPoints, AnObjectBecomesAnUntypedElement) {
+    CSmartPtr<CXmlObjectBase> order = Parsed<CPurchaseOrder>(kOrder);
+    CSmartPtr<CElement> element = new CElement(order.get(), kTargetNamespace);
+    EXPECT_EQ(element->GetDefaultNamespace(), kTargetNamespace);
+    EXPECT_EQ(element->GetNamespaceRestriction(), u"##any");
+    CSmartPtr<CElement> plain = new CElement(order.get(), nullptr);
+    EXPECT_EQ(plain->GetDefaultNamespace(), u"");
+    // Its text reads back into an object equal to the original.
+    CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
+    back->FromXmlElement(plain.get(), Context());
+    EXPECT_EQ(back->ToXml(false, false, EOLType_LF, Context()), order->ToXml(false, false, EOLType_LF, Context()));
+}
+
+} // namespace
+} // namespace BindingTest
