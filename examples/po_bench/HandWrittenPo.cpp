@@ -43,10 +43,10 @@ void CCustomer::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Customer",
                                            kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoSeqPrimMnd(u"name", kTargetNamespace, 0, false, ItemType_string, nullptr, kPreserve,
-                                   kNoFacets, nullptr),
-        new CElementInfoSeqPrimMnd(u"email", kTargetNamespace, 1, false, ItemType_string, nullptr, kPreserve,
-                                   kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"name", kTargetNamespace, 0, false, ItemType_string, nullptr, kPreserve, kNoFacets,
+                                   nullptr),
+        new CElementInfoSeqPrimMnd(u"email", kTargetNamespace, 1, false, ItemType_string, nullptr, kPreserve, kNoFacets,
+                                   nullptr),
     });
     t.m_attributeInfo = EmptyAttributeTable();
 }
@@ -61,7 +61,10 @@ void CCustomer::Init() {
 void CCustomer::AccessProperty(int32_t index, bool get, KvVariant& value) {
     std::u16string* text = index == 0 ? &m_name : index == 1 ? &m_email : nullptr;
     if (!text) ThrowUnknownProperty(index);
-    if (get) value.SetString(*text); else *text = value.GetString();
+    if (get)
+        value.SetString(*text);
+    else
+        *text = value.GetString();
 }
 
 // ---- CItem ------------------------------------------------------------------------------------
@@ -69,8 +72,8 @@ void CCustomer::AccessProperty(int32_t index, bool get, KvVariant& value) {
 CClassTables CItem::s_tables(&CItem::BuildTables);
 
 void CItem::BuildTables(CClassTables& t) {
-    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Item",
-                                           kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
+    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Item", kTargetNamespace,
+                                           true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
         new CElementInfoSeqPrimMnd(u"description", kTargetNamespace, 0, false, ItemType_string, nullptr, kPreserve,
                                    kNoFacets, nullptr),
@@ -97,10 +100,30 @@ void CItem::Init() {
 
 void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
-    case 0: if (get) value.SetString(m_description); else m_description = value.GetString(); return;
-    case 1: if (get) value.SetDecimal(m_price); else m_price = value.GetDecimal(); return;
-    case 2: if (get) value.SetString(m_sku); else m_sku = value.GetString(); return;
-    case 3: if (get) value.SetInteger(m_qty); else m_qty = value.GetInteger(); return;
+    case 0:
+        if (get)
+            value.SetString(m_description);
+        else
+            m_description = value.GetString();
+        return;
+    case 1:
+        if (get)
+            value.SetDecimal(m_price);
+        else
+            m_price = value.GetDecimal();
+        return;
+    case 2:
+        if (get)
+            value.SetString(m_sku);
+        else
+            m_sku = value.GetString();
+        return;
+    case 3:
+        if (get)
+            value.SetInteger(m_qty);
+        else
+            m_qty = value.GetInteger();
+        return;
     default: ThrowUnknownProperty(index);
     }
 }
@@ -129,8 +152,8 @@ CXmlElement* CItemCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSe
 CClassTables CItems::s_tables(&CItems::BuildTables);
 
 void CItems::BuildTables(CClassTables& t) {
-    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Items",
-                                           kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
+    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Items", kTargetNamespace,
+                                           true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
         new CElementInfoSeqClsCol(u"item", kTargetNamespace, 0, XmlElementType_Element),
     });
@@ -140,12 +163,18 @@ void CItems::BuildTables(CClassTables& t) {
 CItems::CItems() { Init(); }
 
 void CItems::Init() {
-    if (m_items) m_items->Clear(); else m_items = new CItemCol();
+    if (m_items)
+        m_items->Clear();
+    else
+        m_items = new CItemCol();
 }
 
 void CItems::AccessProperty(int32_t index, bool get, KvVariant& value) {
     if (index != 0) ThrowUnknownProperty(index);
-    if (get) value.SetXmlObject(m_items); else m_items = ObjectFrom<CItemCol>(value);
+    if (get)
+        value.SetXmlObject(m_items);
+    else
+        m_items = ObjectFrom<CItemCol>(value);
 }
 
 // ---- COrder -----------------------------------------------------------------------------------
@@ -153,12 +182,12 @@ void CItems::AccessProperty(int32_t index, bool get, KvVariant& value) {
 CClassTables COrder::s_tables(&COrder::BuildTables);
 
 void COrder::BuildTables(CClassTables& t) {
-    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Order",
-                                           kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
+    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Order", kTargetNamespace,
+                                           true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
         new CElementInfoSeqClsMnd(u"customer", kTargetNamespace, 0, XmlElementType_Element, &NoCreator, 0, true),
-        new CElementInfoSeqPrimOpt(u"note", kTargetNamespace, 1, false, ItemType_string, nullptr, kPreserve,
-                                   kNoFacets, nullptr),
+        new CElementInfoSeqPrimOpt(u"note", kTargetNamespace, 1, false, ItemType_string, nullptr, kPreserve, kNoFacets,
+                                   nullptr),
         new CElementInfoSeqClsMnd(u"items", kTargetNamespace, 2, XmlElementType_Element, &NoCreator, 0, true),
         new CElementInfoSeqEnumMnd(u"status", kTargetNamespace, 3, false, &StatusToText, &StatusFromText, nullptr),
     });
@@ -174,10 +203,16 @@ COrder::COrder() {
 }
 
 void COrder::Init() {
-    if (m_customer) m_customer->Init(); else m_customer = new CCustomer();
+    if (m_customer)
+        m_customer->Init();
+    else
+        m_customer = new CCustomer();
     m_customer->SetElementName(u"customer");
     m_note.reset();
-    if (m_items) m_items->Init(); else m_items = new CItems();
+    if (m_items)
+        m_items->Init();
+    else
+        m_items = new CItems();
     m_items->SetElementName(u"items");
     m_status = Status::Open;
     m_id.clear();
@@ -186,12 +221,37 @@ void COrder::Init() {
 
 void COrder::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
-    case 0: if (get) value.SetXmlObject(m_customer); else m_customer = ObjectFrom<CCustomer>(value); return;
+    case 0:
+        if (get)
+            value.SetXmlObject(m_customer);
+        else
+            m_customer = ObjectFrom<CCustomer>(value);
+        return;
     case 1: get ? GetString(m_note, value) : SetString(m_note, value); return;
-    case 2: if (get) value.SetXmlObject(m_items); else m_items = ObjectFrom<CItems>(value); return;
-    case 3: if (get) value.SetI4(static_cast<int32_t>(m_status)); else m_status = static_cast<Status>(value.GetI4()); return;
-    case 4: if (get) value.SetString(m_id); else m_id = value.GetString(); return;
-    case 5: if (get) value.SetDate(m_date); else m_date = value.GetDate(); return;
+    case 2:
+        if (get)
+            value.SetXmlObject(m_items);
+        else
+            m_items = ObjectFrom<CItems>(value);
+        return;
+    case 3:
+        if (get)
+            value.SetI4(static_cast<int32_t>(m_status));
+        else
+            m_status = static_cast<Status>(value.GetI4());
+        return;
+    case 4:
+        if (get)
+            value.SetString(m_id);
+        else
+            m_id = value.GetString();
+        return;
+    case 5:
+        if (get)
+            value.SetDate(m_date);
+        else
+            m_date = value.GetDate();
+        return;
     default: ThrowUnknownProperty(index);
     }
 }
@@ -220,8 +280,8 @@ CXmlElement* COrderCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CS
 CClassTables COrders::s_tables(&COrders::BuildTables);
 
 void COrders::BuildTables(CClassTables& t) {
-    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Orders",
-                                           kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
+    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"Orders", kTargetNamespace,
+                                           true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
         new CElementInfoSeqClsCol(u"order", kTargetNamespace, 0, XmlElementType_Element),
     });
@@ -234,12 +294,18 @@ COrders::COrders() {
 }
 
 void COrders::Init() {
-    if (m_orders) m_orders->Clear(); else m_orders = new COrderCol();
+    if (m_orders)
+        m_orders->Clear();
+    else
+        m_orders = new COrderCol();
 }
 
 void COrders::AccessProperty(int32_t index, bool get, KvVariant& value) {
     if (index != 0) ThrowUnknownProperty(index);
-    if (get) value.SetXmlObject(m_orders); else m_orders = ObjectFrom<COrderCol>(value);
+    if (get)
+        value.SetXmlObject(m_orders);
+    else
+        m_orders = ObjectFrom<COrderCol>(value);
 }
 
 } // namespace HandWrittenPo

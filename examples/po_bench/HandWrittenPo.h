@@ -21,28 +21,28 @@ inline constexpr char16_t kTargetNamespace[] = u"urn:example:po";
 
 enum class Status : int32_t { Open = 0, Shipped = 1, Closed = 2 };
 
-#define KVXML_PO_MEMBERS()                                                                                        \
-public:                                                                                                           \
-    KvXmlLib16::CXmlObjectBase* GetBase() override { return this; }                                              \
-    std::u16string GetTargetNamespace() override { return kTargetNamespace; }                                    \
-    std::u16string GetNamespace() override { return kTargetNamespace; }                                          \
-    void AccessProperty(int32_t propertyIndex, bool get, KvXmlLib16::KvVariant& value) override;                  \
-    KvXmlLib16Data::CParentElementInfo* GetClassInfo() const override {                                           \
-        s_tables.Ensure();                                                                                        \
-        return s_tables.m_classInfo;                                                                              \
-    }                                                                                                             \
-    KvXmlLib16Data::CElementInfo** GetClassElementInfo() const override {                                         \
-        s_tables.Ensure();                                                                                        \
-        return s_tables.m_elementInfo;                                                                            \
-    }                                                                                                             \
-    KvXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override {                                     \
-        s_tables.Ensure();                                                                                        \
-        return s_tables.m_attributeInfo;                                                                          \
-    }                                                                                                             \
-    void Init() override;                                                                                         \
-                                                                                                                  \
-private:                                                                                                          \
-    static void BuildTables(CClassTables& tables);                                                                \
+#define KVXML_PO_MEMBERS()                                                                       \
+public:                                                                                          \
+    KvXmlLib16::CXmlObjectBase* GetBase() override { return this; }                              \
+    std::u16string GetTargetNamespace() override { return kTargetNamespace; }                    \
+    std::u16string GetNamespace() override { return kTargetNamespace; }                          \
+    void AccessProperty(int32_t propertyIndex, bool get, KvXmlLib16::KvVariant& value) override; \
+    KvXmlLib16Data::CParentElementInfo* GetClassInfo() const override {                          \
+        s_tables.Ensure();                                                                       \
+        return s_tables.m_classInfo;                                                             \
+    }                                                                                            \
+    KvXmlLib16Data::CElementInfo** GetClassElementInfo() const override {                        \
+        s_tables.Ensure();                                                                       \
+        return s_tables.m_elementInfo;                                                           \
+    }                                                                                            \
+    KvXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override {                    \
+        s_tables.Ensure();                                                                       \
+        return s_tables.m_attributeInfo;                                                         \
+    }                                                                                            \
+    void Init() override;                                                                        \
+                                                                                                 \
+private:                                                                                         \
+    static void BuildTables(CClassTables& tables);                                               \
     static CClassTables s_tables;
 
 class CCustomer : public KvXmlLib16::CXmlGeneratedClass {

@@ -71,7 +71,8 @@ void BM_SameOutput(benchmark::State& state) {
     CSmartPtr<GeneratedPo::COrders> generated = new GeneratedPo::COrders();
     hand->FromXml(Document().c_str(), Context());
     generated->FromXml(Document().c_str(), Context());
-    const bool same = hand->ToXml(true, true, EOLType_LF, Context()) == generated->ToXml(true, true, EOLType_LF, Context());
+    const bool same =
+        hand->ToXml(true, true, EOLType_LF, Context()) == generated->ToXml(true, true, EOLType_LF, Context());
     for (auto _ : state) benchmark::DoNotOptimize(same);
     if (!same) state.SkipWithError("the two sets of classes write different documents");
     state.SetLabel(same ? "identical" : "DIFFERENT");

@@ -115,11 +115,13 @@ void WriteFile(const fs::path& path, const std::string& text) {
 
 // xmllint's verdict on a document against a schema; its output is kept for the failure.
 int Validate(const std::string& xml, const std::string& schema, std::string& report) {
-    const std::string path = schema.find('/') == std::string::npos ? std::string(KVXMLC_TEST_SCHEMAS) + "/" + schema : schema;
+    const std::string path =
+        schema.find('/') == std::string::npos ? std::string(KVXMLC_TEST_SCHEMAS) + "/" + schema : schema;
     const fs::path file = fs::path(testing::TempDir()) / "kvxmlc_instance.xml";
     const fs::path log = fs::path(testing::TempDir()) / "kvxmlc_xmllint.log";
     WriteFile(file, xml);
-    const std::string command = "xmllint --noout --schema '" + path + "' '" + file.string() + "' > '" + log.string() + "' 2>&1";
+    const std::string command =
+        "xmllint --noout --schema '" + path + "' '" + file.string() + "' > '" + log.string() + "' 2>&1";
     const int status = std::system(command.c_str());
     report = ReadFile(log);
     return status;
@@ -222,18 +224,21 @@ TEST(Kvxmlc, TypedApiBuildsADocument) {
 
 struct BadSchema {
     const char* what;
-    const char* text;  // written as bad.xsd; ok.xsd and other.xsd stand beside it
+    const char* text; // written as bad.xsd; ok.xsd and other.xsd stand beside it
     const char* message;
 };
 
-const char kHead[] = R"(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema" xmlns:t="urn:t" targetNamespace="urn:t">)";
+const char kHead[] =
+    R"(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema" xmlns:t="urn:t" targetNamespace="urn:t">)";
 
 const BadSchema kBadSchemas[] = {
     {"not well-formed", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>\n<xs:element name='a'>\n</xs:schema>",
      "bad.xsd:3: not well-formed: mismatched tag"},
-    {"undefined type", "\n<xs:element name='a' type='t:Nope'/></xs:schema>", "bad.xsd:2: the type 't:Nope' is not defined"},
-    {"undefined element", "\n<xs:element name='a'><xs:complexType><xs:sequence>\n<xs:element ref='t:b'/>"
-                          "</xs:sequence></xs:complexType></xs:element></xs:schema>",
+    {"undefined type", "\n<xs:element name='a' type='t:Nope'/></xs:schema>",
+     "bad.xsd:2: the type 't:Nope' is not defined"},
+    {"undefined element",
+     "\n<xs:element name='a'><xs:complexType><xs:sequence>\n<xs:element ref='t:b'/>"
+     "</xs:sequence></xs:complexType></xs:element></xs:schema>",
      "bad.xsd:3: the element 't:b' is not defined"},
     {"undefined group", "<xs:complexType name='a'>\n<xs:group ref='t:g'/></xs:complexType></xs:schema>",
      "bad.xsd:2: the group 't:g' is not defined"},
@@ -255,8 +260,9 @@ const BadSchema kBadSchemas[] = {
      "<xs:complexType name='d'><xs:complexContent>\n<xs:extension base='t:b'><xs:sequence><xs:element name='z'/>"
      "</xs:sequence></xs:extension></xs:complexContent></xs:complexType></xs:schema>",
      "bad.xsd:2: the records cannot express an extension that adds content to a choice or all of its base type"},
-    {"mandatory recursion", "<xs:complexType name='a'><xs:sequence>\n<xs:element name='x' type='t:a'/>"
-                            "</xs:sequence></xs:complexType></xs:schema>",
+    {"mandatory recursion",
+     "<xs:complexType name='a'><xs:sequence>\n<xs:element name='x' type='t:a'/>"
+     "</xs:sequence></xs:complexType></xs:schema>",
      "bad.xsd:1: the mandatory child 'x' leads back to its own type without end"},
 };
 
@@ -264,7 +270,8 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
     const fs::path dir = fs::path(testing::TempDir()) / "kvxmlc_bad";
     fs::remove_all(dir);
     fs::create_directories(dir / "out");
-    WriteFile(dir / "other.xsd", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:other'/>");
+    WriteFile(dir / "other.xsd",
+              "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:other'/>");
     WriteFile(dir / "broken.xsd", "<xs:schema");
     for (const BadSchema& c : kBadSchemas) {
         SCOPED_TRACE(c.what);
@@ -292,10 +299,12 @@ TEST(Kvxmlc, SchemaPathFindsAnImportByItsFileName) {
     const fs::path dir = fs::path(testing::TempDir()) / "kvxmlc_path";
     fs::remove_all(dir);
     fs::create_directories(dir / "lib");
-    WriteFile(dir / "lib" / "other.xsd", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:o'>"
-                                         "<xs:element name='e' type='xs:int'/></xs:schema>");
-    WriteFile(dir / "main.xsd", std::string(kHead) + "\n<xs:import namespace='urn:o' "
-                                "schemaLocation='http://example.org/schemas/other.xsd'/></xs:schema>");
+    WriteFile(dir / "lib" / "other.xsd",
+              "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:o'>"
+              "<xs:element name='e' type='xs:int'/></xs:schema>");
+    WriteFile(dir / "main.xsd", std::string(kHead) +
+                                    "\n<xs:import namespace='urn:o' "
+                                    "schemaLocation='http://example.org/schemas/other.xsd'/></xs:schema>");
     const std::string run = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' main.xsd --out out 2> err.txt";
     EXPECT_NE(std::system(run.c_str()), 0);
     EXPECT_EQ(ReadFile(dir / "err.txt"), "main.xsd:2: cannot find the schema 'http://example.org/schemas/other.xsd'\n");

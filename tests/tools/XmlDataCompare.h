@@ -1,7 +1,8 @@
 #pragma once
 
 // Two XML texts compared as data: names by namespace and local name, attributes as a set, xsi:type by
-// the type it names (one added on writing does not count), text with surrounding whitespace trimmed; prefixes and indentation do not count.
+// the type it names (one added on writing does not count), text with surrounding whitespace trimmed; prefixes and
+// indentation do not count.
 
 #include <algorithm>
 #include <string>

@@ -30,7 +30,7 @@ struct EnumDef {
 
 // A simple type as the library sees it: its value kind, whitespace rule and facets.
 struct Simple {
-    std::string m_kind = "string";  // ItemType suffix
+    std::string m_kind = "string"; // ItemType suffix
     int m_whitespace = 1;          // WhitespaceRule: 1 preserve, 2 replace, 3 collapse
     Facets m_facets;
     EnumDef* m_enum = nullptr;
@@ -43,41 +43,41 @@ enum class Occ { Mnd, Opt, Col };
 
 struct Member {
     bool m_isAttribute = false;
-    std::string m_xmlName, m_xmlNs;  // record name ("AnyElement" for wildcards) and namespace
-    std::string m_prop;              // property name in C++: GetX/SetX, m_x, Property_X
+    std::string m_xmlName, m_xmlNs; // record name ("AnyElement" for wildcards) and namespace
+    std::string m_prop;             // property name in C++: GetX/SetX, m_x, Property_X
     Kind m_kind = Kind::Prim;
     Occ m_occ = Occ::Mnd;
-    int m_min = 1, m_max = 1;  // -1: unbounded
+    int m_min = 1, m_max = 1; // -1: unbounded
     Simple m_simple;
     std::string m_default;
     bool m_hasDefault = false;
     bool m_nillable = false;
-    ClassDef* m_class = nullptr;  // Cls, AbsCls
-    int m_elementType = 0;        // of a class record: 0 own element, 2 inline group
+    ClassDef* m_class = nullptr; // Cls, AbsCls
+    int m_elementType = 0;       // of a class record: 0 own element, 2 inline group
     bool m_contentRequired = true;
-    std::string m_pattern;  // wildcard namespaces
+    std::string m_pattern; // wildcard namespaces
 };
 
 struct ClassDef {
     Doc* m_doc = nullptr;
     std::string m_cppName;
     std::string m_recordName, m_recordNs;
-    int m_groupType = 0;    // 0 sequence, 1 choice, 2 all
-    int m_elementType = 0;  // 0 own element, 2 inline group
+    int m_groupType = 0;   // 0 sequence, 1 choice, 2 all
+    int m_elementType = 0; // 0 own element, 2 inline group
     ClassDef* m_base = nullptr;
     bool m_abstract = false;
     bool m_nillable = false;
-    bool m_hasText = false;  // a value (simple content) or the text of mixed content
+    bool m_hasText = false; // a value (simple content) or the text of mixed content
     bool m_mixed = false;
     Simple m_text;
-    std::vector<Member> m_members;  // own members: attributes first, then elements
+    std::vector<Member> m_members; // own members: attributes first, then elements
     std::vector<ClassDef*> m_derived;
     int m_classId = 0;
     bool m_built = false;
     bool m_building = false;
-    bool m_inheritedContent = false;  // restriction: takes the base's content as it is
-    std::string m_typeName, m_typeNs;   // of a named type, for xsi:type
-    std::set<std::string> m_usedNames;  // property names taken, with the base's
+    bool m_inheritedContent = false;   // restriction: takes the base's content as it is
+    std::string m_typeName, m_typeNs;  // of a named type, for xsi:type
+    std::set<std::string> m_usedNames; // property names taken, with the base's
 
     bool NeedsFactory() const { return m_abstract || !m_derived.empty(); }
 };
@@ -90,10 +90,10 @@ struct GlobalElement {
 };
 
 struct Program {
-    std::deque<ClassDef> m_classes;  // stable addresses
+    std::deque<ClassDef> m_classes; // stable addresses
     std::deque<EnumDef> m_enums;
     std::vector<GlobalElement> m_globals;
-    std::map<std::string, std::string> m_cppNamespaces;  // target namespace -> C++ namespace
+    std::map<std::string, std::string> m_cppNamespaces; // target namespace -> C++ namespace
 };
 
 // Builds the program from the loaded schemas; throws CompileError.

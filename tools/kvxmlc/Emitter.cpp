@@ -22,36 +22,64 @@ std::string Lit(const std::string& text) {
         unsigned char c = static_cast<unsigned char>(text[i]);
         uint32_t cp = c;
         size_t n = 1;
-        if (c >= 0xF0) n = 4, cp = c & 0x07;
-        else if (c >= 0xE0) n = 3, cp = c & 0x0F;
-        else if (c >= 0xC0) n = 2, cp = c & 0x1F;
+        if (c >= 0xF0)
+            n = 4, cp = c & 0x07;
+        else if (c >= 0xE0)
+            n = 3, cp = c & 0x0F;
+        else if (c >= 0xC0)
+            n = 2, cp = c & 0x1F;
         for (size_t k = 1; k < n && i + k < text.size(); ++k) cp = (cp << 6) | (text[i + k] & 0x3F);
         i += n;
         char buf[16];
-        if (cp == '"' || cp == '\\') out += '\\', out += static_cast<char>(cp);
-        else if (cp == '\n') out += "\\n";
-        else if (cp == '\t') out += "\\t";
-        else if (cp == '\r') out += "\\r";
-        else if (cp >= 0x20 && cp < 0x7F && cp != '?') out += static_cast<char>(cp);
-        else if (cp < 0x10000) std::snprintf(buf, sizeof buf, "\\u%04X", cp), out += buf;
-        else std::snprintf(buf, sizeof buf, "\\U%08X", cp), out += buf;
+        if (cp == '"' || cp == '\\')
+            out += '\\', out += static_cast<char>(cp);
+        else if (cp == '\n')
+            out += "\\n";
+        else if (cp == '\t')
+            out += "\\t";
+        else if (cp == '\r')
+            out += "\\r";
+        else if (cp >= 0x20 && cp < 0x7F && cp != '?')
+            out += static_cast<char>(cp);
+        else if (cp < 0x10000)
+            std::snprintf(buf, sizeof buf, "\\u%04X", cp), out += buf;
+        else
+            std::snprintf(buf, sizeof buf, "\\U%08X", cp), out += buf;
     }
     return out + "\"";
 }
 
 const char* const kWhitespace[] = {"CWhitespaceUtils::WhitespaceRule_None", "CWhitespaceUtils::WhitespaceRule_Preserve",
-                                   "CWhitespaceUtils::WhitespaceRule_Replace", "CWhitespaceUtils::WhitespaceRule_Collapse"};
+                                   "CWhitespaceUtils::WhitespaceRule_Replace",
+                                   "CWhitespaceUtils::WhitespaceRule_Collapse"};
 
 std::string CppType(const std::string& kind) {
-    static const std::map<std::string, std::string> types = {
-        {"hexBinary", "KvXmlLib16::CBinaryData"}, {"base64Binary", "KvXmlLib16::CBinaryData"}, {"i1", "int8_t"},
-        {"i2", "int16_t"}, {"i4", "int32_t"}, {"i8", "int64_t"}, {"ui1", "uint8_t"}, {"ui2", "uint16_t"},
-        {"ui4", "uint32_t"}, {"ui8", "uint64_t"}, {"r4", "float"}, {"r8", "double"},
-        {"duration", "KvXmlLib16::CDateTimeSpan"}, {"yearMonth", "KvXmlLib16::CDateTime"},
-        {"monthDay", "KvXmlLib16::CDateTime"}, {"year", "uint16_t"}, {"month", "uint8_t"}, {"day", "uint8_t"},
-        {"date", "KvXmlLib16::CDateTime"}, {"datetime", "KvXmlLib16::CDateTime"}, {"time", "KvXmlLib16::CDateTime"},
-        {"char", "char16_t"}, {"string", "std::u16string"}, {"boolean", "bool"}, {"decimal", "KvXmlLib16::CDecimal"},
-        {"integer", "KvXmlLib16::CBigInteger"}};
+    static const std::map<std::string, std::string> types = {{"hexBinary", "KvXmlLib16::CBinaryData"},
+                                                             {"base64Binary", "KvXmlLib16::CBinaryData"},
+                                                             {"i1", "int8_t"},
+                                                             {"i2", "int16_t"},
+                                                             {"i4", "int32_t"},
+                                                             {"i8", "int64_t"},
+                                                             {"ui1", "uint8_t"},
+                                                             {"ui2", "uint16_t"},
+                                                             {"ui4", "uint32_t"},
+                                                             {"ui8", "uint64_t"},
+                                                             {"r4", "float"},
+                                                             {"r8", "double"},
+                                                             {"duration", "KvXmlLib16::CDateTimeSpan"},
+                                                             {"yearMonth", "KvXmlLib16::CDateTime"},
+                                                             {"monthDay", "KvXmlLib16::CDateTime"},
+                                                             {"year", "uint16_t"},
+                                                             {"month", "uint8_t"},
+                                                             {"day", "uint8_t"},
+                                                             {"date", "KvXmlLib16::CDateTime"},
+                                                             {"datetime", "KvXmlLib16::CDateTime"},
+                                                             {"time", "KvXmlLib16::CDateTime"},
+                                                             {"char", "char16_t"},
+                                                             {"string", "std::u16string"},
+                                                             {"boolean", "bool"},
+                                                             {"decimal", "KvXmlLib16::CDecimal"},
+                                                             {"integer", "KvXmlLib16::CBigInteger"}};
     return types.at(kind);
 }
 
@@ -125,8 +153,7 @@ public:
             return "CSmartPtr<" + Q(m.m_class) + ">";
         case Kind::Untpd:
             return m.m_occ == Occ::Col ? "CSmartPtr<KvXmlLib16::CElementCol>" : "CSmartPtr<KvXmlLib16::CElement>";
-        case Kind::AnyAttr:
-            return "CSmartPtr<KvXmlLib16::CAttributeCol>";
+        case Kind::AnyAttr: return "CSmartPtr<KvXmlLib16::CAttributeCol>";
         }
         return std::string();
     }
@@ -177,7 +204,10 @@ public:
 
     void ClassDecl(std::ostream& o, const ClassDef* c) const {
         const bool ownNil = Nillable(c) && !c->m_base;
-        o << "// " << (c->m_elementType == 2 ? "model group " : c->m_typeName.empty() ? "element " : "type ")
+        o << "// "
+          << (c->m_elementType == 2   ? "model group "
+              : c->m_typeName.empty() ? "element "
+                                      : "type ")
           << c->m_recordName << (c->m_abstract ? " (abstract)" : "") << "\n";
         o << "class " << c->m_cppName << " : public "
           << (c->m_base ? Q(c->m_base) : std::string("KvXmlLib16::CXmlGeneratedClass"))
@@ -189,7 +219,8 @@ public:
             const std::string arg = Scalar(type) ? type : "const " + type + "&";
             const std::string name = c->m_mixed ? "Text" : "Value";
             o << "    // The " << (c->m_mixed ? "text of the mixed content, as one string" : "text value") << ".\n";
-            o << "    " << arg << " Get" << name << "() const { return m_" << (c->m_mixed ? "text" : "value") << "; }\n";
+            o << "    " << arg << " Get" << name << "() const { return m_" << (c->m_mixed ? "text" : "value")
+              << "; }\n";
             o << "    void Set" << name << "(" << arg << " value) { m_" << (c->m_mixed ? "text" : "value")
               << " = value; }\n";
         }
@@ -249,7 +280,8 @@ public:
         for (const ClassDef* c : classes) {
             if (c->m_base && c->m_base->m_doc != doc) includes.insert(c->m_base->m_doc->m_stem);
             for (const Member& m : c->m_members) {
-                if (m.m_class && m.m_class->m_doc != doc) foreignClasses[Ns(m.m_class->m_doc)].insert(m.m_class->m_cppName);
+                if (m.m_class && m.m_class->m_doc != doc)
+                    foreignClasses[Ns(m.m_class->m_doc)].insert(m.m_class->m_cppName);
                 if (m.m_simple.m_enum && m.m_simple.m_enum->m_doc != doc)
                     foreignEnums[Ns(m.m_simple.m_enum->m_doc)].insert(m.m_simple.m_enum->m_cppName);
             }
@@ -271,8 +303,7 @@ public:
         if (m_enumsByDoc.count(doc))
             for (const EnumDef* e : m_enumsByDoc.at(doc)) {
                 o << "enum class " << e->m_cppName << " : int32_t {";
-                for (size_t i = 0; i < e->m_names.size(); ++i)
-                    o << (i ? ", " : " ") << e->m_names[i] << " = " << i;
+                for (size_t i = 0; i < e->m_names.size(); ++i) o << (i ? ", " : " ") << e->m_names[i] << " = " << i;
                 o << " };\nconst char16_t* " << e->m_cppName << "ToText(int32_t value);\nint32_t " << e->m_cppName
                   << "FromText(const char16_t* text);\n\n";
             }
@@ -283,7 +314,8 @@ public:
             if (c->NeedsFactory())
                 o << "// Chooses the class of " << c->m_recordName << " or a type derived from it by xsi:type.\n"
                   << "class " << c->m_cppName << "Factory : public KvXmlLib16::CClassfactoryBase {\npublic:\n"
-                  << "    static CSmartPtr<KvXmlLib16::CXmlObjectBase> Create(KvXmlLib16::CXmlElement* element);\n};\n\n";
+                  << "    static CSmartPtr<KvXmlLib16::CXmlObjectBase> Create(KvXmlLib16::CXmlElement* "
+                     "element);\n};\n\n";
         for (const ClassDef* c : classes) ClassDecl(o, c);
         o << "} // namespace " << ns << "\n";
         return o.str();
@@ -319,8 +351,11 @@ public:
         const char* group = owner->m_groupType == 1 ? "Choice" : owner->m_groupType == 2 ? "All" : "Seq";
         const Occ occ = owner->m_groupType == 1 && m.m_occ == Occ::Mnd ? Occ::Opt : m.m_occ;
         const char* o = occ == Occ::Mnd ? "Mnd" : occ == Occ::Opt ? "Opt" : "Col";
-        const char* kind = m.m_kind == Kind::Prim ? "Prim" : m.m_kind == Kind::Enum ? "Enum"
-                           : m.m_kind == Kind::Cls ? "Cls" : m.m_kind == Kind::AbsCls ? "AbsCls" : "Untpd";
+        const char* kind = m.m_kind == Kind::Prim     ? "Prim"
+                           : m.m_kind == Kind::Enum   ? "Enum"
+                           : m.m_kind == Kind::Cls    ? "Cls"
+                           : m.m_kind == Kind::AbsCls ? "AbsCls"
+                                                      : "Untpd";
         std::ostringstream s;
         s << "new CElementInfo" << group << kind << o << "(" << Lit(m.m_xmlName) << ", " << Lit(m.m_xmlNs) << ", "
           << PropEnum(m);
@@ -329,8 +364,9 @@ public:
         if (occ == Occ::Col) {
             if (m.m_kind == Kind::Cls || m.m_kind == Kind::AbsCls) s << ", " << et;
         } else if (m.m_kind == Kind::Prim) {
-            s << ", " << (m.m_nillable ? "true" : "false") << ", ItemType_" << m.m_simple.m_kind << ", nullptr,\n            "
-              << kWhitespace[m.m_simple.m_whitespace] << FacetsArg(m.m_simple.m_facets) << ", " << def;
+            s << ", " << (m.m_nillable ? "true" : "false") << ", ItemType_" << m.m_simple.m_kind
+              << ", nullptr,\n            " << kWhitespace[m.m_simple.m_whitespace] << FacetsArg(m.m_simple.m_facets)
+              << ", " << def;
         } else if (m.m_kind == Kind::Enum) {
             const std::string e = Q(m.m_simple.m_enum);
             s << ", " << (m.m_nillable ? "true" : "false") << ", &" << e << "ToText, &" << e << "FromText, " << def;
@@ -373,7 +409,8 @@ public:
         auto col = [&](const std::string& make) {
             o << "    if (" << f << ") " << f << "->Clear();\n    else " << f << " = " << make << ";\n";
         };
-        if (m.m_kind == Kind::AnyAttr) return col("new KvXmlLib16::CAttributeCol(u\"\", " + Lit(m.m_pattern) + ", " + tns + ")");
+        if (m.m_kind == Kind::AnyAttr)
+            return col("new KvXmlLib16::CAttributeCol(u\"\", " + Lit(m.m_pattern) + ", " + tns + ")");
         if (m.m_occ == Occ::Col) {
             const std::string type = FieldType(m).substr(10, FieldType(m).size() - 11);
             const std::string name = Lit(m.m_xmlName) + ", " + Lit(m.m_xmlNs) + ", " + Bounds(m);
@@ -387,10 +424,10 @@ public:
             }
             case Kind::Cls:
                 return col("new " + type + "(" + name + ", " + (m.m_elementType == 2 ? "true" : "false") + ")");
-            case Kind::AbsCls:
-                return col("new " + type + "(" + name + ", false, " + FactoryOf(m.m_class) + ")");
+            case Kind::AbsCls: return col("new " + type + "(" + name + ", false, " + FactoryOf(m.m_class) + ")");
             default:
-                return col("new KvXmlLib16::CElementCol(u\"\", " + Lit(m.m_pattern) + ", " + tns + ", " + Bounds(m) + ")");
+                return col("new KvXmlLib16::CElementCol(u\"\", " + Lit(m.m_pattern) + ", " + tns + ", " + Bounds(m) +
+                           ")");
             }
         }
         if (m.m_kind == Kind::Cls && m.m_occ == Occ::Mnd && owner->m_groupType != 1) {
@@ -413,10 +450,14 @@ public:
     void AccessCase(std::ostream& o, const Member& m) const {
         o << "    case " << PropEnum(m) << ": ";
         const std::string f = Field(m);
-        if (m.m_occ == Occ::Col || m.m_kind == Kind::AnyAttr) o << "AccessCollection(" << f << ", get, value)";
-        else if (m.m_kind == Kind::Prim) o << "Access<KvXmlLib16::ItemType_" << m.m_simple.m_kind << ">(" << f << ", get, value)";
-        else if (m.m_kind == Kind::Enum) o << "AccessEnum(" << f << ", get, value)";
-        else o << "AccessObject(" << f << ", get, value)";
+        if (m.m_occ == Occ::Col || m.m_kind == Kind::AnyAttr)
+            o << "AccessCollection(" << f << ", get, value)";
+        else if (m.m_kind == Kind::Prim)
+            o << "Access<KvXmlLib16::ItemType_" << m.m_simple.m_kind << ">(" << f << ", get, value)";
+        else if (m.m_kind == Kind::Enum)
+            o << "AccessEnum(" << f << ", get, value)";
+        else
+            o << "AccessObject(" << f << ", get, value)";
         o << "; return;\n";
     }
 
@@ -430,9 +471,11 @@ public:
         const std::string textIndex = !textOwner ? "-1" : textOwner->m_mixed ? "Property_Text" : "Property_Value";
         const std::string textKind = !textOwner ? "ItemType_Invalid" : "ItemType_" + c->m_text.m_kind;
         o << "    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_"
-          << (c->m_groupType == 1 ? "Choice" : c->m_groupType == 2 ? "All" : "Seq") << ", XmlElementType_"
-          << (c->m_elementType == 2 ? "Inline" : "Element") << ", " << Lit(c->m_recordName) << ", "
-          << Lit(c->m_recordNs) << ",\n        " << (c->m_elementType == 0 ? "true" : "false") << ", "
+          << (c->m_groupType == 1   ? "Choice"
+              : c->m_groupType == 2 ? "All"
+                                    : "Seq")
+          << ", XmlElementType_" << (c->m_elementType == 2 ? "Inline" : "Element") << ", " << Lit(c->m_recordName)
+          << ", " << Lit(c->m_recordNs) << ",\n        " << (c->m_elementType == 0 ? "true" : "false") << ", "
           << (c->m_base ? "true" : "false") << ", " << textIndex << ", " << textKind << ", nullptr, "
           << (c->m_mixed ? "true" : "false") << ");\n";
         o << "    t.m_elementInfo = KvXmlGenerated::Table<CElementInfo>({\n";
@@ -461,16 +504,19 @@ public:
         o << "void " << n << "::AccessProperty(int32_t index, bool get, KvXmlLib16::KvVariant& value) {\n"
           << "    using namespace KvXmlGenerated;\n    switch (index) {\n";
         if (textOwner == c)
-            o << "    case " << (c->m_mixed ? "Property_Text: Access<KvXmlLib16::ItemType_string>(m_text"
-                                            : "Property_Value: Access<KvXmlLib16::ItemType_" + c->m_text.m_kind + ">(m_value")
+            o << "    case "
+              << (c->m_mixed ? "Property_Text: Access<KvXmlLib16::ItemType_string>(m_text"
+                             : "Property_Value: Access<KvXmlLib16::ItemType_" + c->m_text.m_kind + ">(m_value")
               << ", get, value); return;\n";
         for (const Member& m : c->m_members) AccessCase(o, m);
         o << "    default: "
-          << (c->m_base ? Q(c->m_base) + "::AccessProperty(index, get, value);" : std::string("ThrowUnknownProperty(index);"))
+          << (c->m_base ? Q(c->m_base) + "::AccessProperty(index, get, value);"
+                        : std::string("ThrowUnknownProperty(index);"))
           << "\n    }\n}\n\n";
 
         for (const Member& m : c->m_members) {
-            if (m.m_occ == Occ::Col || m.m_kind == Kind::AnyAttr || m.m_kind == Kind::Prim || m.m_kind == Kind::Enum) continue;
+            if (m.m_occ == Occ::Col || m.m_kind == Kind::AnyAttr || m.m_kind == Kind::Prim || m.m_kind == Kind::Enum)
+                continue;
             const std::string type = FieldType(m).substr(10, FieldType(m).size() - 11);
             o << "void " << n << "::Set" << m.m_prop << "(" << type << "* value) {\n";
             if ((m.m_kind == Kind::Cls && m.m_elementType == 0) || m.m_kind == Kind::AbsCls)
@@ -479,7 +525,8 @@ public:
         }
 
         if (c->NeedsFactory()) {
-            o << "CSmartPtr<KvXmlLib16::CXmlObjectBase> " << n << "Factory::Create(KvXmlLib16::CXmlElement* element) {\n"
+            o << "CSmartPtr<KvXmlLib16::CXmlObjectBase> " << n
+              << "Factory::Create(KvXmlLib16::CXmlElement* element) {\n"
               << "    const std::u16string type = GetElementType(element);\n"
               << "    const std::u16string ns = GetElementTypeNamespaceUri(element);\n"
               << "    CSmartPtr<KvXmlLib16::CXmlObjectBase> created;\n";
@@ -563,7 +610,8 @@ public:
           << "    CSmartPtr<KvXmlLib16::CXmlObjectBase> created;\n    switch (classId) {\n";
         for (const ClassDef& c : m_p.m_classes)
             if (Ns(c.m_doc) == ns) o << "    case " << Q(&c) << "::kClassId: created = new " << Q(&c) << "(); break;\n";
-        o << "    default: return created;\n    }\n    created->SetElementName(elementName);\n    return created;\n}\n\n";
+        o << "    default: return created;\n    }\n    created->SetElementName(elementName);\n    return "
+             "created;\n}\n\n";
         o << "void ReleaseMetaData() {\n";
         for (const ClassDef& c : m_p.m_classes)
             if (Ns(c.m_doc) == ns) o << "    " << Q(&c) << "::ReleaseMetaData();\n";
@@ -600,7 +648,8 @@ std::vector<std::pair<std::string, std::string>> EmitProgram(const SchemaSet& sc
     };
     for (const auto& doc : schemas.m_docs) {
         if (!stems.insert(doc->m_stem).second)
-            throw CompileError(doc->m_path, 0, "another schema file of the same name '" + doc->m_stem + "' is compiled too");
+            throw CompileError(doc->m_path, 0,
+                               "another schema file of the same name '" + doc->m_stem + "' is compiled too");
         add(doc->m_stem + ".h", emitter.Header(doc.get()));
         add(doc->m_stem + ".cpp", emitter.Source(doc.get()));
     }

@@ -59,12 +59,14 @@ inline const KvXmlLib16::CPrimitiveRestrictions kNoFacets;
 
 // ---- values: the C++ type of each value kind and its way in and out of a variant ----------------
 
-template <ItemType K> struct Value;
-#define KVXMLC_VALUE(kind, type, set, get)                                                                           \
-    template <> struct Value<KvXmlLib16::kind> {                                                                    \
-        typedef type Type;                                                                                           \
-        static void Put(KvVariant& v, const Type& x) { v.set(x); }                                                   \
-        static Type Take(const KvVariant& v) { return v.get(); }                                                     \
+template <ItemType K>
+struct Value;
+#define KVXMLC_VALUE(kind, type, set, get)                         \
+    template <>                                                    \
+    struct Value<KvXmlLib16::kind> {                               \
+        typedef type Type;                                         \
+        static void Put(KvVariant& v, const Type& x) { v.set(x); } \
+        static Type Take(const KvVariant& v) { return v.get(); }   \
     };
 KVXMLC_VALUE(ItemType_hexBinary, KvXmlLib16::CBinaryData, SetHexBinary, GetHexBinary)
 KVXMLC_VALUE(ItemType_base64Binary, KvXmlLib16::CBinaryData, SetBase64Binary, GetBase64Binary)
@@ -97,8 +99,10 @@ KVXMLC_VALUE(ItemType_integer, KvXmlLib16::CBigInteger, SetInteger, GetInteger)
 // A value that always exists. A nil or foreign variant leaves it as it was.
 template <ItemType K>
 void Access(typename Value<K>::Type& field, bool get, KvVariant& value) {
-    if (get) Value<K>::Put(value, field);
-    else if (value.GetTypeAsEnum() == K && !value.IsNil()) field = Value<K>::Take(value);
+    if (get)
+        Value<K>::Put(value, field);
+    else if (value.GetTypeAsEnum() == K && !value.IsNil())
+        field = Value<K>::Take(value);
 }
 
 // An optional value: unset leaves the variant at type 0; a nil or foreign value unsets it.
@@ -115,8 +119,10 @@ void Access(std::optional<typename Value<K>::Type>& field, bool get, KvVariant& 
 
 template <class E>
 void AccessEnum(E& field, bool get, KvVariant& value) {
-    if (get) value.SetI4(static_cast<int32_t>(field));
-    else if (value.GetTypeAsEnum() == KvXmlLib16::ItemType_i4 && !value.IsNil()) field = static_cast<E>(value.GetI4());
+    if (get)
+        value.SetI4(static_cast<int32_t>(field));
+    else if (value.GetTypeAsEnum() == KvXmlLib16::ItemType_i4 && !value.IsNil())
+        field = static_cast<E>(value.GetI4());
 }
 
 template <class E>
@@ -148,8 +154,10 @@ void AccessCollection(CSmartPtr<C>& field, bool get, KvVariant& value) {
         return;
     }
     CSmartPtr<KvXmlLib16::CXmlObjectBase> object = value.GetXmlObject();
-    if (C* collection = dynamic_cast<C*>(object.get())) field = collection;
-    else if (field) field->Clear();
+    if (C* collection = dynamic_cast<C*>(object.get()))
+        field = collection;
+    else if (field)
+        field->Clear();
 }
 
 // The text of an enumeration value; an unknown number has none.
@@ -159,12 +167,10 @@ inline const char16_t* EnumText(const char16_t* const* texts, int32_t count, int
 
 // The number of an enumeration text, compared after collapsing its whitespace.
 inline int32_t EnumValue(const char16_t* const* texts, int32_t count, const char16_t* text, const char16_t* typeName) {
-    const std::u16string value =
-        KvXmlLib16::CWhitespaceUtils::Collapse(text ? text : u"");
+    const std::u16string value = KvXmlLib16::CWhitespaceUtils::Collapse(text ? text : u"");
     for (int32_t i = 0; i < count; ++i)
         if (value == texts[i]) return i;
-    throw KvXmlLib16::CKvInvalidValueException(
-        KvXmlLib16::FormatString(u"Invalid %s [%s].", typeName, value.c_str()));
+    throw KvXmlLib16::CKvInvalidValueException(KvXmlLib16::FormatString(u"Invalid %s [%s].", typeName, value.c_str()));
 }
 
 [[noreturn]] inline void ThrowUnknownProperty(int32_t index) {
@@ -173,7 +179,8 @@ inline int32_t EnumValue(const char16_t* const* texts, int32_t count, const char
 
 inline void CheckIndex(int32_t index, int32_t count) {
     if (index < 0 || index >= count)
-        throw KvXmlLib16::CKvInvalidParamException(KvXmlLib16::FormatString(u"Index %d is outside the collection.", index));
+        throw KvXmlLib16::CKvInvalidParamException(
+            KvXmlLib16::FormatString(u"Index %d is outside the collection.", index));
 }
 
 // ---- collections --------------------------------------------------------------------------------

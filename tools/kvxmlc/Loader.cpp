@@ -85,8 +85,7 @@ std::pair<std::string, std::string> Doc::Resolve(Node node, const std::string& q
             if (decl.first == prefix) return {decl.second, local};
     }
     // Beyond the scan, the document-wide table of the tree.
-    const std::u16string known = m_xml->LookupNamespaceFromAlias(
-        std::u16string(prefix.begin(), prefix.end()).c_str());
+    const std::u16string known = m_xml->LookupNamespaceFromAlias(std::u16string(prefix.begin(), prefix.end()).c_str());
     if (!known.empty()) return {Utf8(known), local};
     if (!prefix.empty()) Fail(node, "the prefix '" + prefix + "' of '" + qname + "' is not declared");
     return {std::string(), local};
@@ -115,10 +114,22 @@ void ScanStartTags(const std::string& text, Doc& doc) {
             ++i;
             continue;
         }
-        if (text.compare(i, 4, "<!--") == 0) { skipTo("-->"); continue; }
-        if (text.compare(i, 9, "<![CDATA[") == 0) { skipTo("]]>"); continue; }
-        if (text.compare(i, 2, "<?") == 0) { skipTo("?>"); continue; }
-        if (text.compare(i, 2, "<!") == 0 || text.compare(i, 2, "</") == 0) { skipTo(">"); continue; }
+        if (text.compare(i, 4, "<!--") == 0) {
+            skipTo("-->");
+            continue;
+        }
+        if (text.compare(i, 9, "<![CDATA[") == 0) {
+            skipTo("]]>");
+            continue;
+        }
+        if (text.compare(i, 2, "<?") == 0) {
+            skipTo("?>");
+            continue;
+        }
+        if (text.compare(i, 2, "<!") == 0 || text.compare(i, 2, "</") == 0) {
+            skipTo(">");
+            continue;
+        }
         doc.m_lines.push_back(line);
         std::vector<std::pair<std::string, std::string>> decls;
         ++i;
@@ -259,8 +270,8 @@ Doc* SchemaSet::Read(const std::string& path, const std::string& chameleonNs, co
         const std::string location = Attr(child, "schemaLocation");
         if (kind == "import") {
             const std::string ns = Attr(child, "namespace");
-            if (ns == kXmlNs) continue;  // xml:lang and its kin are known without the document
-            if (location.empty()) continue;  // names from it fail as undefined when used
+            if (ns == kXmlNs) continue;     // xml:lang and its kin are known without the document
+            if (location.empty()) continue; // names from it fail as undefined when used
             Read(Locate(location, raw, child), std::string(), raw, child);
             continue;
         }

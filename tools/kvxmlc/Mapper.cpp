@@ -37,8 +37,10 @@ std::string CppNamespaceFor(const std::string& uri, const std::map<std::string, 
         part.clear();
     };
     for (unsigned char c : uri) {
-        if (std::isalnum(c) && c < 0x80) part += static_cast<char>(c);
-        else flush();
+        if (std::isalnum(c) && c < 0x80)
+            part += static_cast<char>(c);
+        else
+            flush();
     }
     flush();
     if (!out.empty() && std::isdigit(static_cast<unsigned char>(out[0]))) out = "N" + out;
@@ -56,27 +58,66 @@ struct Builtin {
 // Every built-in type onto its value kind; kinds of their own are missing for the string-like ones,
 // which keep their whitespace rule.
 const Builtin kBuiltins[] = {
-    {"string", "string", 1},       {"normalizedString", "string", 2}, {"token", "string", 3},
-    {"language", "string", 3},     {"Name", "string", 3},             {"NCName", "string", 3},
-    {"ID", "string", 3},           {"IDREF", "string", 3},            {"IDREFS", "string", 3},
-    {"ENTITY", "string", 3},       {"ENTITIES", "string", 3},         {"NMTOKEN", "string", 3},
-    {"NMTOKENS", "string", 3},     {"anyURI", "string", 3},           {"QName", "string", 3},
-    {"NOTATION", "string", 3},     {"anySimpleType", "string", 1},    {"boolean", "boolean", 3},
-    {"decimal", "decimal", 3},     {"integer", "integer", 3},         {"nonPositiveInteger", "integer", 3},
-    {"negativeInteger", "integer", 3}, {"nonNegativeInteger", "integer", 3}, {"positiveInteger", "integer", 3},
-    {"long", "i8", 3},             {"int", "i4", 3},                  {"short", "i2", 3},
-    {"byte", "i1", 3},             {"unsignedLong", "ui8", 3},        {"unsignedInt", "ui4", 3},
-    {"unsignedShort", "ui2", 3},   {"unsignedByte", "ui1", 3},        {"float", "r4", 3},
-    {"double", "r8", 3},           {"duration", "duration", 3},       {"dateTime", "datetime", 3},
-    {"time", "time", 3},           {"date", "date", 3},               {"gYearMonth", "yearMonth", 3},
-    {"gYear", "year", 3},          {"gMonthDay", "monthDay", 3},      {"gDay", "day", 3},
-    {"gMonth", "month", 3},        {"hexBinary", "hexBinary", 3},     {"base64Binary", "base64Binary", 3},
+    {"string", "string", 1},
+    {"normalizedString", "string", 2},
+    {"token", "string", 3},
+    {"language", "string", 3},
+    {"Name", "string", 3},
+    {"NCName", "string", 3},
+    {"ID", "string", 3},
+    {"IDREF", "string", 3},
+    {"IDREFS", "string", 3},
+    {"ENTITY", "string", 3},
+    {"ENTITIES", "string", 3},
+    {"NMTOKEN", "string", 3},
+    {"NMTOKENS", "string", 3},
+    {"anyURI", "string", 3},
+    {"QName", "string", 3},
+    {"NOTATION", "string", 3},
+    {"anySimpleType", "string", 1},
+    {"boolean", "boolean", 3},
+    {"decimal", "decimal", 3},
+    {"integer", "integer", 3},
+    {"nonPositiveInteger", "integer", 3},
+    {"negativeInteger", "integer", 3},
+    {"nonNegativeInteger", "integer", 3},
+    {"positiveInteger", "integer", 3},
+    {"long", "i8", 3},
+    {"int", "i4", 3},
+    {"short", "i2", 3},
+    {"byte", "i1", 3},
+    {"unsignedLong", "ui8", 3},
+    {"unsignedInt", "ui4", 3},
+    {"unsignedShort", "ui2", 3},
+    {"unsignedByte", "ui1", 3},
+    {"float", "r4", 3},
+    {"double", "r8", 3},
+    {"duration", "duration", 3},
+    {"dateTime", "datetime", 3},
+    {"time", "time", 3},
+    {"date", "date", 3},
+    {"gYearMonth", "yearMonth", 3},
+    {"gYear", "year", 3},
+    {"gMonthDay", "monthDay", 3},
+    {"gDay", "day", 3},
+    {"gMonth", "month", 3},
+    {"hexBinary", "hexBinary", 3},
+    {"base64Binary", "base64Binary", 3},
 };
 
 // Getter and setter names that the base classes of every generated class already use.
-const std::set<std::string> kReserved = {"Base", "TargetNamespace", "Namespace", "ClassInfo", "ClassElementInfo",
-                                         "ClassAttributeInfo", "ClassElementInfoCount", "ElementName", "Nil",
-                                         "End", "Value", "Text"};
+const std::set<std::string> kReserved = {"Base",
+                                         "TargetNamespace",
+                                         "Namespace",
+                                         "ClassInfo",
+                                         "ClassElementInfo",
+                                         "ClassAttributeInfo",
+                                         "ClassElementInfoCount",
+                                         "ElementName",
+                                         "Nil",
+                                         "End",
+                                         "Value",
+                                         "Text"};
 
 int Occurs(Node node, const char* name) {
     const std::string text = Attr(node, name);
@@ -94,7 +135,8 @@ std::string StripType(const std::string& name) {
 std::string Plural(const std::string& name) {
     if (name.empty()) return name;
     const char last = name.back();
-    if (last == 's' || last == 'x' || last == 'z' || (name.size() > 1 && (name.ends_with("ch") || name.ends_with("sh"))))
+    if (last == 's' || last == 'x' || last == 'z' ||
+        (name.size() > 1 && (name.ends_with("ch") || name.ends_with("sh"))))
         return name + "es";
     if (last == 'y' && name.size() > 1 && std::string("aeiou").find(name[name.size() - 2]) == std::string::npos)
         return name.substr(0, name.size() - 1) + "ies";
@@ -138,14 +180,18 @@ public:
             const auto head = comp.m_doc->Resolve(comp.m_node, Attr(comp.m_node, "substitutionGroup"));
             m_substitutes[SchemaSet::Key(head.first, head.second)].push_back(&comp);
         }
-        for (const auto& doc : m_s.m_docs) m_p.m_cppNamespaces.emplace(doc->m_tns, CppNamespaceFor(doc->m_tns, m_names));
+        for (const auto& doc : m_s.m_docs)
+            m_p.m_cppNamespaces.emplace(doc->m_tns, CppNamespaceFor(doc->m_tns, m_names));
         for (const auto& doc : m_s.m_docs) {
             for (Node child : Children(doc->m_xml->GetDocumentElement())) {
                 const std::string kind = Local(child);
                 const std::string key = SchemaSet::Key(doc->m_tns, Attr(child, "name"));
-                if (kind == "complexType") Build(TypeClass(key));
-                else if (kind == "simpleType") NamedSimple(key);
-                else if (kind == "element") GlobalElementClass(doc.get(), child);
+                if (kind == "complexType")
+                    Build(TypeClass(key));
+                else if (kind == "simpleType")
+                    NamedSimple(key);
+                else if (kind == "element")
+                    GlobalElementClass(doc.get(), child);
             }
         }
         CheckMandatoryCycles();
@@ -199,7 +245,8 @@ private:
     Simple NamedSimple(const std::string& key) {
         if (const auto found = m_simples.find(key); found != m_simples.end()) return found->second;
         const Comp& comp = m_s.m_types.at(key);
-        if (m_simpleBusy.count(key)) comp.m_doc->Fail(comp.m_node, "the simple type '" + comp.m_name + "' derives from itself");
+        if (m_simpleBusy.count(key))
+            comp.m_doc->Fail(comp.m_node, "the simple type '" + comp.m_name + "' derives from itself");
         m_simpleBusy.insert(key);
         Simple s = SimpleFrom(comp.m_doc, comp.m_node, StripType(comp.m_name));
         m_simpleBusy.erase(key);
@@ -219,25 +266,40 @@ private:
         Node r = ChildNamed(st, "restriction");
         if (!r) doc->Fail(st, "a simple type without restriction, list or union");
         Simple s;
-        if (HasAttr(r, "base")) s = SimpleByName(doc, r, Attr(r, "base"));
-        else if (Node inner = ChildNamed(r, "simpleType")) s = SimpleFrom(doc, inner, enumHint);
-        else doc->Fail(r, "a restriction without a base type");
+        if (HasAttr(r, "base"))
+            s = SimpleByName(doc, r, Attr(r, "base"));
+        else if (Node inner = ChildNamed(r, "simpleType"))
+            s = SimpleFrom(doc, inner, enumHint);
+        else
+            doc->Fail(r, "a restriction without a base type");
         std::vector<std::string> values, patterns;
         for (Node f : Children(r)) {
             const std::string kind = Local(f), value = Attr(f, "value");
             auto number = [&] { return std::atoi(value.c_str()); };
-            if (kind == "enumeration") values.push_back(value);
-            else if (kind == "pattern") patterns.push_back(value);
-            else if (kind == "minLength") s.m_facets.m_minLength = number();
-            else if (kind == "maxLength") s.m_facets.m_maxLength = number();
-            else if (kind == "length") s.m_facets.m_length = number();
-            else if (kind == "totalDigits") s.m_facets.m_totalDigits = number();
-            else if (kind == "fractionDigits") s.m_facets.m_fractionDigits = number();
-            else if (kind == "minInclusive") s.m_facets.m_minInclusive = value;
-            else if (kind == "maxInclusive") s.m_facets.m_maxInclusive = value;
-            else if (kind == "minExclusive") s.m_facets.m_minExclusive = value;
-            else if (kind == "maxExclusive") s.m_facets.m_maxExclusive = value;
-            else if (kind == "whiteSpace") s.m_whitespace = value == "preserve" ? 1 : value == "replace" ? 2 : 3;
+            if (kind == "enumeration")
+                values.push_back(value);
+            else if (kind == "pattern")
+                patterns.push_back(value);
+            else if (kind == "minLength")
+                s.m_facets.m_minLength = number();
+            else if (kind == "maxLength")
+                s.m_facets.m_maxLength = number();
+            else if (kind == "length")
+                s.m_facets.m_length = number();
+            else if (kind == "totalDigits")
+                s.m_facets.m_totalDigits = number();
+            else if (kind == "fractionDigits")
+                s.m_facets.m_fractionDigits = number();
+            else if (kind == "minInclusive")
+                s.m_facets.m_minInclusive = value;
+            else if (kind == "maxInclusive")
+                s.m_facets.m_maxInclusive = value;
+            else if (kind == "minExclusive")
+                s.m_facets.m_minExclusive = value;
+            else if (kind == "maxExclusive")
+                s.m_facets.m_maxExclusive = value;
+            else if (kind == "whiteSpace")
+                s.m_whitespace = value == "preserve" ? 1 : value == "replace" ? 2 : 3;
         }
         if (patterns.size() == 1) {
             s.m_facets.m_pattern = patterns[0];
@@ -253,7 +315,7 @@ private:
             e.m_cppName = UniqueTypeName(doc, enumHint);
             e.m_values = values;
             std::set<std::string> used;
-            static const std::set<std::string> macros = {"NULL", "EOF", "TRUE", "FALSE", "DOMAIN", "OVERFLOW",
+            static const std::set<std::string> macros = {"NULL",      "EOF",    "TRUE", "FALSE",  "DOMAIN",  "OVERFLOW",
                                                          "UNDERFLOW", "ERANGE", "EDOM", "BUFSIZ", "CHAR_BIT"};
             for (const std::string& v : values) {
                 std::string name = Identifier(v);
@@ -357,8 +419,9 @@ private:
             }
             if (Node particle = FirstParticle(step)) {
                 if (HasElementMembers(c->m_base) && c->m_base->m_groupType != 0)
-                    doc->Fail(step, "the records cannot express an extension that adds content to a choice or all "
-                                    "of its base type");
+                    doc->Fail(step,
+                              "the records cannot express an extension that adds content to a choice or all "
+                              "of its base type");
                 if (!HasElementMembers(c->m_base)) {
                     AddContent(c, doc, step);
                     return;
@@ -410,7 +473,8 @@ private:
         if (Local(particle) != "group") return {doc, particle};
         const auto [ns, name] = doc->Resolve(particle, Attr(particle, "ref"));
         const auto found = m_s.m_groups.find(SchemaSet::Key(ns, name));
-        if (found == m_s.m_groups.end()) doc->Fail(particle, "the group '" + Attr(particle, "ref") + "' is not defined");
+        if (found == m_s.m_groups.end())
+            doc->Fail(particle, "the group '" + Attr(particle, "ref") + "' is not defined");
         Node model = FirstParticle(found->second.m_node);
         if (!model) found->second.m_doc->Fail(found->second.m_node, "a group without a model group");
         return {found->second.m_doc, model};
@@ -419,9 +483,12 @@ private:
     void AddChildren(ClassDef* c, Doc* doc, Node model) {
         for (Node child : Children(model)) {
             const std::string kind = Local(child);
-            if (kind == "element") AddElement(c, doc, child, Occurs(child, "minOccurs"), Occurs(child, "maxOccurs"));
-            else if (kind == "any") AddWildcard(c, doc, child);
-            else if (kind == "sequence" || kind == "choice" || kind == "group" || kind == "all") AddParticle(c, doc, child);
+            if (kind == "element")
+                AddElement(c, doc, child, Occurs(child, "minOccurs"), Occurs(child, "maxOccurs"));
+            else if (kind == "any")
+                AddWildcard(c, doc, child);
+            else if (kind == "sequence" || kind == "choice" || kind == "group" || kind == "all")
+                AddParticle(c, doc, child);
         }
     }
 
@@ -431,7 +498,8 @@ private:
         auto [mdoc, model] = ModelOf(doc, particle);
         const int group = GroupType(model);
         if (min == 1 && max == 1 && group == c->m_groupType && group != 2) {
-            if (m_flattening.count(model)) doc->Fail(particle, "the group '" + Attr(particle, "ref") + "' contains itself");
+            if (m_flattening.count(model))
+                doc->Fail(particle, "the group '" + Attr(particle, "ref") + "' contains itself");
             m_flattening.insert(model);
             AddChildren(c, mdoc, model);
             m_flattening.erase(model);
@@ -444,9 +512,8 @@ private:
         }
         if (!g) {
             const std::string groupName = Attr(particle, "ref");
-            const std::string hint = Local(particle) == "group"
-                                         ? StripType(groupName.substr(groupName.find(':') + 1))
-                                         : c->m_cppName.substr(1) + Identifier(Local(model));
+            const std::string hint = Local(particle) == "group" ? StripType(groupName.substr(groupName.find(':') + 1))
+                                                                : c->m_cppName.substr(1) + Identifier(Local(model));
             g = NewClass(mdoc, hint);
             g->m_recordName = g->m_cppName.substr(1);
             g->m_elementType = 2;
@@ -586,9 +653,9 @@ private:
                     if (m.m_kind != Kind::Cls || m.m_occ != Occ::Mnd || k->m_groupType == 1) continue;
                     if (state[m.m_class] == 1) {
                         const auto node = m_typeNodes.find(c);
-                        throw CompileError(c->m_doc->m_path, node == m_typeNodes.end() ? 0 : c->m_doc->Line(node->second),
-                                           "the mandatory child '" + m.m_xmlName +
-                                               "' leads back to its own type without end");
+                        throw CompileError(
+                            c->m_doc->m_path, node == m_typeNodes.end() ? 0 : c->m_doc->Line(node->second),
+                            "the mandatory child '" + m.m_xmlName + "' leads back to its own type without end");
                     }
                     if (state[m.m_class] == 0) visit(m.m_class);
                 }
@@ -626,7 +693,7 @@ private:
 
     ClassDef* SubstitutionClass(const Comp& head, const std::vector<const Comp*>& members) {
         ClassDef* g = NewClass(head.m_doc, StripType(head.m_name) + "Choice");
-        m_substitutionClasses[head.m_node] = g;  // before the members, which may refer to the head again
+        m_substitutionClasses[head.m_node] = g; // before the members, which may refer to the head again
         g->m_recordName = g->m_cppName.substr(1);
         g->m_elementType = 2;
         g->m_groupType = 1;
@@ -694,7 +761,8 @@ private:
                     doc->Fail(a, "the attribute '" + Attr(a, "ref") + "' is not defined");
             } else {
                 const auto found = m_s.m_attributes.find(SchemaSet::Key(ns, name));
-                if (found == m_s.m_attributes.end()) doc->Fail(a, "the attribute '" + Attr(a, "ref") + "' is not defined");
+                if (found == m_s.m_attributes.end())
+                    doc->Fail(a, "the attribute '" + Attr(a, "ref") + "' is not defined");
                 declDoc = found->second.m_doc;
                 decl = found->second.m_node;
             }
@@ -712,9 +780,12 @@ private:
         }
         if (decl) {
             const std::string hint = c->m_cppName.substr(1) + Identifier(m.m_xmlName);
-            if (HasAttr(decl, "type")) m.m_simple = SimpleByName(declDoc, decl, Attr(decl, "type"));
-            else if (Node st = ChildNamed(decl, "simpleType")) m.m_simple = SimpleFrom(declDoc, st, hint);
-            else m.m_simple = Simple{"string", 1, {}, nullptr};
+            if (HasAttr(decl, "type"))
+                m.m_simple = SimpleByName(declDoc, decl, Attr(decl, "type"));
+            else if (Node st = ChildNamed(decl, "simpleType"))
+                m.m_simple = SimpleFrom(declDoc, st, hint);
+            else
+                m.m_simple = Simple{"string", 1, {}, nullptr};
         }
         m.m_kind = m.m_simple.m_enum ? Kind::Enum : Kind::Prim;
         m.m_occ = use == "required" ? Occ::Mnd : Occ::Opt;

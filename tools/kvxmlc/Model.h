@@ -39,8 +39,8 @@ struct Comp {
 };
 
 struct Doc {
-    std::string m_path;  // as found, used in messages
-    std::string m_stem;  // names the generated pair
+    std::string m_path; // as found, used in messages
+    std::string m_stem; // names the generated pair
     std::string m_tns;
     bool m_elementQualified = false;
     bool m_attributeQualified = false;
@@ -68,7 +68,7 @@ public:
     explicit SchemaSet(std::vector<std::string> searchPath) : m_searchPath(std::move(searchPath)) {}
     void Load(const std::string& path);
 
-    std::vector<std::unique_ptr<Doc>> m_docs;  // in the order first reached
+    std::vector<std::unique_ptr<Doc>> m_docs; // in the order first reached
     std::map<std::string, Comp> m_types, m_elements, m_groups, m_attributeGroups, m_attributes;
 
     static std::string Key(const std::string& ns, const std::string& name) { return ns + "|" + name; }
