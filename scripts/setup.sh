@@ -54,7 +54,7 @@ case "$mode" in
         ./build/tools/kvxmlc/kvxmlc examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd \
             --out build/demo-classes
         ls build/demo-classes
-        grep -h '^class C' build/demo-classes/PurchaseOrder.h build/demo-classes/Checkout.h
+        grep -h '^class C.* : public' build/demo-classes/PurchaseOrder.h build/demo-classes/Checkout.h
         ;;
     test)
         # The benchmarks are compiled too, so that they cannot rot unnoticed.
