@@ -15,7 +15,8 @@ mode=${1:-build}
 jobs=$(nproc 2>/dev/null || echo 2)
 
 packages=(build-essential cmake ninja-build pkg-config libexpat1-dev libpcre2-dev zlib1g-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev python3)
+          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev python3
+          libxml2-utils ismrmrd-schema xmltooling-schemas)
 
 install_missing() {
     local missing=()
@@ -50,6 +51,13 @@ case "$mode" in
     demo)
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
         ./build/examples/kvxml_purchase_order
+        echo
+        echo "From schema to classes:"
+        echo "  build/tools/kvxmlc/kvxmlc examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd --out build/demo-classes"
+        ./build/tools/kvxmlc/kvxmlc examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd \
+            --out build/demo-classes
+        ls build/demo-classes
+        grep -h '^class C.* : public' build/demo-classes/PurchaseOrder.h build/demo-classes/Checkout.h
         ;;
     test)
         # Cheap checks first: the tests stay lean and no folder includes one above it.
