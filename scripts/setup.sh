@@ -13,7 +13,7 @@ mode=${1:-build}
 jobs=$(nproc 2>/dev/null || echo 2)
 
 packages=(build-essential cmake ninja-build pkg-config libexpat1-dev libpcre2-dev zlib1g-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev python3)
 
 install_missing() {
     local missing=()

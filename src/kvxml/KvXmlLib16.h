@@ -31,6 +31,12 @@
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/output/OutputEnums.h"
 
+#include "kvxml/json/CJsonContext.h"
+#include "kvxml/json/CJsonReaderHandlers.h"
+#include "kvxml/json/CJsonTextReader.h"
+#include "kvxml/json/CJsonTextWriter.h"
+#include "kvxml/json/IJsonReaderHandler.h"
+
 #include "kvxml/fastinfoset/FInfoDecl.h"
 
 #include "kvxml/xml/CXmlAttribute.h"

@@ -104,6 +104,9 @@ public:
     // The context's own collection (namespace empty, restriction "##any", no target namespace),
     // made on first use: attributes added to it are written on the root element.
     CSmartPtr<CAttributeCol> GetAdditionalRootAttributes() const;
+    // The JSON options, made with their defaults on first use and shared by copies. Making them
+    // changes the context: threads sharing a context must have it made before.
+    CJsonContext& GetJsonContext() const;
 
 protected:
     // Shared, not cloned, by copies: a copy sees the same Fast Infoset and JSON options as its
@@ -122,7 +125,8 @@ protected:
     bool m_ignoreMissingMandatoryElements;
     bool m_ignoreUnknownElements;
     bool m_ignoreUnknownAttributes;
-    bool m_ignoreNamespaces;
+    // Mutable: reading JSON written without namespaces sets it for the length of the call.
+    mutable bool m_ignoreNamespaces;
     SchemaType m_schemaType;
     bool m_noOptionalAttributeDefaultOutput;
     bool m_writeDefaultElementValues;
@@ -130,6 +134,9 @@ protected:
     std::u16string m_indentChars;
 
     static CSerializationContext m_defaultContext;
+
+private:
+    friend class CXmlObjectBase;
 };
 
 } // namespace KvXmlLib16

@@ -14,6 +14,7 @@
 
 namespace KvXmlLib16 {
 
+class CBinaryData;
 class CSerializationContext;
 class CXmlWriter;
 class CXmlElement;
@@ -130,7 +131,29 @@ public:
     static CXmlElement* FromXml_Int(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
                                     const CSerializationContext& context);
 
+    // JSON entry points
+    //
+    // Writes this object as a JSON object with one member named after the element, in the
+    // round-trip mode of the context's JSON options.
+    virtual std::u16string ToJson(bool formatted, EOLType eolType, const CSerializationContext& context) const;
+    // Turns the JSON into XML text and reads that as FromXml would. The narrow form takes UTF-8.
+    virtual void FromJson(const char16_t* json, const CSerializationContext& context);
+    virtual void FromJson(const char* json, const CSerializationContext& context);
+    // Byte and file forms. Encoding and compression as for XML (gzip only for files); input is
+    // read as UTF-8, inflated first when it is a complete gzip or zlib stream.
+    virtual CBinaryData ToJsonStream(bool formatted, XmlEncoding encoding, EOLType eolType,
+                                     const CSerializationContext& context, CompressionType compression) const;
+    virtual void ToJsonFile(const char16_t* fileName, bool formatted, XmlEncoding encoding, EOLType eolType,
+                            const CSerializationContext& context, CompressionType compression) const;
+    virtual void FromJsonFile(const char16_t* fileName, const CSerializationContext& context);
+    virtual void FromJsonStream(const CBinaryData& data, const CSerializationContext& context);
+    virtual void FromJsonStream(const unsigned char* bytes, uint32_t count, const CSerializationContext& context);
+
 protected:
+    // Reads the XML that a JSON text became. Outside the full round-trip mode namespaces are
+    // ignored for the length of the call; a failure is wrapped with the XML text it met.
+    void FromJson_Int(const CBinaryData& xml, const CSerializationContext& context);
+
     std::u16string m_elementName;
     std::atomic<int32_t> m_refCount;
 };

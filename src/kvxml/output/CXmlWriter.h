@@ -40,6 +40,8 @@ public:
         bool IsStartTagOpen() const { return m_startTagOpen; }
         void SetStartTagOpen(bool open) { m_startTagOpen = open; }
         int32_t GetDepth() const { return m_depth; }
+        // The JSON writer counts indent levels here, which arrays raise.
+        void SetDepth(int32_t depth) { m_depth = depth; }
         const std::u16string& GetNamespaceURI() const { return m_namespaceURI; }
         const std::u16string& GetName() const { return m_name; }
         CXmlWriterContext* GetParent() const { return m_parent; }

@@ -16,6 +16,7 @@
 
 namespace KvXmlLib16 {
 
+class CBinaryData;
 class CSerializationContext;
 enum SchemaType : int32_t;
 class CExpatReader;
@@ -67,6 +68,14 @@ public:
     // Loading from bytes, which are copied first; a complete gzip or zlib stream is inflated.
     void LoadXmlStream(const unsigned char* bytes, uint32_t count);
 
+    // Loading JSON: the text is turned into XML bytes (UTF-8, with a declaration), which are
+    // returned for the XML path; the tree stays empty. The narrow form and files and byte blocks
+    // are taken as UTF-8; files and byte blocks are inflated first when compressed.
+    CBinaryData LoadJson(const char* json);
+    CBinaryData LoadJson(const char16_t* json);
+    CBinaryData LoadJsonFile(const char16_t* fileName);
+    CBinaryData LoadJsonStream(const unsigned char* bytes, uint32_t count);
+
     const CSerializationContext& GetContext() const { return *m_context; }
 
 private:
@@ -103,6 +112,10 @@ private:
     // anything else is left as it stands for the parser to judge.
     void TryInflate();
     void LoadWholeFile(const char16_t* fileName);
+    // The whole file into the input buffer, unparsed.
+    void ReadWholeFile(const char16_t* fileName);
+    // The input buffer as JSON: inflated when compressed, a UTF-8 byte-order mark skipped.
+    CBinaryData ParseJson();
     void LoadInChunks(const char16_t* fileName);
     // Parses the chunked file from the chunk in the input buffer on.
     void AsyncParse(bool lastChunk);

@@ -102,6 +102,11 @@ void CXmlDocument::TryInflate() {
 }
 
 void CXmlDocument::LoadWholeFile(const char16_t* fileName) {
+    ReadWholeFile(fileName);
+    Parse();
+}
+
+void CXmlDocument::ReadWholeFile(const char16_t* fileName) {
     Platform::CPlatformFile file;  // closed on every way out
     uint32_t error = file.OpenForRead(fileName);
     if (error != Platform::KV_ERROR_SUCCESS) ThrowFileError(u"Failed to open the file [%s] Error [0x%08x]", fileName, error);
@@ -120,7 +125,6 @@ void CXmlDocument::LoadWholeFile(const char16_t* fileName) {
     if (error != Platform::KV_ERROR_SUCCESS)
         ThrowFileError(u"Failed to read the contents of the file [%s] Error [0x%08x]", fileName, error);
     file.Close();
-    Parse();
 }
 
 bool CXmlDocument::ReadChunkFromFile(unsigned char* buffer) {

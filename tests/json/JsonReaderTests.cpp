@@ -1,0 +1,133 @@
+// The JSON scanner: events, the lax places it keeps, and every failure with its line and position.
+#include <gtest/gtest.h>
+
+#include <kvxml/KvXmlLib16.h>
+
+#include "support/KvTestText.h"
+
+namespace {
+
+using namespace KvXmlLib16;
+using KvTest::Narrow;
+
+// Renders the events as text: {  }  [  ]  name:  "string"  #number  T  F  N  |end
+class Recorder : public IJsonReaderHandler {
+public:
+    explicit Recorder(std::string* out) : m_out(out) {}
+    void OnStartDocument() override { m_out->clear(); }
+    void OnEndDocument() override { *m_out += "|end"; }
+    void OnName(const std::u16string& name) override { *m_out += Narrow(name) + ":"; }
+    void OnString(const std::u16string& value) override { *m_out += "\"" + Narrow(value) + "\""; }
+    void OnNumber(const std::u16string& value) override { *m_out += "#" + Narrow(value); }
+    void OnStartObject() override { *m_out += "{"; }
+    void OnEndObject() override { *m_out += "}"; }
+    void OnStartArray() override { *m_out += "["; }
+    void OnEndArray() override { *m_out += "]"; }
+    void OnBoolean(bool value) override { *m_out += value ? "T" : "F"; }
+    void OnNull() override { *m_out += "N"; }
+
+private:
+    std::string* m_out;
+};
+
+std::string Scan(const std::u16string& text, bool allowComments = true, const std::u16string& root = u"") {
+    std::string events;
+    CJsonTextReader reader(new Recorder(&events), nullptr, allowComments, root);
+    try {
+        reader.Parse(text);
+    } catch (const CKvValidationException& e) {
+        return Narrow(e.GetMessage());
+    }
+    return events;
+}
+
+struct ScanCase {
+    std::u16string json;
+    std::string expected;
+};
+
+TEST(JsonTextReader, AcceptsValuesAndTheLaxFormsItKeeps) {
+    const ScanCase cases[] = {
+        {u"", "|end"},
+        {u" /* only */ // a comment\n ", "|end"},
+        {u"{\"a\": [1, -0.5e+3, true, false, null, \"x\"], \"b\": {}}", "{a:[#1#-0.5e+3TFN\"x\"]b:{}}|end"},
+        {u"{ /*a*/ \"x\" /*b*/ : /*c*/ 1 /*d*/ }", "{x:#1}|end"},
+        {u"// one\n// two\n[]", "[]|end"},
+        {u"{} garbage", "{}|end"},
+        {u"01", "#0|end"},
+        {u"nullx", "N|end"},
+        {u"\"a\nb\"", "\"ab\"|end"},
+        {u"12\n34", "#1234|end"},
+        {u"\"\\u0041\\u0020\\uABCD\\ufffd\\u00e9\"", "\"33463\"|end"},
+        {u"\"\\uD83D\\uDE00\"", "\"44\"|end"},
+        {u"\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"", "\"\"\\/\b\f\n\r\t\"|end"},
+        {u"\"a\tb\r\"", "\"a\tb\r\"|end"},
+        {std::u16string(u"\"ab\0cd\"", 7), "\"ab\"|end"},
+        {u"1E5", "#1E5|end"},
+    };
+    for (const ScanCase& c : cases) EXPECT_EQ(Scan(c.json), c.expected) << Narrow(c.json);
+    EXPECT_EQ(Scan(u"{\"a\": 1}", true, u"R"), "{R:{a:#1}}|end");
+    EXPECT_EQ(Scan(u"", true, u"R"), "{R:}|end");
+}
+
+TEST(JsonTextReader, FailuresTellWhatWasExpectedWhere) {
+    const ScanCase cases[] = {
+        {u"@", "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '@' at line 1, position 1."},
+        {u"[1,]", "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found ']' at line 1, position 4."},
+        {u"[1 2]", "Expected Array separator character ',', found '2' at line 1, position 4."},
+        {u"[01]", "Expected Array separator character ',', found '1' at line 1, position 3."},
+        {u"[1", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 2."},
+        {u"[", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 1."},
+        {u"[1,", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 3."},
+        {u"{", "Unexpected End of File. Expected Object terminator character '}}' at line 1, position 1."},
+        {u"{\"a\":1,}", "Expected quotation mark character '\"' before Name, found '}' at line 1, position 8."},
+        {u"{\"a\"", "Unexpected End of File. Expected Object Name/Value separator character ':' at line 1, position 4."},
+        {u"{\"a\" 1", "Expected Object Name/Value separator character ':', found '1' at line 1, position 6."},
+        {u"{\"a\":", "Unexpected End of File. Expected Object Value at line 1, position 5."},
+        {u"{\"a\":1", "Unexpected End of File. Expected Object terminator character '}' at line 1, position 6."},
+        {u"{\"a\":1,", "Unexpected End of File. Expected Object terminator character '}' at line 1, position 7."},
+        {u"{\"a\":1 2", "Expected Object separator character ',', found '2' at line 1, position 8."},
+        {u"{\"a\":1/*c*/}", "Expected Object separator character ',', found '/' at line 1, position 7."},
+        {u"[/x]", "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '/' at line 1, position 2."},
+        {u"[/* open", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 7."},
+        {u"nul", "Unexpected End of File. Expected value 'NULL' at line 1, position 3."},
+        {u"nulL", "Expected 'NULL' at line 1, position 4."},
+        {u"tru", "Unexpected End of File. Expected value 'true' at line 1, position 3."},
+        {u"trux", "Expected 'true' at line 1, position 4."},
+        {u"fals", "Unexpected End of File. Expected value 'false' at line 1, position 4."},
+        {u"falsy", "Expected 'false' at line 1, position 5."},
+        {u"-", "Unexpected End of File. Expected a number at line 1, position 1."},
+        {u"-x", "Expected a digit '0' to '9', found 'x' at line 1, position 2."},
+        {u"1.", "Unexpected End of File. Expected a digit '0' to '9' at line 1, position 2."},
+        {u"1.x", "Expected a digit '0' to '9', found 'x' at line 1, position 3."},
+        {u"1e", "Unexpected End of File. Expected '+', '-' or a number at line 1, position 2."},
+        {u"1e+", "Unexpected End of File. Expected a number at line 1, position 3."},
+        {u"1ex", "Unexpected End of File. Expected a digit '0' to '9' at line 1, position 3."},
+        {u"\"abc", "Unexpected End of File. Expected string value at line 1, position 4."},
+        {u"[\n\"a\nb", "Unexpected End of File. Expected string value at line 3, position 1."},
+        {u"\"\\", "Unexpected End of File. Expected string value at line 1, position 2."},
+        {u"\"\\u00", "Unexpected End of File. Expected 4 hexadecimal digits'\\uxxxx' at line 1, position 5."},
+        {u"\"\\x\"", "Invalid Escape Character 'x' at line 1, position 3."},
+    };
+    for (const ScanCase& c : cases) EXPECT_EQ(Scan(c.json), c.expected) << Narrow(c.json);
+    EXPECT_EQ(Scan(u"[/*a*/]", false),
+              "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '/' at line 1, position 2.");
+}
+
+// One hundred nested containers pass if the innermost is empty; a value inside the hundredth, or
+// any deeper text, stops at the limit instead of recursing on.
+TEST(JsonTextReader, NestingIsLimitedToOneHundredLevels) {
+    const std::u16string hundred = std::u16string(100, u'[') + std::u16string(100, u']');
+    EXPECT_EQ(Scan(hundred).substr(0, 3), "[[[");
+    EXPECT_EQ(Scan(std::u16string(100, u'[') + u"1"), "JSON exceeded depth limit at line 1, position 101.");
+    EXPECT_EQ(Scan(std::u16string(100000, u'[')), "JSON exceeded depth limit at line 1, position 101.");
+    std::u16string objects;
+    for (int i = 0; i < 100000; ++i) objects += u"{\"a\":";
+    EXPECT_EQ(Scan(objects), "JSON exceeded depth limit at line 1, position 501.");
+    // Consecutive comments are many, but not nested: they must not recurse either.
+    std::u16string comments;
+    for (int i = 0; i < 200000; ++i) comments += u"/**/";
+    EXPECT_EQ(Scan(comments + u"7"), "#7|end");
+}
+
+} // namespace
