@@ -6,6 +6,8 @@
 #   scripts/setup.sh tsan    the tests under ThreadSanitizer
 #   scripts/setup.sh bench   build the benchmarks (Release) and run them
 #   scripts/setup.sh build   install what is missing and build only
+#   scripts/setup.sh interop Fast Infoset output decoded by Debian's Java codec and compared
+#                            with our XML (installs a Java runtime and libfastinfoset-java)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -38,6 +40,7 @@ run_tests() {  # dir
     ctest --test-dir "$1" --output-on-failure -j "$jobs"
 }
 
+[ "$mode" = interop ] && packages+=(default-jre-headless default-jdk-headless libfastinfoset-java python3)
 install_missing
 
 case "$mode" in
@@ -67,8 +70,11 @@ case "$mode" in
             [ -x "$b" ] && [ -f "$b" ] && "$b"
         done
         ;;
+    interop)
+        tests/interop/run.sh
+        ;;
     *)
-        echo "usage: $0 demo|test|tsan|bench|build" >&2
+        echo "usage: $0 demo|test|tsan|bench|build|interop" >&2
         exit 2
         ;;
 esac

@@ -37,6 +37,10 @@
 #include "kvxml/json/CJsonTextWriter.h"
 #include "kvxml/json/IJsonReaderHandler.h"
 
+#include "kvxml/fastinfoset/CFIVocabulary.h"
+#include "kvxml/fastinfoset/CFastInfosetBinaryData.h"
+#include "kvxml/fastinfoset/CFastInfosetContext.h"
+#include "kvxml/fastinfoset/CFastInfosetWriter.h"
 #include "kvxml/fastinfoset/FInfoDecl.h"
 
 #include "kvxml/xml/CXmlAttribute.h"

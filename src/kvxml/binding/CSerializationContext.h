@@ -107,6 +107,8 @@ public:
     // The JSON options, made with their defaults on first use and shared by copies. Making them
     // changes the context: threads sharing a context must have it made before.
     CJsonContext& GetJsonContext() const;
+    // The Fast Infoset options, made with their defaults on first use (defined with that class).
+    CFastInfosetContext& GetFIContext() const;
 
 protected:
     // Shared, not cloned, by copies: a copy sees the same Fast Infoset and JSON options as its

@@ -99,6 +99,14 @@ public:
     static void FireOnCollectionRemoveEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index);
     static void FireOnCollectionRemoveCompleteEvent(IEventSink* sink, CXmlCollectionBase* collection, int32_t index);
 
+    // Writes this object as a Fast Infoset document (ITU-T X.891), with the 'finf' declaration
+    // chosen, in the encodings of the context's GetFIContext; compressed unless the type is 0.
+    virtual CBinaryData ToFastInfosetStream(FInfoDecl declaration, const CSerializationContext& context,
+                                            CompressionType compression) const;
+    // The same into a file, created or truncated; zlib (2) is refused before the file is touched.
+    virtual void ToFastInfosetFile(const char16_t* fileName, FInfoDecl declaration,
+                                   const CSerializationContext& context, CompressionType compression) const;
+
     int32_t AddRef();
     // At 0 the object destroys itself. Release on a count of 0 yields -1 and destroys nothing.
     int32_t Release();

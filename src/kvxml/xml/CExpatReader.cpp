@@ -94,7 +94,7 @@ void CExpatReader::Initialise() {
     m_failure = nullptr;
     m_pendingLength = 0;
     m_textStarts.clear();
-    if (m_document->m_schemaType == SchemaType_NoNamespaces)
+    if (m_document->GetSchemaType() == SchemaType_NoNamespaces)
         m_parser = XML_ParserCreate(nullptr);
     else
         m_parser = XML_ParserCreateNS(nullptr, static_cast<XML_Char>(kNamespaceSeparator));
@@ -110,8 +110,8 @@ void CExpatReader::Initialise() {
 void CExpatReader::ParseBuffer(bool final) {
     if (!m_parser) throw CKvInvalidStateException(u"The XML reader was not initialised");
     // XML_Parse takes an int length: larger input goes in pieces, the last one final.
-    const unsigned char* data = m_document->m_inputBuffer;
-    size_t remaining = data ? m_document->m_inputSize : 0;
+    const unsigned char* data = m_document->GetInputBuffer();
+    size_t remaining = data ? m_document->GetInputSize() : 0;
     XML_Status status;
     do {
         const int piece = remaining > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(remaining);
@@ -154,8 +154,7 @@ void CExpatReader::Fail() {
 
 CXmlElement* CExpatReader::Innermost() const {
     // The document's stack of open elements and m_textStarts grow and shrink together.
-    const auto& open = m_document->m_elementStack;
-    return open.size() == m_textStarts.size() && !open.empty() ? open.back().element : nullptr;
+    return m_document->GetOpenElementCount() == m_textStarts.size() ? m_document->GetInnermostElement() : nullptr;
 }
 
 void CExpatReader::FlushInnermost() {
@@ -168,13 +167,12 @@ void CExpatReader::FlushInnermost() {
 }
 
 void CExpatReader::FlushAll() {
-    const auto& open = m_document->m_elementStack;
-    const size_t levels = std::min(open.size(), m_textStarts.size());
+    const size_t levels = std::min(m_document->GetOpenElementCount(), m_textStarts.size());
     for (size_t i = 0; i < levels; ++i) {
         const size_t start = m_textStarts[i];
         const size_t end = i + 1 < m_textStarts.size() ? m_textStarts[i + 1] : m_pendingLength;
         if (end > start)
-            m_document->AppendTextExcludingCR(open[i].element, m_pendingText.get() + start,
+            m_document->AppendTextExcludingCR(m_document->GetOpenElement(i), m_pendingText.get() + start,
                                               static_cast<uint32_t>(end - start));
     }
     m_pendingLength = 0;
@@ -226,7 +224,7 @@ void CExpatReader::StartElement(void* user, const XML_Char* name, const XML_Char
         if (attributes && attributes[0]) {
             size_t count = 0;
             while (attributes[2 * count]) ++count;
-            element->m_attributes.reserve(element->m_attributes.size() + count);
+            element->ReserveAttributes(count);
             for (size_t i = 0; i < count; ++i) {
                 SplitName(attributes[2 * i], uri, local);
                 const char16_t* value = Wide(attributes[2 * i + 1]);

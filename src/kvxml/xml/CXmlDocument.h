@@ -19,8 +19,6 @@ namespace KvXmlLib16 {
 class CBinaryData;
 class CSerializationContext;
 enum SchemaType : int32_t;
-class CExpatReader;
-class CFastInfosetReader;
 class CXmlNodePool;
 
 // Called with each element once it is complete (children first). Returning true drops the
@@ -78,9 +76,38 @@ public:
 
     const CSerializationContext& GetContext() const { return *m_context; }
 
+    // ---- Building side: every reader (XML text, Fast Infoset) fills the tree through these. ----
+    // The tree is built once, in document order: start an element, add its attributes and text,
+    // end it. The first element started is the root.
+    CXmlElement* AddDocElement(const char16_t* namespaceURI, const char16_t* localName);
+    CXmlElement* AddChildElement(const char16_t* namespaceURI, const char16_t* localName);
+    // Counted forms of the two above, for parsers that cut names out of longer strings.
+    // AddElement starts the root when there is none yet.
+    CXmlElement* AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName);
+    CXmlElement* AddElement(std::u16string_view namespaceURI, std::u16string_view localName);
+    // Closes the innermost open element and offers it to the element filter.
+    void EndElement();
+    void AddElementAttribute(CXmlElement* element, const std::u16string& name,
+                             const std::u16string& value, const std::u16string& namespaceURI);
+    // Appends at most length units, stopping at a NUL; every CR is left out.
+    void AppendTextExcludingCR(CXmlElement* element, const char16_t* text,
+                               uint32_t length = UINT32_MAX);
+    // A namespace declaration: map[alias] = URI for the whole document.
+    void SetAlias(std::u16string_view alias, std::u16string_view namespaceURI);
+    // The open elements, the root first; a reader keeps its own state in step with them.
+    size_t GetOpenElementCount() const { return m_elementStack.size(); }
+    CXmlElement* GetOpenElement(size_t level) const { return m_elementStack[level].element; }
+    CXmlElement* GetInnermostElement() const {
+        return m_elementStack.empty() ? nullptr : m_elementStack.back().element;
+    }
+    // The bytes of the load in progress, as the load routes left them (inflated if they were
+    // compressed). Null and 0 when there are none.
+    const unsigned char* GetInputBuffer() const { return m_inputBuffer; }
+    uint32_t GetInputSize() const { return m_inputSize; }
+    // Copied from the context when the document was made or last cleaned up.
+    SchemaType GetSchemaType() const { return m_schemaType; }
+
 private:
-    friend class CExpatReader;
-    friend class CFastInfosetReader;
     friend class CXmlElement;
 
     // An open element and its preceding sibling, so that a dropped element is unlinked in
@@ -90,17 +117,6 @@ private:
         CXmlElement* previous;
     };
 
-    CXmlElement* AddDocElement(const char16_t* namespaceURI, const char16_t* localName);
-    CXmlElement* AddChildElement(const char16_t* namespaceURI, const char16_t* localName);
-    // Counted forms of the two above, for parsers that cut names out of longer strings.
-    CXmlElement* AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName);
-    CXmlElement* AddElement(std::u16string_view namespaceURI, std::u16string_view localName);
-    void EndElement();
-    void AddElementAttribute(CXmlElement* element, const std::u16string& name,
-                             const std::u16string& value, const std::u16string& namespaceURI);
-    void AppendTextExcludingCR(CXmlElement* element, const char16_t* text,
-                               uint32_t length = UINT32_MAX);
-    void SetAlias(std::u16string_view alias, std::u16string_view namespaceURI);
     void Init();
     // Takes a copy of the bytes as the input buffer.
     void SetInput(const unsigned char* bytes, size_t count);

@@ -9,6 +9,9 @@
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/fastinfoset/CFastInfosetContext.h"
+#include "kvxml/fastinfoset/CFastInfosetReader.h"
 #include "kvxml/values/CBinaryData.h"
 #include "kvxml/xml/CExpatReader.h"
 #include "kvxml/xml/CXmlDocument.h"
@@ -53,6 +56,10 @@ void CXmlDocument::Load(const char16_t* fileName) {
 
 void CXmlDocument::Parse() {
     TryInflate();
+    // A Fast Infoset document is told by its opening octets and decoded straight into the tree;
+    // anything else is XML text.
+    CFastInfosetReader reader(&m_context->GetFIContext(), this);
+    if (reader.Parse()) return;
     PlainParse();
 }
 

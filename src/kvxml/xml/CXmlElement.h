@@ -15,7 +15,6 @@ namespace KvXmlLib16 {
 
 class CXmlDocument;
 class CXmlNodePool;
-class CExpatReader;
 
 // A node of the in-memory tree every input is reduced to. Children form a singly linked list
 // with a last-child pointer, so appending is constant time. All character data of the element,
@@ -62,6 +61,8 @@ public:
                       std::u16string_view namespaceURI);
     void AppendText(const char16_t* text);
     void AppendText(const char16_t* text, size_t length);
+    // Room for count more attributes, when a reader knows how many follow.
+    void ReserveAttributes(size_t count) { m_attributes.reserve(m_attributes.size() + count); }
     CXmlElement* CreateNewChildElement();
     // Unlinks the last child and hands it to the caller; null when there is none.
     CXmlElement* RemoveLastChildElement();
@@ -73,7 +74,6 @@ public:
 
 private:
     friend class CXmlDocument;
-    friend class CExpatReader;
 
     void SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint);
     void SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint);

@@ -1,0 +1,100 @@
+// Fast Infoset output of the generated 20 MB purchase-order document against XML output of the
+// same objects: time, and the size of the binary form against the XML (UTF-8) size.
+//   KVXML_PO_XML   a document that gen_po.py wrote; otherwise the benchmark runs
+//   KVXML_GEN_PO   (default /work/shared/bench/gen_po.py) with --bytes 20000000 --seed 1.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "PoModel.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/fastinfoset/CFastInfosetContext.h"
+
+using namespace KvXmlLib16;
+
+namespace {
+
+std::string ReadDocument() {
+    if (const char* path = std::getenv("KVXML_PO_XML")) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    const char* generator = std::getenv("KVXML_GEN_PO");
+    const std::string command = std::string("python3 ") + (generator ? generator : "/work/shared/bench/gen_po.py") +
+                                " --bytes 20000000 --seed 1 2>/dev/null";
+    std::string text;
+    if (FILE* pipe = popen(command.c_str(), "r")) {
+        char block[65536];
+        size_t n;
+        while ((n = fread(block, 1, sizeof block, pipe)) > 0) text.append(block, n);
+        pclose(pipe);
+    }
+    return text;
+}
+
+struct Document {
+    Document() {
+        // Two contexts of their own: copies would share their Fast Infoset options.
+        plain.SetDefaultNamespaceURI(PoModel::kNs);
+        typed.SetDefaultNamespaceURI(PoModel::kNs);
+        typed.GetFIContext().SetSuggestedValues();
+        const std::string xml = ReadDocument();
+        try {
+            if (!xml.empty()) orders = PoModel::Load(xml.c_str(), plain);
+            if (orders) {
+                const std::u16string text = orders->ToXml(false, false, EOLType_LF, plain);
+                xmlBytes = WideToUtf8(text.c_str()).GetLength();
+            }
+        } catch (const CKvException& e) {
+            const std::u16string message = e.GetFullMessage();
+            std::fprintf(stderr, "%s\n", std::string(message.begin(), message.end()).c_str());
+            orders = nullptr;
+        }
+    }
+    CSerializationContext plain, typed;
+    CSmartPtr<PoModel::CPoObject> orders;
+    size_t xmlBytes = 0;
+};
+
+const Document& TheDocument() {
+    static const Document document;
+    return document;
+}
+
+void BM_ToXml(benchmark::State& state) {
+    const Document& d = TheDocument();
+    if (!d.orders) return state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    for (auto _ : state) {
+        std::u16string text = d.orders->ToXml(false, false, EOLType_LF, d.plain);
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * d.xmlBytes));
+    state.counters["xml_MB"] = static_cast<double>(d.xmlBytes) / 1e6;
+}
+
+void FastInfoset(benchmark::State& state, bool typed) {
+    const Document& d = TheDocument();
+    if (!d.orders) return state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    size_t size = 0;
+    for (auto _ : state) {
+        CBinaryData data = d.orders->ToFastInfosetStream(FInfoDecl_None, typed ? d.typed : d.plain, CompressionType_None);
+        size = data.GetLength();
+        benchmark::DoNotOptimize(data.GetData());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * d.xmlBytes));
+    state.counters["fi_MB"] = static_cast<double>(size) / 1e6;
+    state.counters["fi_per_xml_percent"] = 100.0 * static_cast<double>(size) / static_cast<double>(d.xmlBytes);
+}
+
+void BM_ToFastInfosetStream(benchmark::State& state) { FastInfoset(state, false); }
+void BM_ToFastInfosetStreamTyped(benchmark::State& state) { FastInfoset(state, true); }
+
+BENCHMARK(BM_ToXml)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_ToFastInfosetStream)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_ToFastInfosetStreamTyped)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+} // namespace

@@ -1,0 +1,153 @@
+// Fast Infoset input of the generated 20 MB purchase-order document against XML input of the same
+// document: into objects (FromXmlStream of the binary form against FromXml of the text), and into
+// the tree alone (the Fast Infoset reader against Expat's parse).
+//   KVXML_PO_XML   a document that gen_po.py wrote; otherwise the benchmark runs
+//   KVXML_GEN_PO   (default /work/shared/bench/gen_po.py) with --bytes 20000000 --seed 1.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "PoModel.h"
+#include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/fastinfoset/CFastInfosetContext.h"
+#include "kvxml/xml/CXmlDocument.h"
+
+using namespace KvXmlLib16;
+
+namespace {
+
+std::string ReadGeneratedDocument() {
+    if (const char* path = std::getenv("KVXML_PO_XML")) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    const char* generator = std::getenv("KVXML_GEN_PO");
+    const std::string command = std::string("python3 ") + (generator ? generator : "/work/shared/bench/gen_po.py") +
+                                " --bytes 20000000 --seed 1 2>/dev/null";
+    std::string text;
+    if (FILE* pipe = popen(command.c_str(), "r")) {
+        char block[65536];
+        size_t n;
+        while ((n = fread(block, 1, sizeof block, pipe)) > 0) text.append(block, n);
+        pclose(pipe);
+    }
+    return text;
+}
+
+// The XML as our writer makes it from the objects, and the Fast Infoset forms of the same objects,
+// so that both sides carry the same content.
+struct Documents {
+    Documents() {
+        plain.SetDefaultNamespaceURI(PoModel::kNs);
+        typed.SetDefaultNamespaceURI(PoModel::kNs);
+        typed.GetFIContext().SetSuggestedValues();
+        const std::string source = ReadGeneratedDocument();
+        try {
+            if (source.empty()) return;
+            CSmartPtr<PoModel::CPoObject> orders = PoModel::Load(source.c_str(), plain);
+            const CBinaryData text = WideToUtf8(orders->ToXml(false, false, EOLType_LF, plain).c_str());
+            xml.assign(reinterpret_cast<const char*>(text.GetData()), text.GetLength());
+            fiPlain = orders->ToFastInfosetStream(FInfoDecl_None, plain, CompressionType_None);
+            fiTyped = orders->ToFastInfosetStream(FInfoDecl_None, typed, CompressionType_None);
+        } catch (const CKvException& e) {
+            const std::u16string message = e.GetFullMessage();
+            std::fprintf(stderr, "%s\n", std::string(message.begin(), message.end()).c_str());
+            xml.clear();
+        }
+    }
+    CSerializationContext plain, typed;
+    std::string xml;
+    CBinaryData fiPlain, fiTyped;
+};
+
+const Documents& TheDocuments() {
+    static const Documents documents;
+    return documents;
+}
+
+bool Ready(benchmark::State& state) {
+    if (!TheDocuments().xml.empty()) return true;
+    state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    return false;
+}
+
+void Finish(benchmark::State& state, size_t inputBytes) {
+    // Throughput in bytes of the XML form for every case, so the rates compare directly.
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * TheDocuments().xml.size()));
+    state.counters["input_MB"] = static_cast<double>(inputBytes) / 1e6;
+}
+
+// The objects read are destroyed outside the timing: freeing a graph of a million objects costs
+// as much for either format and is not part of reading.
+void BM_FromXml(benchmark::State& state) {
+    if (!Ready(state)) return;
+    const Documents& d = TheDocuments();
+    for (auto _ : state) {
+        CSmartPtr<PoModel::CPoObject> orders = new PoModel::CPoObject(PoModel::Type_Orders, u"orders");
+        orders->FromXml(d.xml.c_str(), d.plain);
+        state.PauseTiming();
+        orders = nullptr;
+        state.ResumeTiming();
+    }
+    Finish(state, d.xml.size());
+}
+
+void FromFastInfoset(benchmark::State& state, const CBinaryData& data, const CSerializationContext& context) {
+    if (!Ready(state)) return;
+    for (auto _ : state) {
+        CSmartPtr<PoModel::CPoObject> orders = new PoModel::CPoObject(PoModel::Type_Orders, u"orders");
+        orders->FromXmlStream(data, context);
+        state.PauseTiming();
+        orders = nullptr;
+        state.ResumeTiming();
+    }
+    Finish(state, data.GetLength());
+}
+
+void BM_FromFastInfosetStream(benchmark::State& state) {
+    FromFastInfoset(state, TheDocuments().fiPlain, TheDocuments().plain);
+}
+void BM_FromFastInfosetStreamTyped(benchmark::State& state) {
+    FromFastInfoset(state, TheDocuments().fiTyped, TheDocuments().typed);
+}
+
+void BM_LoadTreeXml(benchmark::State& state) {
+    if (!Ready(state)) return;
+    const Documents& d = TheDocuments();
+    for (auto _ : state) {
+        CXmlDocument document(d.plain);
+        document.LoadXml(d.xml.c_str());
+        benchmark::DoNotOptimize(document.GetDocumentElement());
+    }
+    Finish(state, d.xml.size());
+}
+
+void LoadTreeFastInfoset(benchmark::State& state, const CBinaryData& data, const CSerializationContext& context) {
+    if (!Ready(state)) return;
+    for (auto _ : state) {
+        CXmlDocument document(context);
+        document.LoadXmlStream(data.GetData(), data.GetLength());
+        benchmark::DoNotOptimize(document.GetDocumentElement());
+    }
+    Finish(state, data.GetLength());
+}
+
+void BM_LoadTreeFastInfoset(benchmark::State& state) {
+    LoadTreeFastInfoset(state, TheDocuments().fiPlain, TheDocuments().plain);
+}
+void BM_LoadTreeFastInfosetTyped(benchmark::State& state) {
+    LoadTreeFastInfoset(state, TheDocuments().fiTyped, TheDocuments().typed);
+}
+
+BENCHMARK(BM_FromXml)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_FromFastInfosetStream)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_FromFastInfosetStreamTyped)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_LoadTreeXml)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_LoadTreeFastInfoset)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_LoadTreeFastInfosetTyped)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+} // namespace
