@@ -16,7 +16,7 @@ const struct {
     {u"PT1.S", u"PT1S"},                            {u"PT0.000001S", u"PT0.000001S"},
     {u"P1D1Y1M", u"P1Y1M1D"}, /* "Y" in any state */ {u"PT1.5S1Y", u"P1YT1.5S"},
     {u"P1MT1M", u"P1MT1M"},                         {u"PT1H1M1S", u"PT1H1M1S"},
-    {u"P65537Y", u"P1Y"}, /* cut to 16 bits */      {u"P4294967297M", u"P1M"}, // 32-bit digits wrap
+    {u"P65535Y4294967295M", u"P65535Y4294967295M"}, {u"PT18446744073709551615S", u"PT18446744073709551615S"},
     {u"PT0.123456789S", u"PT0.123456009S"}, // of the last three digits only the last survives, unweighted
     {u"PT0.1234567S", u"PT0.123456007S"},
 };

@@ -1,12 +1,23 @@
 #include "kvxml/binding/BindingHelpers.h"
 
+#include "kvxml/base/CKvException.h"
+#include "kvxml/base/FormatString.h"
 #include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
+#include "kvxml/xml/CXmlElement.h"
 
 namespace KvXmlLib16 {
 namespace BindingHelpers {
+
+void ThrowLeftOver(const CXmlElement* parent, const CXmlElement* current, const CXmlElement* pathOf) {
+    throw CKvValidationException(
+        FormatString(u"Failed read all the elements held within the element [%s]. The unexpected element [%s] "
+                     u"remains un processed",
+                     parent->GetLocalName().c_str(), current->GetLocalName().c_str()),
+        (pathOf ? pathOf : parent)->GetXPath());
+}
 
 bool EqualsNoCase(const std::u16string& text, const char16_t* literal) {
     size_t i = 0;

@@ -51,6 +51,17 @@ void SetCollectionState(CXmlWriter* writer, int state);
 void CheckFacets(const char16_t* name, const KvVariant& value, ItemType kind,
                  const CPrimitiveRestrictions& restrictions);
 
+// An element left over in parent; the failure carries the path of pathOf, or of parent.
+[[noreturn]] void ThrowLeftOver(const CXmlElement* parent, const CXmlElement* current,
+                                const CXmlElement* pathOf = nullptr);
+
+// A simple-typed element holds text only: a child element in it is unexpected content, refused
+// with the child's path unless unknown elements are ignored.
+inline void RefuseChildElements(const CXmlElement* element, const CXmlElement* firstChild,
+                                bool ignoreUnknownElements) {
+    if (firstChild && !ignoreUnknownElements) ThrowLeftOver(element, firstChild, firstChild);
+}
+
 CXmlElement* CallFromXml(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
                          const CSerializationContext& context, bool ignoreMissingChoice);
 

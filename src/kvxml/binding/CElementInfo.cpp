@@ -209,6 +209,7 @@ void CElementInfo::ReadValueElement(const Context& context, Object* object, Elem
         *current = next;
         return;
     }
+    BindingHelpers::RefuseChildElements(element, element->GetFirstElement(), context.GetIgnoreUnknownElements());
     const std::u16string& text = element->GetText();
     const std::u16string& source = (text.empty() && !m_defaultValue.empty()) ? m_defaultValue : text;
     if (asEnum) {

@@ -72,13 +72,7 @@ public:
     NestingGuard& operator=(const NestingGuard&) = delete;
 };
 
-[[noreturn]] void ThrowLeftOver(const CXmlElement* parent, const CXmlElement* current) {
-    throw CKvValidationException(
-        FormatString(u"Failed read all the elements held within the element [%s]. The unexpected element [%s] "
-                     u"remains un processed",
-                     parent->GetLocalName().c_str(), current->GetLocalName().c_str()),
-        parent->GetXPath());
-}
+using BindingHelpers::ThrowLeftOver;
 
 } // namespace
 

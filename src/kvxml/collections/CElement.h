@@ -64,6 +64,7 @@ public:
     void CopyXmlElement(const CXmlElement* element);
     // Reads the element from XML text, with the default context.
     void FromXml(const char16_t* xml);
+    using CXmlObjectBase::FromXml;
 
     void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
                    bool noErrorOnEmptyChoice) const override;

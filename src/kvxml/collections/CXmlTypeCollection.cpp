@@ -1,5 +1,7 @@
 #include "kvxml/collections/CXmlTypeCollection.h"
 
+#include "kvxml/binding/BindingHelpers.h"
+#include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/xml/CXmlElement.h"
 
 namespace KvXmlLib16 {
@@ -25,6 +27,7 @@ CXmlTypeCollection::~CXmlTypeCollection() = default;
 CXmlElement* CXmlTypeCollection::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
                                              bool) {
     while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
+        BindingHelpers::RefuseChildElements(element, element->GetFirstElement(), context.GetIgnoreUnknownElements());
         AddFromString(element->GetText());
         element = element->GetNextSiblingElement();
     }

@@ -66,14 +66,24 @@ void CivilFromDays(int64_t z, int64_t& y, int64_t& m, int64_t& d) {
     y = yoe + era * 400 + (m <= 2 ? 1 : 0);
 }
 
-// The year field is 16 bits wide and the day walk wraps it: the calendar is a ring of the
-// years -32768 .. 32767.
-const int64_t kRingStart = DaysFromCivil(-32768, 1, 1);
-const int64_t kRingDays = DaysFromCivil(32768, 1, 1) - kRingStart;
+// The year field is 16 bits wide: a sum that leaves it is refused rather than wrapped.
+constexpr int64_t kLowestYear = -32768, kHighestYear = 32767;
+const int64_t kFirstDay = DaysFromCivil(kLowestYear, 1, 1);
+const int64_t kLastDay = DaysFromCivil(kHighestYear, 12, 31);
 
-// Single-precision floor division, as the duration addition requires.
-int64_t FloorDiv(int64_t value, int divisor) {
-    return static_cast<int64_t>(std::floor(static_cast<float>(value) / static_cast<float>(divisor)));
+// Components reach 64 bits unsigned, so sums and carries take 128.
+using Wide = __int128;
+
+// Exact floor division by a positive divisor.
+Wide FloorDiv(Wide value, int divisor) {
+    Wide quotient = value / divisor;
+    if (value % divisor != 0 && value < 0) --quotient;
+    return quotient;
+}
+
+[[noreturn]] void ThrowYearRange() {
+    throw CKvInvalidValueException(FormatString(u"Invalid Date: adding the duration gives a year outside %d to %d.",
+                                                int(kLowestYear), int(kHighestYear)));
 }
 
 [[noreturn]] void ThrowValue(const std::u16string& message) { throw CKvInvalidValueException(message); }
@@ -812,21 +822,20 @@ bool CDateTime::operator>=(const CDateTime& other) const {
 // ---- arithmetic ----
 
 void CDateTime::AddDateTimeSpan(const CDateTimeSpan& span) {
-    const bool negative = span.IsNegative();
-    // Two's complement arithmetic on 64 bits, as the components may be as wide as that.
-    const auto signedPart = [negative](uint64_t v) { return negative ? 0 - v : v; };
+    const Wide sign = span.IsNegative() ? -1 : 1;
 
-    const int64_t monthTemp = static_cast<int64_t>(static_cast<uint64_t>(m_month) + signedPart(span.GetMonths()) - 1);
-    const int64_t monthCarry = FloorDiv(monthTemp, 12);
+    const Wide monthTemp = Wide(m_month) + sign * Wide(span.GetMonths()) - 1;
+    const Wide monthCarry = FloorDiv(monthTemp, 12);
+    const Wide year = Wide(m_year) + sign * Wide(span.GetYears()) + monthCarry;
+    if (year < kLowestYear || year > kHighestYear) ThrowYearRange();
     m_month = static_cast<uint8_t>(monthTemp - 12 * monthCarry + 1);
-    m_year = static_cast<int16_t>(static_cast<uint64_t>(m_year) + signedPart(span.GetYears()) +
-                                  static_cast<uint64_t>(monthCarry));
+    m_year = static_cast<int16_t>(year);
 
-    int64_t carry = 0;
-    const auto step = [&](uint64_t field, uint64_t add, int divisor) -> uint64_t {
-        const int64_t temp = static_cast<int64_t>(field + signedPart(add) + static_cast<uint64_t>(carry));
+    Wide carry = 0;
+    const auto step = [&](uint64_t field, uint64_t add, int divisor) {
+        const Wide temp = Wide(field) + sign * Wide(add) + carry;
         carry = FloorDiv(temp, divisor);
-        return static_cast<uint64_t>(temp) - static_cast<uint64_t>(divisor) * static_cast<uint64_t>(carry);
+        return temp - divisor * carry;
     };
     m_nano = static_cast<uint16_t>(step(m_nano, span.GetNanoSeconds(), 1000));
     m_micro = static_cast<uint16_t>(step(m_micro, span.GetMicroSeconds(), 1000));
@@ -834,7 +843,8 @@ void CDateTime::AddDateTimeSpan(const CDateTimeSpan& span) {
     m_second = static_cast<uint8_t>(step(m_second, span.GetSeconds(), 60));
     m_minute = static_cast<uint8_t>(step(m_minute, span.GetMinutes(), 60));
     m_hour = static_cast<uint8_t>(step(m_hour, span.GetHours(), 24));
-    AddDays(static_cast<int64_t>(static_cast<uint64_t>(carry) + signedPart(span.GetDays())));
+    // At most about 2^64 / 1440 + 2^32 days: far inside 64 bits.
+    AddDays(static_cast<int64_t>(carry + sign * Wide(span.GetDays())));
 }
 
 // Moves the day by days, month by month, without limiting the starting day to its month:
@@ -845,12 +855,12 @@ void CDateTime::AddDays(int64_t days) {
             ThrowValue(FormatString(u"Invalid Month [%d] (1 <= month <= 12)", static_cast<int>(m_month)));
         const int length = DaysInMonth(m_month, m_year);
         if (m_day >= 1 && m_day <= length && (days > 400 || days < -400)) {
-            // From a day inside its month the walk is plain calendar arithmetic on the ring of
-            // 16-bit years, so the remaining days are added in one go.
-            int64_t index = DaysFromCivil(m_year, m_month, m_day) - kRingStart + days % kRingDays;
-            index = ((index % kRingDays) + kRingDays) % kRingDays;
+            // From a day inside its month the walk is plain calendar arithmetic, so the remaining
+            // days are added in one go.
+            const int64_t from = DaysFromCivil(m_year, m_month, m_day);
+            if (days < kFirstDay - from || days > kLastDay - from) ThrowYearRange();
             int64_t y, m, d;
-            CivilFromDays(index + kRingStart, y, m, d);
+            CivilFromDays(from + days, y, m, d);
             m_year = static_cast<int16_t>(y);
             m_month = static_cast<uint8_t>(m);
             m_day = static_cast<uint8_t>(d);
@@ -860,6 +870,7 @@ void CDateTime::AddDays(int64_t days) {
             if (m_day - 1 < -days) {
                 days += m_day;
                 if (--m_month == 0) {
+                    if (m_year == kLowestYear) ThrowYearRange();
                     m_month = 12;
                     m_year = static_cast<int16_t>(m_year - 1);
                 }
@@ -873,6 +884,7 @@ void CDateTime::AddDays(int64_t days) {
                 days -= length - m_day + 1;
                 m_day = 1;
                 if (++m_month == 13) {
+                    if (m_year == kHighestYear) ThrowYearRange();
                     m_month = 1;
                     m_year = static_cast<int16_t>(m_year + 1);
                 }

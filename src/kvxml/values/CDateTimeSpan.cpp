@@ -1,5 +1,7 @@
 #include "kvxml/values/CDateTimeSpan.h"
 
+#include <cstdint>
+
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/values/DateTimeText.h"
@@ -110,24 +112,36 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
 
     int state = 0;
     while (*p != 0) {
-        uint32_t number = 0; // 32 bits, wrapping: no overflow check
-        while (DateTimeText::IsDigit(*p))
-            number = number * 10u + static_cast<uint32_t>(*p++ - u'0');
+        // A number is never wrapped into its field: one that does not fit is refused.
+        uint64_t number = 0;
+        bool tooLarge = false;
+        for (; DateTimeText::IsDigit(*p); ++p) {
+            const uint64_t digit = static_cast<uint64_t>(*p - u'0');
+            if (number > (UINT64_MAX - digit) / 10)
+                tooLarge = true;
+            else
+                number = number * 10u + digit;
+        }
+        const auto fitting = [&](uint64_t limit) {
+            if (tooLarge || number > limit)
+                fail();
+            return number;
+        };
         const char16_t designator = *p;
         if (designator == 0)
             fail();
         ++p;
         switch (designator) {
         case u'Y': // accepted in any state, deliberately
-            m_years = static_cast<uint16_t>(number);
+            m_years = static_cast<uint16_t>(fitting(UINT16_MAX));
             state = 1;
             break;
         case u'M':
             if (state < 2) {
-                m_months = number;
+                m_months = static_cast<uint32_t>(fitting(UINT32_MAX));
                 state = 2;
             } else if (state == 4 || state == 5) {
-                m_minutes = number;
+                m_minutes = fitting(UINT64_MAX);
                 state = 6;
             } else {
                 fail();
@@ -136,7 +150,7 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
         case u'D':
             if (state > 2)
                 fail();
-            m_days = number;
+            m_days = static_cast<uint32_t>(fitting(UINT32_MAX));
             state = 3;
             break;
         case u'T':
@@ -147,19 +161,19 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
         case u'H':
             if (state != 4)
                 fail();
-            m_hours = number;
+            m_hours = static_cast<uint32_t>(fitting(UINT32_MAX));
             state = 5;
             break;
         case u'S':
             if (state < 4 || state > 6)
                 fail();
-            m_seconds = number;
+            m_seconds = fitting(UINT64_MAX);
             state = 7;
             break;
         case u'.': {
             if (state < 4 || state > 6)
                 fail();
-            m_seconds = number;
+            m_seconds = fitting(UINT64_MAX);
             static constexpr uint16_t kWeight[6] = {100, 10, 1, 100, 10, 1};
             int count = 0;
             for (; DateTimeText::IsDigit(*p); ++p, ++count) {

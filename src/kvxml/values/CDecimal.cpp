@@ -1,5 +1,6 @@
 #include "kvxml/values/CDecimal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <utility>
@@ -15,9 +16,6 @@ namespace {
 
 inline bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
 inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-
-// The longest text ToString() gives.
-constexpr size_t kMaxTextLength = 1024;
 
 } // namespace
 
@@ -157,8 +155,6 @@ void CDecimal::Parse(const char16_t* text)
     CBigInteger::BuildFromText(fractionDigits, size_t(fractionCount), m_fractionPart.m_digits);
     m_fractionPart.m_sign = 1;
     m_fractionDivider = fractionCount > 0 ? fractionCount : 1;
-    if (negative)
-        Negate();
 
     if (exponentCount > 0) {
         CBigInteger::Digits e;
@@ -172,18 +168,55 @@ void CDecimal::Parse(const char16_t* text)
             throw CKvInvalidValueException(FormatString(
                 u"The string representing a Decimal, has an exponent above %u [%s].",
                 unsigned(CBigInteger::MAX_DIGITS - 1), text));
-        CDecimal p(PowerOfTen(int64_t(exponent)));
-        if (exponentNegative)
-            *this = *this / p;
-        else
-            *this = *this * p;
+        ShiftPoint(exponentNegative ? -int64_t(exponent) : int64_t(exponent));
     }
+    if (negative)
+        Negate();
     Rationalise();
     CutToLimit();
 }
 
 // ---------------------------------------------------------------------------------------------
 // Scale
+
+// Multiplies the (non-negative) value by 10 to the exponent by moving its digits, so that no
+// intermediate is longer than the result: 1E999999 holds its million digits as CBigInteger does.
+// A negative exponent keeps the places that a division would: the limit plus two, truncated.
+void CDecimal::ShiftPoint(int64_t exponent)
+{
+    // All digits, least significant first, the fraction padded to the divider's width.
+    CBigInteger::Digits all(size_t(m_fractionDivider), char16_t(0));
+    std::copy(m_fractionPart.m_digits.begin(), m_fractionPart.m_digits.end(), all.begin());
+    all += m_integerPart.m_digits;
+    int64_t scale = int64_t(m_fractionDivider) - exponent;
+    if (exponent < 0) {
+        const int64_t places = int64_t(m_maxDivider) + 2;
+        if (places < 0)
+            PowerOfTen(places); // refuses the limit, as the division does
+        if (scale > places) {
+            all.erase(0, size_t(std::min<int64_t>(scale - places, int64_t(all.size()))));
+            scale = places;
+        }
+    }
+    CBigInteger::Clean(all);
+    m_integerPart = CBigInteger();
+    m_fractionPart = CBigInteger();
+    if (scale <= 0) {
+        if (!CBigInteger::IsZero(all)) {
+            CBigInteger::CheckSize(uint64_t(all.size()) + uint64_t(-scale));
+            all.insert(size_t(0), size_t(-scale), char16_t(0));
+        }
+        m_integerPart.m_digits = std::move(all);
+        m_fractionDivider = 1;
+        return;
+    }
+    const size_t split = size_t(std::min<int64_t>(scale, int64_t(all.size())));
+    m_fractionPart.m_digits.assign(all, 0, split);
+    CBigInteger::Clean(m_fractionPart.m_digits);
+    if (split < all.size())
+        m_integerPart.m_digits.assign(all, split, CBigInteger::Digits::npos);
+    m_fractionDivider = int32_t(scale);
+}
 
 // Drops trailing zeros of the fraction, one digit at a time, keeping at least one digit of the
 // fraction written to the divider's width.
@@ -316,8 +349,6 @@ std::u16string CDecimal::ToString() const
     s += m_integerPart.GetAbs().ToString();
     s.push_back(u'.');
     s += FractionText();
-    if (s.size() > kMaxTextLength)
-        s.resize(kMaxTextLength);
     return s;
 }
 

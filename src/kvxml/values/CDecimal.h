@@ -16,9 +16,9 @@ namespace KvXmlLib16 {
 //
 // Text is read by a lenient scanner: signs anywhere (the last wins), blanks between digits, an
 // exponent after "e" or "E". The scanner holds at most 511 integer digits, 511 fraction digits and
-// 31 exponent digits; longer input fails with CKvInvalidValueException. An exponent above
-// CBigInteger::MAX_DIGITS (one million) fails the same way, as does any operation whose
-// intermediate value would pass that number of digits.
+// 31 exponent digits; longer input fails with CKvInvalidValueException. The integer part is a
+// CBigInteger with its limit of MAX_DIGITS (one million) digits: 1E999999 is read, 1E1000000 and
+// 15E999999 fail, as does any operation whose intermediate value would pass that many digits.
 class KVXML_API CDecimal {
 public:
     static constexpr int32_t MAX_INTEGER_DIGITS = 511;
@@ -39,7 +39,7 @@ public:
     virtual ~CDecimal();
 
     // Integer part, ".", the fraction padded to the divider; just the integer part when the
-    // fraction is zero. At most 1024 characters.
+    // fraction is zero. Never cut.
     std::u16string ToString() const;
     // Rounds by adding half a unit of the last place (ties away from zero) and always writes the
     // point: ToString(0) of 1.2 is "1.".
@@ -87,6 +87,8 @@ private:
     CDecimal(const CBigInteger& integerPart, const CBigInteger& fractionPart, int32_t divider);
 
     void Parse(const char16_t* text);
+    // Multiplies a non-negative value by 10 to the exponent (an exponent in the text).
+    void ShiftPoint(int64_t exponent);
     void Rationalise();
     void ChangeFractionalDivider(int32_t divider);
     static int32_t Normalize(CDecimal& a, CDecimal& b);

@@ -8,9 +8,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
@@ -34,27 +31,10 @@ inline std::u16string_view WideView(const XML_Char* text) {
     return text ? std::u16string_view(Wide(text)) : std::u16string_view();
 }
 
-// First unit equal to stop, or the terminator, from text on: names and values are scanned for
-// every element. Whole aligned 16-byte blocks are read, which never cross a page, so looking past
-// the terminator within its block is harmless; AddressSanitizer would still object, so its builds
-// scan one unit at a time.
+// First unit equal to stop, or the terminator, from text on. Expat hands over terminated strings
+// without their lengths, so the scan goes one unit at a time: a block read could look past the
+// terminator, outside the buffer.
 inline const char16_t* FindUnitOrEnd(const char16_t* text, char16_t stop) {
-#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__)
-    const uintptr_t address = reinterpret_cast<uintptr_t>(text);
-    if (address % 2 == 0) {
-        const __m128i wanted = _mm_set1_epi16(static_cast<short>(stop));
-        const __m128i zero = _mm_setzero_si128();
-        const auto* block = reinterpret_cast<const __m128i*>(address & ~static_cast<uintptr_t>(15));
-        unsigned mask = ~0u << (address & 15);
-        for (;; ++block, mask = ~0u) {
-            const __m128i chunk = _mm_load_si128(block);
-            mask &= static_cast<unsigned>(
-                _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(chunk, wanted), _mm_cmpeq_epi16(chunk, zero))));
-            if (mask)
-                return reinterpret_cast<const char16_t*>(block) + static_cast<unsigned>(__builtin_ctz(mask)) / 2;
-        }
-    }
-#endif
     while (*text && *text != stop) ++text;
     return text;
 }

@@ -4,6 +4,24 @@
 #include <cstring>
 #include <new>
 
+// Under AddressSanitizer (of either compiler) free and not yet handed-out pool memory is marked
+// unaddressable, so that a node used after its deletion is reported; the pool works as always.
+#if defined(__SANITIZE_ADDRESS__)
+#define KVXML_POOL_POISONING 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KVXML_POOL_POISONING 1
+#endif
+#endif
+#if defined(KVXML_POOL_POISONING)
+#include <sanitizer/asan_interface.h>
+#define KVXML_POISON(address, size) ASAN_POISON_MEMORY_REGION(address, size)
+#define KVXML_UNPOISON(address, size) ASAN_UNPOISON_MEMORY_REGION(address, size)
+#else
+#define KVXML_POISON(address, size) ((void)(address), (void)(size))
+#define KVXML_UNPOISON(address, size) ((void)(address), (void)(size))
+#endif
+
 namespace KvXmlLib16 {
 
 namespace {
@@ -53,20 +71,11 @@ void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
     return header + 1;
 }
 
-// Under AddressSanitizer every block is its own heap allocation, so that a node used after its
-// deletion is reported instead of quietly reading a recycled block.
-#if defined(__SANITIZE_ADDRESS__)
-#define KVXML_POOL_BLOCKS_FROM_HEAP 1
-#endif
-
 void* CXmlNodePool::AllocateBlock(size_t blockSize) {
-#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
-    void* block = std::malloc(blockSize);
-    if (!block) throw std::bad_alloc();
-#else
     const size_t slot = blockSize / kGranule;
     void* block = m_freeLists[slot];
     if (block) {
+        KVXML_UNPOISON(block, blockSize);
         m_freeLists[slot] = *static_cast<void**>(block);
     } else {
         if (static_cast<size_t>(m_end - m_cursor) < blockSize) {
@@ -79,11 +88,12 @@ void* CXmlNodePool::AllocateBlock(size_t blockSize) {
             m_cursor = reinterpret_cast<unsigned char*>(slab) + sizeof(Slab);
             m_end = reinterpret_cast<unsigned char*>(slab) + slabSize;
             if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
+            KVXML_POISON(m_cursor, static_cast<size_t>(m_end - m_cursor));
         }
         block = m_cursor;
         m_cursor += blockSize;
+        KVXML_UNPOISON(block, blockSize);
     }
-#endif
     auto* header = static_cast<BlockHeader*>(block);
     header->pool = this;
     ++m_references;
@@ -100,14 +110,10 @@ void CXmlNodePool::Free(void* block, size_t size) {
 }
 
 void CXmlNodePool::FreeBlock(void* header, size_t blockSize) {
-#if defined(KVXML_POOL_BLOCKS_FROM_HEAP)
-    (void)blockSize;
-    std::free(header);
-#else
     const size_t slot = blockSize / kGranule;
     *static_cast<void**>(header) = m_freeLists[slot];
     m_freeLists[slot] = header;
-#endif
+    KVXML_POISON(header, blockSize);
     Release();
 }
 
@@ -126,9 +132,6 @@ void CXmlNodePool::Trim() {
     for (const std::u16string*& name : m_recentNames) name = nullptr;
     m_names.clear();
 }
-
-// Constant-initialised, so it is ready before any static node could be built.
-constinit const std::u16string CXmlNodePool::s_empty{};
 
 const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
     // Two-way cache keyed by length and three characters; the hash table only on a miss.

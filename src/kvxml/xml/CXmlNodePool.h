@@ -44,8 +44,13 @@ public:
     static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
     static CXmlNodeName CopyName(CXmlNodeName name);
     static void DropName(CXmlNodeName name);
-    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&s_empty)}; }
-    static const std::u16string& EmptyString() { return s_empty; }
+    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyString())}; }
+    // A local static, ready before any static node could be built; constant-initialised (no guard)
+    // where the standard library's string allows it.
+    static const std::u16string& EmptyString() {
+        static const std::u16string empty;
+        return empty;
+    }
 
 private:
     CXmlNodePool();
@@ -74,7 +79,6 @@ private:
         bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
     };
 
-    static const std::u16string s_empty;
 
     struct Slab;
     Slab* m_slabs;
