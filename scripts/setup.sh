@@ -50,6 +50,14 @@ case "$mode" in
     demo)
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
         ./build/examples/kvxml_purchase_order
+        # The same order through the kvxml program: XML to JSON to Fast Infoset and back to XML.
+        kvxml=./build/tools/kvxml/kvxml
+        ./build/examples/kvxml_purchase_order | sed -n '1,/<\/purchaseOrder>/p' > build/purchase_order.xml
+        "$kvxml" convert build/purchase_order.xml build/purchase_order.json
+        "$kvxml" convert build/purchase_order.json build/purchase_order.fi
+        "$kvxml" convert build/purchase_order.fi - --compact
+        echo
+        "$kvxml" check build/purchase_order.xml build/purchase_order.json build/purchase_order.fi
         ;;
     test)
         # The benchmarks are compiled too, so that they cannot rot unnoticed.

@@ -130,11 +130,37 @@ std::vector<unsigned char> ReadInput(const std::string& name) {
     return bytes;
 }
 
+// JSON opens with an object or an array, in UTF-8 (with or without a byte-order mark) or in
+// UTF-16 little endian with its mark, as JSON files of the library are written.
 bool StartsLikeJson(const unsigned char* bytes, size_t count) {
+    if (bytes == nullptr) return false;
     size_t i = 0;
-    if (count >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) i = 3;
-    while (i < count && (bytes[i] == ' ' || bytes[i] == '\t' || bytes[i] == '\r' || bytes[i] == '\n')) ++i;
-    return i < count && (bytes[i] == '{' || bytes[i] == '[');
+    size_t step = 1;
+    if (count >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) {
+        i = 3;
+    } else if (count >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
+        i = 2;
+        step = 2;
+    }
+    auto high = [&](size_t at) { return step == 2 && at + 1 < count ? bytes[at + 1] : 0; };
+    while (i + step <= count && high(i) == 0 &&
+           (bytes[i] == ' ' || bytes[i] == '\t' || bytes[i] == '\r' || bytes[i] == '\n'))
+        i += step;
+    return i + step <= count && high(i) == 0 && (bytes[i] == '{' || bytes[i] == '[');
+}
+
+// The loader takes JSON bytes as UTF-8; UTF-16 text goes through the wide form.
+void LoadJsonBytes(CXmlDocument& document, const unsigned char* bytes, uint32_t count) {
+    CBinaryData xml;
+    if (count >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
+        std::u16string text;
+        text.reserve(count / 2);
+        for (uint32_t i = 2; i + 1 < count; i += 2) text += static_cast<char16_t>(bytes[i] | (bytes[i + 1] << 8));
+        xml = document.LoadJson(text.c_str());
+    } else {
+        xml = document.LoadJsonStream(bytes, count);
+    }
+    document.LoadXmlStream(xml.GetData(), xml.GetLength());
 }
 
 // Loads the bytes as the library reads them (XML text or Fast Infoset, inflated when
@@ -143,17 +169,17 @@ void LoadDocument(CXmlDocument& document, const std::vector<unsigned char>& byte
     if (bytes.size() > UINT32_MAX) throw CKvException(u"The input is larger than 4 GB and cannot be read");
     const uint32_t count = static_cast<uint32_t>(bytes.size());
     if (StartsLikeJson(bytes.data(), bytes.size())) {
-        const CBinaryData xml = document.LoadJsonStream(bytes.data(), count);
-        document.LoadXmlStream(xml.GetData(), xml.GetLength());
-        return;
-    }
-    try {
-        document.LoadXmlStream(bytes.data(), count);
-    } catch (const CKvException&) {
-        // Compressed JSON is only seen once inflated; the loader leaves the inflated bytes.
-        if (!StartsLikeJson(document.GetInputBuffer(), document.GetInputSize())) throw;
-        const CBinaryData xml = document.LoadJsonStream(bytes.data(), count);
-        document.LoadXmlStream(xml.GetData(), xml.GetLength());
+        LoadJsonBytes(document, bytes.data(), count);
+    } else {
+        try {
+            document.LoadXmlStream(bytes.data(), count);
+        } catch (const CKvException&) {
+            // Compressed JSON is only seen once inflated; the loader leaves the inflated bytes.
+            if (!StartsLikeJson(document.GetInputBuffer(), document.GetInputSize())) throw;
+            const std::vector<unsigned char> inflated(document.GetInputBuffer(),
+                                                      document.GetInputBuffer() + document.GetInputSize());
+            LoadJsonBytes(document, inflated.data(), static_cast<uint32_t>(inflated.size()));
+        }
     }
     if (document.GetDocumentElement() == nullptr) throw CKvException(u"The document has no root element");
 }
