@@ -58,8 +58,7 @@ case "$mode" in
         ./build/examples/kvxml_purchase_order | sed -n '1,/<\/purchaseOrder>/p' > build/purchase_order.xml
         "$kvxml" convert build/purchase_order.xml build/purchase_order.json
         "$kvxml" convert build/purchase_order.json build/purchase_order.fi
-        "$kvxml" convert build/purchase_order.fi - --compact
-        echo
+        "$kvxml" convert build/purchase_order.fi -
         "$kvxml" check build/purchase_order.xml build/purchase_order.json build/purchase_order.fi
         ;;
     test)
