@@ -4,13 +4,11 @@
 #include <kvxml/KvXmlLib16.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <optional>
 #include <random>
 #include <string>
 #include <string_view>
