@@ -4,6 +4,7 @@
 #include <kvxml/KvXmlLib16.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
