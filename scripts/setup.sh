@@ -6,6 +6,8 @@
 #   scripts/setup.sh tsan    the tests under ThreadSanitizer
 #   scripts/setup.sh bench   build the benchmarks (Release) and run them
 #   scripts/setup.sh build   install what is missing and build only
+#   scripts/setup.sh fuzz [SECONDS]  install clang, build the libFuzzer harnesses in build-fuzz and
+#                            run each on a copy of its seed corpus for SECONDS (default 60)
 #   scripts/setup.sh interop Fast Infoset output decoded by Debian's Java codec and compared
 #                            with our XML (installs a Java runtime and libfastinfoset-java)
 set -euo pipefail
@@ -42,6 +44,7 @@ run_tests() {  # dir
 }
 
 [ "$mode" = interop ] && packages+=(default-jre-headless default-jdk-headless libfastinfoset-java python3)
+[ "$mode" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)
 install_missing
 
 case "$mode" in
@@ -58,6 +61,13 @@ case "$mode" in
             --out build/demo-classes
         ls build/demo-classes
         grep -h '^class C.* : public' build/demo-classes/PurchaseOrder.h build/demo-classes/Checkout.h
+        # The same order through the kvxml program: XML to JSON to Fast Infoset and back to XML.
+        kvxml=./build/tools/kvxml/kvxml
+        ./build/examples/kvxml_purchase_order | sed -n '1,/<\/purchaseOrder>/p' > build/purchase_order.xml
+        "$kvxml" convert build/purchase_order.xml build/purchase_order.json
+        "$kvxml" convert build/purchase_order.json build/purchase_order.fi
+        "$kvxml" convert build/purchase_order.fi -
+        "$kvxml" check build/purchase_order.xml build/purchase_order.json build/purchase_order.fi
         ;;
     test)
         # Cheap checks first: the tests stay lean and no folder includes one above it.
@@ -84,8 +94,28 @@ case "$mode" in
     interop)
         tests/interop/run.sh
         ;;
+    fuzz)
+        seconds=${2:-60}
+        configure_and_build build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
+            -DCMAKE_CXX_COMPILER=clang++-14 -DKVXML_FUZZ=ON \
+            -DKVXML_BUILD_TESTS=OFF -DKVXML_BUILD_EXAMPLES=OFF -DKVXML_BUILD_TOOLS=OFF
+        # The committed seeds stay as they are: each run grows its own copy.
+        for dir in fuzz/corpus/*/; do
+            harness=$(basename "$dir")
+            work=build-fuzz/corpus/$harness
+            mkdir -p "$work" build-fuzz/findings
+            cp -n "$dir"* "$work"/ || true  # seeds already copied stay
+            echo "== $harness, $seconds s"
+            status=0
+            "./build-fuzz/fuzz/$harness" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2560 \
+                -print_final_stats=1 -artifact_prefix="build-fuzz/findings/$harness-" "$work" \
+                > "build-fuzz/$harness.log" 2>&1 || status=$?
+            grep -E '^(stat::number_of_executed_units|SUMMARY|Test unit written)' "build-fuzz/$harness.log" || true
+            [ "$status" -eq 0 ] || { echo "$harness found a fault: build-fuzz/$harness.log" >&2; exit 1; }
+        done
+        ;;
     *)
-        echo "usage: $0 demo|test|tsan|bench|build|interop" >&2
+        echo "usage: $0 demo|test|tsan|bench|build|interop|fuzz [SECONDS]" >&2
         exit 2
         ;;
 esac
