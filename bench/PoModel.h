@@ -88,8 +88,7 @@ public:
         for (CNode* node = m_head; node; node = node->m_next)
             CXmlObjectBase::ToXml_Int(node->m_item, writer, false, ns, context, false);
     }
-    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
-                             bool) override {
+    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) override {
         while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
             CSmartPtr<CPoObject> item = new CPoObject(m_itemType, m_elementName.c_str());
             item->FromXml_Int(element, element->GetFirstElement(), context, false);
@@ -167,22 +166,50 @@ inline TypeTables& Tables(TypeId type) {
     using namespace Detail;
     static TypeTables* all = [] {
         auto* t = new TypeTables[Type_Count];
-        t[Type_Orders] = {Class(u"orders"), Table<CElementInfo>({Col(u"order", 0)}), Table<CAttributeInfo>({}),
-                          0, Type_Order, u"order", -1, 1};
-        t[Type_Order] = {Class(u"order"),
-                         Table<CElementInfo>({Cls(u"customer", 2, Type_Customer), Prim(u"note", 3, ItemType_string, true),
-                                              Cls(u"items", 4, Type_Items), Prim(u"status", 5, ItemType_string)}),
-                         Table<CAttributeInfo>({Attr(u"id", 0, ItemType_string), Attr(u"date", 1, ItemType_date)}),
-                         -1, Type_Count, nullptr, -1, 6};
-        t[Type_Customer] = {Class(u"customer"),
-                            Table<CElementInfo>({Prim(u"name", 0, ItemType_string), Prim(u"email", 1, ItemType_string)}),
-                            Table<CAttributeInfo>({}), -1, Type_Count, nullptr, -1, 2};
-        t[Type_Items] = {Class(u"items"), Table<CElementInfo>({Col(u"item", 0)}), Table<CAttributeInfo>({}),
-                         0, Type_Item, u"item", 10, 1};
-        t[Type_Item] = {Class(u"item"),
-                        Table<CElementInfo>({Prim(u"description", 2, ItemType_string), Prim(u"price", 3, ItemType_decimal)}),
-                        Table<CAttributeInfo>({Attr(u"sku", 0, ItemType_string), Attr(u"qty", 1, ItemType_integer)}),
-                        -1, Type_Count, nullptr, -1, 4};
+        t[Type_Orders] = {Class(u"orders"),
+                          Table<CElementInfo>({Col(u"order", 0)}),
+                          Table<CAttributeInfo>({}),
+                          0,
+                          Type_Order,
+                          u"order",
+                          -1,
+                          1};
+        t[Type_Order] = {
+            Class(u"order"),
+            Table<CElementInfo>({Cls(u"customer", 2, Type_Customer), Prim(u"note", 3, ItemType_string, true),
+                                 Cls(u"items", 4, Type_Items), Prim(u"status", 5, ItemType_string)}),
+            Table<CAttributeInfo>({Attr(u"id", 0, ItemType_string), Attr(u"date", 1, ItemType_date)}),
+            -1,
+            Type_Count,
+            nullptr,
+            -1,
+            6};
+        t[Type_Customer] = {
+            Class(u"customer"),
+            Table<CElementInfo>({Prim(u"name", 0, ItemType_string), Prim(u"email", 1, ItemType_string)}),
+            Table<CAttributeInfo>({}),
+            -1,
+            Type_Count,
+            nullptr,
+            -1,
+            2};
+        t[Type_Items] = {Class(u"items"),
+                         Table<CElementInfo>({Col(u"item", 0)}),
+                         Table<CAttributeInfo>({}),
+                         0,
+                         Type_Item,
+                         u"item",
+                         10,
+                         1};
+        t[Type_Item] = {
+            Class(u"item"),
+            Table<CElementInfo>({Prim(u"description", 2, ItemType_string), Prim(u"price", 3, ItemType_decimal)}),
+            Table<CAttributeInfo>({Attr(u"sku", 0, ItemType_string), Attr(u"qty", 1, ItemType_integer)}),
+            -1,
+            Type_Count,
+            nullptr,
+            -1,
+            4};
         return t;
     }();
     return all[type];

@@ -18,8 +18,7 @@ const char16_t* kInteger20 = u"98765432109876543211";
 const char16_t* kDecimal40a = u"1234567890123456789012345.678901234567890";
 const char16_t* kDecimal40b = u"-987654321098765432109876.543210987654321";
 
-void BigIntegerParse(benchmark::State& state)
-{
+void BigIntegerParse(benchmark::State& state) {
     for (auto _ : state) {
         CBigInteger v(kInteger40a);
         benchmark::DoNotOptimize(v);
@@ -27,8 +26,7 @@ void BigIntegerParse(benchmark::State& state)
 }
 BENCHMARK(BigIntegerParse);
 
-void BigIntegerToString(benchmark::State& state)
-{
+void BigIntegerToString(benchmark::State& state) {
     CBigInteger v(kInteger40b);
     for (auto _ : state) {
         std::u16string s = v.ToString();
@@ -37,8 +35,7 @@ void BigIntegerToString(benchmark::State& state)
 }
 BENCHMARK(BigIntegerToString);
 
-void BigIntegerMultiply(benchmark::State& state)
-{
+void BigIntegerMultiply(benchmark::State& state) {
     CBigInteger a(kInteger40a), b(kInteger40b);
     for (auto _ : state) {
         CBigInteger r = a * b;
@@ -47,8 +44,7 @@ void BigIntegerMultiply(benchmark::State& state)
 }
 BENCHMARK(BigIntegerMultiply);
 
-void BigIntegerDivide(benchmark::State& state)
-{
+void BigIntegerDivide(benchmark::State& state) {
     // 80 digits by 40, and 40 by 20: the quotient lengths that matter in practice.
     CBigInteger a = CBigInteger(kInteger40a) * CBigInteger(kInteger40b), b(kInteger40b);
     CBigInteger c(kInteger40a), d(kInteger20);
@@ -61,8 +57,7 @@ void BigIntegerDivide(benchmark::State& state)
 }
 BENCHMARK(BigIntegerDivide);
 
-void DecimalParse(benchmark::State& state)
-{
+void DecimalParse(benchmark::State& state) {
     for (auto _ : state) {
         CDecimal v(kDecimal40a);
         benchmark::DoNotOptimize(v);
@@ -70,8 +65,7 @@ void DecimalParse(benchmark::State& state)
 }
 BENCHMARK(DecimalParse);
 
-void DecimalToString(benchmark::State& state)
-{
+void DecimalToString(benchmark::State& state) {
     CDecimal v(kDecimal40b);
     for (auto _ : state) {
         std::u16string s = v.ToString();
@@ -80,8 +74,7 @@ void DecimalToString(benchmark::State& state)
 }
 BENCHMARK(DecimalToString);
 
-void DecimalToStringPlaces(benchmark::State& state)
-{
+void DecimalToStringPlaces(benchmark::State& state) {
     CDecimal v(kDecimal40b);
     for (auto _ : state) {
         std::u16string s = v.ToString(4);
@@ -90,8 +83,7 @@ void DecimalToStringPlaces(benchmark::State& state)
 }
 BENCHMARK(DecimalToStringPlaces);
 
-void DecimalMultiply(benchmark::State& state)
-{
+void DecimalMultiply(benchmark::State& state) {
     CDecimal a(kDecimal40a), b(kDecimal40b);
     for (auto _ : state) {
         CDecimal r = a * b;
@@ -100,8 +92,7 @@ void DecimalMultiply(benchmark::State& state)
 }
 BENCHMARK(DecimalMultiply);
 
-void DecimalDivide(benchmark::State& state)
-{
+void DecimalDivide(benchmark::State& state) {
     CDecimal a(kDecimal40a), b(kDecimal40b);
     for (auto _ : state) {
         CDecimal r = a / b;
@@ -110,8 +101,7 @@ void DecimalDivide(benchmark::State& state)
 }
 BENCHMARK(DecimalDivide);
 
-void DecimalAdd(benchmark::State& state)
-{
+void DecimalAdd(benchmark::State& state) {
     CDecimal a(kDecimal40a), b(kDecimal40b);
     for (auto _ : state) {
         CDecimal r = a + b;

@@ -75,7 +75,7 @@ void BM_Ci4ColThroughXml(benchmark::State& state) {
     const double n = static_cast<double>(state.iterations());
     state.counters["add_ms"] = addMs / n;
     state.counters["write_ms"] = writeMs / n;
-    state.counters["load_ms"] = loadMs / n;  // the document tree, before the collection sees it
+    state.counters["load_ms"] = loadMs / n; // the document tree, before the collection sees it
     state.counters["read_ms"] = readMs / n;
     state.SetItemsProcessed(state.iterations() * kCount);
 }

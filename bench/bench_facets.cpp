@@ -9,7 +9,7 @@ using namespace KvXmlLib16;
 namespace {
 
 const char* const kPattern = "[A-Z]{3}-\\d{4}-[a-z]+";
-const std::u16string kValue = u"ABC-1234-abcdefghijk";  // 20 characters
+const std::u16string kValue = u"ABC-1234-abcdefghijk"; // 20 characters
 
 void BM_PatternCached(benchmark::State& state) {
     bool ok = true;

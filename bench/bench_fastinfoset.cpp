@@ -81,7 +81,8 @@ void BM_ToXmlStream(benchmark::State& state) {
     const Document& d = TheDocument();
     if (!d.orders) return state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
     for (auto _ : state) {
-        CBinaryData data = d.orders->ToXmlStream(false, false, XmlEncoding_UTF8, EOLType_LF, d.plain, CompressionType_None);
+        CBinaryData data =
+            d.orders->ToXmlStream(false, false, XmlEncoding_UTF8, EOLType_LF, d.plain, CompressionType_None);
         benchmark::DoNotOptimize(data.GetData());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * d.xmlBytes));

@@ -33,8 +33,8 @@ const std::string& DocumentPath() {
     static const std::string path = [] {
         const std::string file = Env("KVXML_BENCH_PO", "/tmp/kvxml_po_20mb.xml");
         if (!std::ifstream(file)) {
-            const std::string command =
-                "python3 " + Env("KVXML_GEN_PO", "/work/shared/bench/gen_po.py") + " --bytes 20000000 --seed 1 -o " + file;
+            const std::string command = "python3 " + Env("KVXML_GEN_PO", "/work/shared/bench/gen_po.py") +
+                                        " --bytes 20000000 --seed 1 -o " + file;
             if (std::system(command.c_str()) != 0) std::fprintf(stderr, "could not make %s\n", file.c_str());
         }
         return file;
@@ -214,7 +214,8 @@ void BM_GzipCompress(benchmark::State& state) {
     const std::string& bytes = DocumentBytes();
     for (auto _ : state) {
         state.PauseTiming();
-        CBinaryData data(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<uint32_t>(bytes.size()), false);
+        CBinaryData data(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<uint32_t>(bytes.size()),
+                         false);
         state.ResumeTiming();
         Compress(data, CompressionType_GZip);
         benchmark::DoNotOptimize(data.GetLength());

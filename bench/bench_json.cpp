@@ -80,14 +80,17 @@ struct Documents {
         try {
             back->FromJson(json.c_str(), Context());
         } catch (const CKvException& e) {
-            const std::u16string message = e.GetInnerException() ? e.GetInnerException()->GetFullMessage() : e.GetMessage();
-            std::fprintf(stderr, "%s\n", std::string(message.begin(), message.begin() + std::min<size_t>(message.size(), 2000)).c_str());
+            const std::u16string message =
+                e.GetInnerException() ? e.GetInnerException()->GetFullMessage() : e.GetMessage();
+            std::fprintf(
+                stderr, "%s\n",
+                std::string(message.begin(), message.begin() + std::min<size_t>(message.size(), 2000)).c_str());
             std::abort();
         }
         if (back->ToXml(false, false, EOLType_LF, Context()) != text) std::abort();
     }
     CSmartPtr<CPurchaseOrderBatch> batch;
-    std::string xml;  // UTF-8 (ASCII) bytes
+    std::string xml; // UTF-8 (ASCII) bytes
     std::u16string json;
 };
 
@@ -112,12 +115,14 @@ void ReadBenchmark(benchmark::State& state, Read read, size_t bytes) {
 
 void BM_FromXml(benchmark::State& state) {
     const Documents& d = TheDocuments();
-    ReadBenchmark(state, [&](CPurchaseOrderBatch& b) { b.FromXml(d.xml.c_str(), Context()); }, d.xml.size());
+    ReadBenchmark(
+        state, [&](CPurchaseOrderBatch& b) { b.FromXml(d.xml.c_str(), Context()); }, d.xml.size());
 }
 
 void BM_FromJson(benchmark::State& state) {
     const Documents& d = TheDocuments();
-    ReadBenchmark(state, [&](CPurchaseOrderBatch& b) { b.FromJson(d.json.c_str(), Context()); }, d.json.size());
+    ReadBenchmark(
+        state, [&](CPurchaseOrderBatch& b) { b.FromJson(d.json.c_str(), Context()); }, d.json.size());
     state.counters["json_MB"] = static_cast<double>(d.json.size()) / 1e6;
 }
 

@@ -16,11 +16,20 @@ std::string MakeDocument(size_t size) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<records xmlns=\"urn:example:records\">\n";
     for (int i = 0; text.size() < size; ++i) {
         const std::string n = std::to_string(i);
-        text += "  <record id=\"" + n + "\" type=\"customer\" status=\"active\">\n"
-                "    <name>Customer number " + n + "</name>\n"
-                "    <email>user" + n + "@example.com</email>\n"
-                "    <amount currency=\"EUR\">" + n + ".25</amount>\n"
-                "    <note>Free text of record " + n + ", with &amp; an entity and some more words.</note>\n"
+        text += "  <record id=\"" + n +
+                "\" type=\"customer\" status=\"active\">\n"
+                "    <name>Customer number " +
+                n +
+                "</name>\n"
+                "    <email>user" +
+                n +
+                "@example.com</email>\n"
+                "    <amount currency=\"EUR\">" +
+                n +
+                ".25</amount>\n"
+                "    <note>Free text of record " +
+                n +
+                ", with &amp; an entity and some more words.</note>\n"
                 "  </record>\n";
     }
     text += "</records>\n";

@@ -132,7 +132,8 @@ const CSmartPtr<Node>& Document() {
         if (written != floor) {
             size_t i = 0;
             while (i < written.size() && i < floor.size() && written[i] == floor[i]) ++i;
-            std::fprintf(stderr, "floor text and ToXml text differ at %zu of %zu/%zu\n", i, written.size(), floor.size());
+            std::fprintf(stderr, "floor text and ToXml text differ at %zu of %zu/%zu\n", i, written.size(),
+                         floor.size());
             std::string a(written.begin() + (i > 40 ? i - 40 : 0), written.begin() + std::min(written.size(), i + 40));
             std::string b(floor.begin() + (i > 40 ? i - 40 : 0), floor.begin() + std::min(floor.size(), i + 40));
             std::fprintf(stderr, "[%s]\n[%s]\n", a.c_str(), b.c_str());

@@ -19,7 +19,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             element->ToXml(true, false, EOLType_LF, context);
             element->ToFastInfosetStream(FInfoDecl_None, context, CompressionType_None);
         }
-    } catch (const CKvException&) {
-    }
+    } catch (const CKvException&) {}
     return 0;
 }

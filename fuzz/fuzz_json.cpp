@@ -18,7 +18,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             element->CopyXmlElement(document.GetDocumentElement());
             element->ToJson(false, EOLType_LF, context);
         }
-    } catch (const CKvException&) {
-    }
+    } catch (const CKvException&) {}
     return 0;
 }

@@ -26,7 +26,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         order->ToXml(true, true, EOLType_LF, *context);
         order->ToJson(false, EOLType_LF, *context);
         order->ToFastInfosetStream(FInfoDecl_None, *context, CompressionType_None);
-    } catch (const CKvException&) {
-    }
+    } catch (const CKvException&) {}
     return 0;
 }

@@ -51,7 +51,7 @@ void Arithmetic(uint8_t op, const std::u16string& a, const std::u16string& b) {
         C::integerToString(x + y);
         C::integerToString(x - y);
         (void)(x < y), (void)(x == y);
-        if (a.size() + b.size() < 4000) C::integerToString(x * y);  // products of 1M digits are slow, not wrong
+        if (a.size() + b.size() < 4000) C::integerToString(x * y); // products of 1M digits are slow, not wrong
         if (y != CBigInteger(0)) C::integerToString(x / y), C::integerToString(x % y);
         break;
     }
@@ -97,7 +97,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             const size_t cut = text.find(u'\0');
             Arithmetic(op, text.substr(0, cut), cut == std::u16string::npos ? u"" : text.substr(cut + 1));
         }
-    } catch (const CKvException&) {
-    }
+    } catch (const CKvException&) {}
     return 0;
 }

@@ -10,7 +10,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         document.LoadXmlStream(data, KvFuzz::Count(size));
         CSmartPtr<CElement> element = new CElement(u"");
         if (document.GetDocumentElement()) element->CopyXmlElement(document.GetDocumentElement());
-    } catch (const CKvException&) {
-    }
+    } catch (const CKvException&) {}
     return 0;
 }

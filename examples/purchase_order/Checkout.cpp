@@ -70,16 +70,16 @@ void CContact::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_All, XmlElementType_Element, u"ContactType",
                                            kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoAllPrimMnd(u"name", kTargetNamespace, Property_Name, false, ItemType_string, nullptr,
-                                   kPreserve, kNoFacets, nullptr),
+        new CElementInfoAllPrimMnd(u"name", kTargetNamespace, Property_Name, false, ItemType_string, nullptr, kPreserve,
+                                   kNoFacets, nullptr),
         new CElementInfoAllPrimMnd(u"email", kTargetNamespace, Property_Email, false, ItemType_string, nullptr,
                                    kCollapse, Pattern(u"[^@ ]+@[^@ ]+"), nullptr),
         new CElementInfoAllPrimOpt(u"phone", kTargetNamespace, Property_Phone, false, ItemType_string, nullptr,
                                    kCollapse, kNoFacets, nullptr),
         new CElementInfoAllEnumOpt(u"preferredChannel", kTargetNamespace, Property_PreferredChannel, false,
                                    &ContactChannelToText, &ContactChannelFromText, nullptr),
-        new CElementInfoAllClsOpt(u"postalAddress", kTargetNamespace, Property_PostalAddress,
-                                  XmlElementType_Element, &CreateCheckoutClass, ClassId_Address),
+        new CElementInfoAllClsOpt(u"postalAddress", kTargetNamespace, Property_PostalAddress, XmlElementType_Element,
+                                  &CreateCheckoutClass, ClassId_Address),
     });
     t.m_attributeInfo = EmptyAttributeTable();
 }
@@ -105,10 +105,16 @@ void CContact::SetPostalAddress(CAddress* value) {
 void CContact::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_Name:
-        if (get) value.SetString(m_name); else m_name = value.GetString();
+        if (get)
+            value.SetString(m_name);
+        else
+            m_name = value.GetString();
         return;
     case Property_Email:
-        if (get) value.SetString(m_email); else m_email = value.GetString();
+        if (get)
+            value.SetString(m_email);
+        else
+            m_email = value.GetString();
         return;
     case Property_Phone: get ? GetString(m_phone, value) : SetString(m_phone, value); return;
     case Property_PreferredChannel:
@@ -121,7 +127,10 @@ void CContact::AccessProperty(int32_t index, bool get, KvVariant& value) {
         }
         return;
     case Property_PostalAddress:
-        if (get) value.SetXmlObject(m_postalAddress); else m_postalAddress = ObjectFrom<CAddress>(value);
+        if (get)
+            value.SetXmlObject(m_postalAddress);
+        else
+            m_postalAddress = ObjectFrom<CAddress>(value);
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -164,7 +173,10 @@ void CCard::AccessProperty(int32_t index, bool get, KvVariant& value) {
     case Property_Expiry: text = &m_expiry; break;
     default: ThrowUnknownProperty(index);
     }
-    if (get) value.SetString(*text); else *text = value.GetString();
+    if (get)
+        value.SetString(*text);
+    else
+        *text = value.GetString();
 }
 
 // ---- CBankTransfer ----------------------------------------------------------------------------
@@ -175,12 +187,12 @@ void CBankTransfer::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_All, XmlElementType_Element, u"BankTransferType",
                                            kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoAllPrimMnd(u"iban", kTargetNamespace, Property_Iban, false, ItemType_string, nullptr,
-                                   kCollapse, Pattern(u"[A-Z]{2}[0-9]{2}[A-Z0-9]{11,30}"), nullptr),
+        new CElementInfoAllPrimMnd(u"iban", kTargetNamespace, Property_Iban, false, ItemType_string, nullptr, kCollapse,
+                                   Pattern(u"[A-Z]{2}[0-9]{2}[A-Z0-9]{11,30}"), nullptr),
         new CElementInfoAllPrimOpt(u"bic", kTargetNamespace, Property_Bic, false, ItemType_string, nullptr, kCollapse,
                                    kNoFacets, nullptr),
-        new CElementInfoAllPrimOpt(u"accountHolder", kTargetNamespace, Property_AccountHolder, false,
-                                   ItemType_string, nullptr, kPreserve, kNoFacets, nullptr),
+        new CElementInfoAllPrimOpt(u"accountHolder", kTargetNamespace, Property_AccountHolder, false, ItemType_string,
+                                   nullptr, kPreserve, kNoFacets, nullptr),
     });
     t.m_attributeInfo = EmptyAttributeTable();
 }
@@ -199,7 +211,10 @@ void CBankTransfer::Init() {
 void CBankTransfer::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_Iban:
-        if (get) value.SetString(m_iban); else m_iban = value.GetString();
+        if (get)
+            value.SetString(m_iban);
+        else
+            m_iban = value.GetString();
         return;
     case Property_Bic: get ? GetString(m_bic, value) : SetString(m_bic, value); return;
     case Property_AccountHolder: get ? GetString(m_accountHolder, value) : SetString(m_accountHolder, value); return;
@@ -215,10 +230,9 @@ void CInvoice::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"InvoiceType",
                                            kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoSeqPrimMnd(u"dueInDays", kTargetNamespace, Property_DueInDays, false, ItemType_i4, nullptr,
-                                   kCollapse,
-                                   CPrimitiveRestrictions(nullptr, -1, -1, u"1", u"90", nullptr, nullptr, -1, -1, -1),
-                                   u"30"),
+        new CElementInfoSeqPrimMnd(
+            u"dueInDays", kTargetNamespace, Property_DueInDays, false, ItemType_i4, nullptr, kCollapse,
+            CPrimitiveRestrictions(nullptr, -1, -1, u"1", u"90", nullptr, nullptr, -1, -1, -1), u"30"),
         new CElementInfoSeqPrimOpt(u"purchaseOrderNumber", kTargetNamespace, Property_PurchaseOrderNumber, false,
                                    ItemType_string, nullptr, kCollapse, kNoFacets, nullptr),
     });
@@ -238,7 +252,10 @@ void CInvoice::Init() {
 void CInvoice::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_DueInDays:
-        if (get) value.SetI4(m_dueInDays); else m_dueInDays = value.GetI4();
+        if (get)
+            value.SetI4(m_dueInDays);
+        else
+            m_dueInDays = value.GetI4();
         return;
     case Property_PurchaseOrderNumber:
         get ? GetString(m_purchaseOrderNumber, value) : SetString(m_purchaseOrderNumber, value);
@@ -268,8 +285,7 @@ void CGiftCardCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespace
     }
 }
 
-CXmlElement* CGiftCardCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
-                                       bool) {
+CXmlElement* CGiftCardCol::FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) {
     while (element && element->GetLocalName() == m_elementName &&
            (context.GetIgnoreNamespaces() || element->GetNamespaceURI() == m_namespace)) {
         m_codes.push_back(element->GetText());
@@ -300,7 +316,10 @@ CWallet::CWallet() {
 
 void CWallet::Init() {
     m_paypalAccount.reset();
-    if (m_giftCards) m_giftCards->Clear(); else m_giftCards = new CGiftCardCol();
+    if (m_giftCards)
+        m_giftCards->Clear();
+    else
+        m_giftCards = new CGiftCardCol();
 }
 
 void CWallet::AccessProperty(int32_t index, bool get, KvVariant& value) {
@@ -328,8 +347,8 @@ void CPaymentMethod::BuildTables(CClassTables& t) {
     t.m_elementInfo = ElementTable({
         new CElementInfoChoiceClsOpt(u"card", kTargetNamespace, Property_Card, XmlElementType_Element,
                                      &CreateCheckoutClass, ClassId_Card),
-        new CElementInfoChoiceClsOpt(u"bankTransfer", kTargetNamespace, Property_BankTransfer,
-                                     XmlElementType_Element, &CreateCheckoutClass, ClassId_BankTransfer),
+        new CElementInfoChoiceClsOpt(u"bankTransfer", kTargetNamespace, Property_BankTransfer, XmlElementType_Element,
+                                     &CreateCheckoutClass, ClassId_BankTransfer),
         new CElementInfoChoiceClsOpt(u"invoice", kTargetNamespace, Property_Invoice, XmlElementType_Element,
                                      &CreateCheckoutClass, ClassId_Invoice),
         new CElementInfoChoiceClsOpt(u"Wallet", kTargetNamespace, Property_Wallet, XmlElementType_Pseudo,
@@ -377,16 +396,28 @@ void CPaymentMethod::SetWallet(CWallet* value) {
 void CPaymentMethod::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_Card:
-        if (get) value.SetXmlObject(m_card); else SetCard(ObjectFrom<CCard>(value));
+        if (get)
+            value.SetXmlObject(m_card);
+        else
+            SetCard(ObjectFrom<CCard>(value));
         return;
     case Property_BankTransfer:
-        if (get) value.SetXmlObject(m_bankTransfer); else SetBankTransfer(ObjectFrom<CBankTransfer>(value));
+        if (get)
+            value.SetXmlObject(m_bankTransfer);
+        else
+            SetBankTransfer(ObjectFrom<CBankTransfer>(value));
         return;
     case Property_Invoice:
-        if (get) value.SetXmlObject(m_invoice); else SetInvoice(ObjectFrom<CInvoice>(value));
+        if (get)
+            value.SetXmlObject(m_invoice);
+        else
+            SetInvoice(ObjectFrom<CInvoice>(value));
         return;
     case Property_Wallet:
-        if (get) value.SetXmlObject(m_wallet); else SetWallet(ObjectFrom<CWallet>(value));
+        if (get)
+            value.SetXmlObject(m_wallet);
+        else
+            SetWallet(ObjectFrom<CWallet>(value));
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -404,8 +435,8 @@ void CCheckout::BuildTables(CClassTables& t) {
                                    kCollapse, kNoFacets, nullptr),
         new CElementInfoSeqClsMnd(u"contact", kTargetNamespace, Property_Contact, XmlElementType_Element,
                                   &CreateCheckoutClass, ClassId_Contact, true),
-        new CElementInfoSeqClsMnd(u"paymentMethod", kTargetNamespace, Property_PaymentMethod,
-                                  XmlElementType_Element, &CreateCheckoutClass, ClassId_PaymentMethod, true),
+        new CElementInfoSeqClsMnd(u"paymentMethod", kTargetNamespace, Property_PaymentMethod, XmlElementType_Element,
+                                  &CreateCheckoutClass, ClassId_PaymentMethod, true),
         new CElementInfoSeqPrimOpt(u"giftMessage", kTargetNamespace, Property_GiftMessage, false, ItemType_string,
                                    nullptr, kPreserve, kNoFacets, nullptr),
     });
@@ -420,21 +451,36 @@ CCheckout::CCheckout() {
 void CCheckout::Init() {
     m_orderRef.clear();
     // Children that always exist are reset in place rather than made anew for every read.
-    if (m_contact) m_contact->Init(); else m_contact = new CContact();
-    if (m_paymentMethod) m_paymentMethod->Init(); else m_paymentMethod = new CPaymentMethod();
+    if (m_contact)
+        m_contact->Init();
+    else
+        m_contact = new CContact();
+    if (m_paymentMethod)
+        m_paymentMethod->Init();
+    else
+        m_paymentMethod = new CPaymentMethod();
     m_giftMessage.reset();
 }
 
 void CCheckout::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_OrderRef:
-        if (get) value.SetString(m_orderRef); else m_orderRef = value.GetString();
+        if (get)
+            value.SetString(m_orderRef);
+        else
+            m_orderRef = value.GetString();
         return;
     case Property_Contact:
-        if (get) value.SetXmlObject(m_contact); else m_contact = ObjectFrom<CContact>(value);
+        if (get)
+            value.SetXmlObject(m_contact);
+        else
+            m_contact = ObjectFrom<CContact>(value);
         return;
     case Property_PaymentMethod:
-        if (get) value.SetXmlObject(m_paymentMethod); else m_paymentMethod = ObjectFrom<CPaymentMethod>(value);
+        if (get)
+            value.SetXmlObject(m_paymentMethod);
+        else
+            m_paymentMethod = ObjectFrom<CPaymentMethod>(value);
         return;
     case Property_GiftMessage: get ? GetString(m_giftMessage, value) : SetString(m_giftMessage, value); return;
     default: ThrowUnknownProperty(index);

@@ -14,12 +14,12 @@ namespace {
 
 // The collections of the three repeated elements, with their occurrence bounds and facets.
 Ci4Col* NewWeights() {
-    return new Ci4Col(u"weight", kTargetNamespace, 1, -1, nullptr, -1, -1, u"1", u"31500", nullptr, nullptr, -1, -1,
-                      -1, kCollapse, nullptr);
+    return new Ci4Col(u"weight", kTargetNamespace, 1, -1, nullptr, -1, -1, u"1", u"31500", nullptr, nullptr, -1, -1, -1,
+                      kCollapse, nullptr);
 }
 CdateCol* NewScanDates() {
-    return new CdateCol(u"scanDate", kTargetNamespace, 0, 10, nullptr, -1, -1, u"2000-01-01", nullptr, nullptr,
-                        nullptr, -1, -1, -1, kCollapse, nullptr);
+    return new CdateCol(u"scanDate", kTargetNamespace, 0, 10, nullptr, -1, -1, u"2000-01-01", nullptr, nullptr, nullptr,
+                        -1, -1, -1, kCollapse, nullptr);
 }
 CstringCol* NewDepots() {
     return new CstringCol(u"depot", kTargetNamespace, 0, -1, u"[A-Z]{3}-[0-9]{2}", -1, -1, nullptr, nullptr, nullptr,
@@ -60,24 +60,45 @@ CMeasurements::CMeasurements() {
 void CMeasurements::Init() {
     m_parcelId.clear();
     // Reading adds to what a collection holds, so each starts empty.
-    if (m_weights) m_weights->Clear(); else m_weights = NewWeights();
-    if (m_scanDates) m_scanDates->Clear(); else m_scanDates = NewScanDates();
-    if (m_depots) m_depots->Clear(); else m_depots = NewDepots();
+    if (m_weights)
+        m_weights->Clear();
+    else
+        m_weights = NewWeights();
+    if (m_scanDates)
+        m_scanDates->Clear();
+    else
+        m_scanDates = NewScanDates();
+    if (m_depots)
+        m_depots->Clear();
+    else
+        m_depots = NewDepots();
 }
 
 void CMeasurements::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_ParcelId:
-        if (get) value.SetString(m_parcelId); else m_parcelId = value.GetString();
+        if (get)
+            value.SetString(m_parcelId);
+        else
+            m_parcelId = value.GetString();
         return;
     case Property_Weights:
-        if (get) value.SetXmlObject(m_weights); else SetCollection(m_weights, value, &NewWeights);
+        if (get)
+            value.SetXmlObject(m_weights);
+        else
+            SetCollection(m_weights, value, &NewWeights);
         return;
     case Property_ScanDates:
-        if (get) value.SetXmlObject(m_scanDates); else SetCollection(m_scanDates, value, &NewScanDates);
+        if (get)
+            value.SetXmlObject(m_scanDates);
+        else
+            SetCollection(m_scanDates, value, &NewScanDates);
         return;
     case Property_Depots:
-        if (get) value.SetXmlObject(m_depots); else SetCollection(m_depots, value, &NewDepots);
+        if (get)
+            value.SetXmlObject(m_depots);
+        else
+            SetCollection(m_depots, value, &NewDepots);
         return;
     default: ThrowUnknownProperty(index);
     }

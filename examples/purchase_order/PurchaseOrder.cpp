@@ -81,14 +81,14 @@ void CAddress::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"AddressType",
                                            kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoSeqPrimMnd(u"name", kTargetNamespace, Property_Name, false, ItemType_string, nullptr,
-                                   kPreserve, kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"name", kTargetNamespace, Property_Name, false, ItemType_string, nullptr, kPreserve,
+                                   kNoFacets, nullptr),
         new CElementInfoSeqPrimMnd(u"street", kTargetNamespace, Property_Street, false, ItemType_string, nullptr,
                                    kPreserve, kNoFacets, nullptr),
-        new CElementInfoSeqPrimMnd(u"city", kTargetNamespace, Property_City, false, ItemType_string, nullptr,
-                                   kPreserve, kNoFacets, nullptr),
-        new CElementInfoSeqPrimMnd(u"zip", kTargetNamespace, Property_Zip, false, ItemType_string, nullptr,
-                                   kCollapse, kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"city", kTargetNamespace, Property_City, false, ItemType_string, nullptr, kPreserve,
+                                   kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"zip", kTargetNamespace, Property_Zip, false, ItemType_string, nullptr, kCollapse,
+                                   kNoFacets, nullptr),
     });
     t.m_attributeInfo = AttributeTable({
         new CAttributeInfoPrimitive(u"country", u"", Property_Country, true, ItemType_string, nullptr, kCollapse,
@@ -111,7 +111,10 @@ void CAddress::AccessProperty(int32_t index, bool get, KvVariant& value) {
     std::u16string* text = nullptr;
     switch (index) {
     case Property_Country:
-        if (get) GetString(m_country, value); else SetString(m_country, value);
+        if (get)
+            GetString(m_country, value);
+        else
+            SetString(m_country, value);
         return;
     case Property_Name: text = &m_name; break;
     case Property_Street: text = &m_street; break;
@@ -119,7 +122,10 @@ void CAddress::AccessProperty(int32_t index, bool get, KvVariant& value) {
     case Property_Zip: text = &m_zip; break;
     default: ThrowUnknownProperty(index);
     }
-    if (get) value.SetString(*text); else *text = value.GetString();
+    if (get)
+        value.SetString(*text);
+    else
+        *text = value.GetString();
 }
 
 // ---- CQuantity --------------------------------------------------------------------------------
@@ -128,12 +134,11 @@ CClassTables CQuantity::s_tables(&CQuantity::BuildTables);
 
 void CQuantity::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"quantity",
-                                           kTargetNamespace, true, false, Property_Value, ItemType_ui4, nullptr,
-                                           false);
+                                           kTargetNamespace, true, false, Property_Value, ItemType_ui4, nullptr, false);
     t.m_elementInfo = EmptyElementTable();
     t.m_attributeInfo = AttributeTable({
-        new CAttributeInfoPrimitive(u"unit", u"", Property_Unit, true, ItemType_string, nullptr, kCollapse,
-                                    kNoFacets, u"piece"),
+        new CAttributeInfoPrimitive(u"unit", u"", Property_Unit, true, ItemType_string, nullptr, kCollapse, kNoFacets,
+                                    u"piece"),
     });
 }
 
@@ -150,10 +155,16 @@ void CQuantity::Init() {
 void CQuantity::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_Unit:
-        if (get) GetString(m_unit, value); else SetString(m_unit, value);
+        if (get)
+            GetString(m_unit, value);
+        else
+            SetString(m_unit, value);
         return;
     case Property_Value:
-        if (get) value.SetUI4(m_value); else m_value = value.GetUI4();
+        if (get)
+            value.SetUI4(m_value);
+        else
+            m_value = value.GetUI4();
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -173,10 +184,9 @@ void CItemTracking::BuildTables(CClassTables& t) {
     t.m_attributeInfo = AttributeTable({
         new CAttributeInfoPrimitive(u"addedBy", u"", Property_AddedBy, true, ItemType_string, nullptr, kCollapse,
                                     kNoFacets, nullptr),
-        new CAttributeInfoPrimitive(u"lineNumber", u"", Property_LineNumber, true, ItemType_i4, nullptr, kCollapse,
-                                    CPrimitiveRestrictions(nullptr, -1, -1, u"1", nullptr, nullptr, nullptr, -1, -1,
-                                                           -1),
-                                    nullptr),
+        new CAttributeInfoPrimitive(
+            u"lineNumber", u"", Property_LineNumber, true, ItemType_i4, nullptr, kCollapse,
+            CPrimitiveRestrictions(nullptr, -1, -1, u"1", nullptr, nullptr, nullptr, -1, -1, -1), nullptr),
     });
 }
 
@@ -203,26 +213,25 @@ CClassTables CItem::s_tables(&CItem::BuildTables);
 
 void CItem::BuildTables(CClassTables& t) {
     // Unknown attributes are let through: the item's element also carries the tracking group's.
-    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item",
-                                           kTargetNamespace, false, false, -1, ItemType_Invalid, nullptr, false);
+    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item", kTargetNamespace,
+                                           false, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
         new CElementInfoSeqPrimMnd(u"productName", kTargetNamespace, Property_ProductName, false, ItemType_string,
                                    nullptr, kPreserve, kNoFacets, nullptr),
         new CElementInfoSeqClsMnd(u"quantity", kTargetNamespace, Property_Quantity, XmlElementType_Element,
                                   &CreateClass, ClassId_Quantity, true),
-        new CElementInfoSeqPrimMnd(u"unitPrice", kTargetNamespace, Property_UnitPrice, false, ItemType_r8,
-                                   nullptr, kCollapse, kNoFacets, nullptr),
-        new CElementInfoSeqPrimOpt(u"giftWrap", kTargetNamespace, Property_GiftWrap, false, ItemType_boolean,
-                                   nullptr, kCollapse, kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"unitPrice", kTargetNamespace, Property_UnitPrice, false, ItemType_r8, nullptr,
+                                   kCollapse, kNoFacets, nullptr),
+        new CElementInfoSeqPrimOpt(u"giftWrap", kTargetNamespace, Property_GiftWrap, false, ItemType_boolean, nullptr,
+                                   kCollapse, kNoFacets, nullptr),
         new CElementInfoSeqClsMnd(u"ItemTracking", kTargetNamespace, Property_Tracking, XmlElementType_Pseudo,
                                   &CreateClass, ClassId_ItemTracking, false),
     });
     t.m_attributeInfo = AttributeTable({
-        new CAttributeInfoPrimitive(u"partNumber", u"", Property_PartNumber, false, ItemType_string, nullptr,
-                                    kCollapse,
-                                    CPrimitiveRestrictions(u"[0-9]{3}-[A-Z]{2}", -1, -1, nullptr, nullptr, nullptr,
-                                                           nullptr, -1, -1, -1),
-                                    nullptr),
+        new CAttributeInfoPrimitive(
+            u"partNumber", u"", Property_PartNumber, false, ItemType_string, nullptr, kCollapse,
+            CPrimitiveRestrictions(u"[0-9]{3}-[A-Z]{2}", -1, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, -1),
+            nullptr),
     });
 }
 
@@ -235,29 +244,50 @@ void CItem::Init() {
     m_partNumber.clear();
     m_productName.clear();
     // Children that always exist are reset in place rather than made anew for every read.
-    if (m_quantity) m_quantity->Init(); else m_quantity = new CQuantity();
+    if (m_quantity)
+        m_quantity->Init();
+    else
+        m_quantity = new CQuantity();
     m_unitPrice = 0;
     m_giftWrap.reset();
-    if (m_tracking) m_tracking->Init(); else m_tracking = new CItemTracking();
+    if (m_tracking)
+        m_tracking->Init();
+    else
+        m_tracking = new CItemTracking();
 }
 
 void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_PartNumber:
-        if (get) value.SetString(m_partNumber); else m_partNumber = value.GetString();
+        if (get)
+            value.SetString(m_partNumber);
+        else
+            m_partNumber = value.GetString();
         return;
     case Property_ProductName:
-        if (get) value.SetString(m_productName); else m_productName = value.GetString();
+        if (get)
+            value.SetString(m_productName);
+        else
+            m_productName = value.GetString();
         return;
     case Property_Quantity:
-        if (get) value.SetXmlObject(m_quantity); else m_quantity = ObjectFrom<CQuantity>(value);
+        if (get)
+            value.SetXmlObject(m_quantity);
+        else
+            m_quantity = ObjectFrom<CQuantity>(value);
         return;
     case Property_UnitPrice:
-        if (get) value.SetR8(m_unitPrice); else m_unitPrice = value.GetR8();
+        if (get)
+            value.SetR8(m_unitPrice);
+        else
+            m_unitPrice = value.GetR8();
         return;
     case Property_GiftWrap: get ? GetBoolean(m_giftWrap, value) : SetBoolean(m_giftWrap, value); return;
     case Property_Tracking:
-        if (get) value.SetXmlObject(m_tracking); else m_tracking = ObjectFrom<CItemTracking>(value);
+        if (get)
+            value.SetXmlObject(m_tracking);
+        else
+            m_tracking = ObjectFrom<CItemTracking>(value);
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -269,8 +299,8 @@ CSmartPtr<CItem> CItemCol::Item(int32_t index) const {
     return CSmartPtr<CItem>(static_cast<CItem*>(GetNodeAtIndex(index)->m_item.get()));
 }
 
-void CItemCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespaceUri,
-                         const CSerializationContext& context, bool) const {
+void CItemCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespaceUri, const CSerializationContext& context,
+                         bool) const {
     ValidateCount(context);
     for (CNode* node = m_head; node; node = node->m_next)
         CXmlObjectBase::ToXml_Int(node->m_item, writer, false, namespaceUri, context, false);
@@ -295,8 +325,8 @@ void CCreditCardPayment::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"CreditCardPaymentType",
                                            kTargetNamespace, true, true, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoSeqPrimMnd(u"amount", kTargetNamespace, Property_Amount, false, ItemType_r8, nullptr,
-                                   kCollapse, kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"amount", kTargetNamespace, Property_Amount, false, ItemType_r8, nullptr, kCollapse,
+                                   kNoFacets, nullptr),
         new CElementInfoSeqPrimMnd(u"cardHolder", kTargetNamespace, Property_CardHolder, false, ItemType_string,
                                    nullptr, kPreserve, kNoFacets, nullptr),
         new CElementInfoSeqPrimMnd(u"cardNumber", kTargetNamespace, Property_CardNumber, false, ItemType_string,
@@ -316,13 +346,22 @@ void CCreditCardPayment::Init() {
 void CCreditCardPayment::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_Amount:
-        if (get) value.SetR8(m_amount); else m_amount = value.GetR8();
+        if (get)
+            value.SetR8(m_amount);
+        else
+            m_amount = value.GetR8();
         return;
     case Property_CardHolder:
-        if (get) value.SetString(m_cardHolder); else m_cardHolder = value.GetString();
+        if (get)
+            value.SetString(m_cardHolder);
+        else
+            m_cardHolder = value.GetString();
         return;
     case Property_CardNumber:
-        if (get) value.SetString(m_cardNumber); else m_cardNumber = value.GetString();
+        if (get)
+            value.SetString(m_cardNumber);
+        else
+            m_cardNumber = value.GetString();
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -331,14 +370,13 @@ void CCreditCardPayment::AccessProperty(int32_t index, bool get, KvVariant& valu
 CClassTables CBankTransferPayment::s_tables(&CBankTransferPayment::BuildTables);
 
 void CBankTransferPayment::BuildTables(CClassTables& t) {
-    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element,
-                                           u"BankTransferPaymentType", kTargetNamespace, true, true, -1,
-                                           ItemType_Invalid, nullptr, false);
+    t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"BankTransferPaymentType",
+                                           kTargetNamespace, true, true, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoSeqPrimMnd(u"amount", kTargetNamespace, Property_Amount, false, ItemType_r8, nullptr,
-                                   kCollapse, kNoFacets, nullptr),
-        new CElementInfoSeqPrimMnd(u"iban", kTargetNamespace, Property_Iban, false, ItemType_string, nullptr,
-                                   kCollapse, kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"amount", kTargetNamespace, Property_Amount, false, ItemType_r8, nullptr, kCollapse,
+                                   kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"iban", kTargetNamespace, Property_Iban, false, ItemType_string, nullptr, kCollapse,
+                                   kNoFacets, nullptr),
     });
     t.m_attributeInfo = EmptyAttributeTable();
 }
@@ -353,10 +391,16 @@ void CBankTransferPayment::Init() {
 void CBankTransferPayment::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_Amount:
-        if (get) value.SetR8(m_amount); else m_amount = value.GetR8();
+        if (get)
+            value.SetR8(m_amount);
+        else
+            m_amount = value.GetR8();
         return;
     case Property_Iban:
-        if (get) value.SetString(m_iban); else m_iban = value.GetString();
+        if (get)
+            value.SetString(m_iban);
+        else
+            m_iban = value.GetString();
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -380,24 +424,23 @@ void CPurchaseOrder::BuildTables(CClassTables& t) {
     t.m_classInfo = new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"purchaseOrder",
                                            kTargetNamespace, true, false, -1, ItemType_Invalid, nullptr, false);
     t.m_elementInfo = ElementTable({
-        new CElementInfoSeqPrimMnd(u"customer", kTargetNamespace, Property_Customer, false, ItemType_string,
-                                   nullptr, kPreserve, kNoFacets, nullptr),
-        new CElementInfoSeqPrimMnd(u"customerNumber", kTargetNamespace, Property_CustomerNumber, false,
-                                   ItemType_ui4, nullptr, kCollapse, kNoFacets, nullptr),
-        new CElementInfoSeqPrimOpt(u"priority", kTargetNamespace, Property_Priority, false, ItemType_i4, nullptr,
-                                   kCollapse,
-                                   CPrimitiveRestrictions(nullptr, -1, -1, u"1", u"5", nullptr, nullptr, -1, -1, -1),
-                                   nullptr),
-        new CElementInfoSeqPrimOpt(u"express", kTargetNamespace, Property_Express, false, ItemType_boolean,
+        new CElementInfoSeqPrimMnd(u"customer", kTargetNamespace, Property_Customer, false, ItemType_string, nullptr,
+                                   kPreserve, kNoFacets, nullptr),
+        new CElementInfoSeqPrimMnd(u"customerNumber", kTargetNamespace, Property_CustomerNumber, false, ItemType_ui4,
                                    nullptr, kCollapse, kNoFacets, nullptr),
+        new CElementInfoSeqPrimOpt(
+            u"priority", kTargetNamespace, Property_Priority, false, ItemType_i4, nullptr, kCollapse,
+            CPrimitiveRestrictions(nullptr, -1, -1, u"1", u"5", nullptr, nullptr, -1, -1, -1), nullptr),
+        new CElementInfoSeqPrimOpt(u"express", kTargetNamespace, Property_Express, false, ItemType_boolean, nullptr,
+                                   kCollapse, kNoFacets, nullptr),
         new CElementInfoSeqPrimOpt(u"signature", kTargetNamespace, Property_Signature, false, ItemType_hexBinary,
                                    nullptr, kCollapse, kNoFacets, nullptr),
         new CElementInfoSeqPrimOpt(u"shipMethod", kTargetNamespace, Property_ShipMethod, false, ItemType_string,
                                    nullptr, kCollapse, kNoFacets, u"ground"),
-        new CElementInfoSeqClsMnd(u"billTo", kTargetNamespace, Property_BillTo, XmlElementType_Element,
-                                  &CreateClass, ClassId_Address, true),
-        new CElementInfoSeqClsOpt(u"shipTo", kTargetNamespace, Property_ShipTo, XmlElementType_Element,
-                                  &CreateClass, ClassId_Address),
+        new CElementInfoSeqClsMnd(u"billTo", kTargetNamespace, Property_BillTo, XmlElementType_Element, &CreateClass,
+                                  ClassId_Address, true),
+        new CElementInfoSeqClsOpt(u"shipTo", kTargetNamespace, Property_ShipTo, XmlElementType_Element, &CreateClass,
+                                  ClassId_Address),
         new CElementInfoSeqClsCol(u"item", kTargetNamespace, Property_Items, XmlElementType_Element),
         new CElementInfoSeqAbsClsMnd(u"payment", kTargetNamespace, Property_Payment, XmlElementType_Element,
                                      &CPaymentFactory::CreatePayment),
@@ -407,10 +450,9 @@ void CPurchaseOrder::BuildTables(CClassTables& t) {
     t.m_attributeInfo = AttributeTable({
         new CAttributeInfoPrimitive(u"orderId", u"", Property_OrderId, false, ItemType_string, nullptr, kCollapse,
                                     kNoFacets, nullptr),
-        new CAttributeInfoPrimitive(u"currency", u"", Property_Currency, true, ItemType_string, nullptr, kCollapse,
-                                    CPrimitiveRestrictions(nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, 3,
-                                                           -1, -1),
-                                    u"EUR"),
+        new CAttributeInfoPrimitive(
+            u"currency", u"", Property_Currency, true, ItemType_string, nullptr, kCollapse,
+            CPrimitiveRestrictions(nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, 3, -1, -1), u"EUR"),
         new CAttributeInfoEnum(u"status", u"", Property_Status, false, &OrderStatusToText, &OrderStatusFromText,
                                nullptr),
         new CAttributeInfoAny(u"AnyAttribute", u"", Property_AnyAttributes, true, u"##other", kTargetNamespace,
@@ -444,7 +486,10 @@ void CPurchaseOrder::Init() {
         m_billTo->SetElementName(u"billTo");
     }
     m_shipTo = nullptr;
-    if (m_items) m_items->Clear(); else m_items = new CItemCol();
+    if (m_items)
+        m_items->Clear();
+    else
+        m_items = new CItemCol();
     m_payment = nullptr;
     m_extension = nullptr;
 }
@@ -462,20 +507,35 @@ void CPurchaseOrder::SetPayment(CPayment* value) {
 void CPurchaseOrder::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_OrderId:
-        if (get) value.SetString(m_orderId); else m_orderId = value.GetString();
+        if (get)
+            value.SetString(m_orderId);
+        else
+            m_orderId = value.GetString();
         return;
     case Property_Currency: get ? GetString(m_currency, value) : SetString(m_currency, value); return;
     case Property_Status:
-        if (get) value.SetI4(static_cast<int32_t>(m_status)); else m_status = static_cast<OrderStatus>(value.GetI4());
+        if (get)
+            value.SetI4(static_cast<int32_t>(m_status));
+        else
+            m_status = static_cast<OrderStatus>(value.GetI4());
         return;
     case Property_AnyAttributes:
-        if (get) value.SetXmlObject(m_anyAttributes); else m_anyAttributes = ObjectFrom<CAttributeCol>(value);
+        if (get)
+            value.SetXmlObject(m_anyAttributes);
+        else
+            m_anyAttributes = ObjectFrom<CAttributeCol>(value);
         return;
     case Property_Customer:
-        if (get) value.SetString(m_customer); else m_customer = value.GetString();
+        if (get)
+            value.SetString(m_customer);
+        else
+            m_customer = value.GetString();
         return;
     case Property_CustomerNumber:
-        if (get) value.SetUI4(m_customerNumber); else m_customerNumber = value.GetUI4();
+        if (get)
+            value.SetUI4(m_customerNumber);
+        else
+            m_customerNumber = value.GetUI4();
         return;
     case Property_Priority: get ? GetI4(m_priority, value) : SetI4(m_priority, value); return;
     case Property_Express: get ? GetBoolean(m_express, value) : SetBoolean(m_express, value); return;
@@ -490,19 +550,34 @@ void CPurchaseOrder::AccessProperty(int32_t index, bool get, KvVariant& value) {
         return;
     case Property_ShipMethod: get ? GetString(m_shipMethod, value) : SetString(m_shipMethod, value); return;
     case Property_BillTo:
-        if (get) value.SetXmlObject(m_billTo); else m_billTo = ObjectFrom<CAddress>(value);
+        if (get)
+            value.SetXmlObject(m_billTo);
+        else
+            m_billTo = ObjectFrom<CAddress>(value);
         return;
     case Property_ShipTo:
-        if (get) value.SetXmlObject(m_shipTo); else m_shipTo = ObjectFrom<CAddress>(value);
+        if (get)
+            value.SetXmlObject(m_shipTo);
+        else
+            m_shipTo = ObjectFrom<CAddress>(value);
         return;
     case Property_Items:
-        if (get) value.SetXmlObject(m_items); else m_items = ObjectFrom<CItemCol>(value);
+        if (get)
+            value.SetXmlObject(m_items);
+        else
+            m_items = ObjectFrom<CItemCol>(value);
         return;
     case Property_Payment:
-        if (get) value.SetXmlObject(m_payment); else m_payment = ObjectFrom<CPayment>(value);
+        if (get)
+            value.SetXmlObject(m_payment);
+        else
+            m_payment = ObjectFrom<CPayment>(value);
         return;
     case Property_Extension:
-        if (get) value.SetXmlObject(m_extension); else m_extension = ObjectFrom<CElement>(value);
+        if (get)
+            value.SetXmlObject(m_extension);
+        else
+            m_extension = ObjectFrom<CElement>(value);
         return;
     default: ThrowUnknownProperty(index);
     }
@@ -555,14 +630,20 @@ CPurchaseOrderBatch::CPurchaseOrderBatch() {
 
 void CPurchaseOrderBatch::Init() {
     m_batchId.reset();
-    if (m_orders) m_orders->Clear(); else m_orders = new CPurchaseOrderCol();
+    if (m_orders)
+        m_orders->Clear();
+    else
+        m_orders = new CPurchaseOrderCol();
 }
 
 void CPurchaseOrderBatch::AccessProperty(int32_t index, bool get, KvVariant& value) {
     switch (index) {
     case Property_BatchId: get ? GetString(m_batchId, value) : SetString(m_batchId, value); return;
     case Property_Orders:
-        if (get) value.SetXmlObject(m_orders); else m_orders = ObjectFrom<CPurchaseOrderCol>(value);
+        if (get)
+            value.SetXmlObject(m_orders);
+        else
+            m_orders = ObjectFrom<CPurchaseOrderCol>(value);
         return;
     default: ThrowUnknownProperty(index);
     }

@@ -73,29 +73,29 @@ const char16_t* OrderStatusToText(int32_t value);
 int32_t OrderStatusFromText(const char16_t* text);
 
 // Common frame of the generated classes: identity, namespaces, the tables.
-#define KVXML_SAMPLE_GENERATED_MEMBERS()                                                           \
-public:                                                                                            \
-    KvXmlLib16::CXmlObjectBase* GetBase() override { return this; }                               \
-    std::u16string GetTargetNamespace() override { return kTargetNamespace; }                     \
-    std::u16string GetNamespace() override { return kTargetNamespace; }                           \
-    void AccessProperty(int32_t propertyIndex, bool get, KvXmlLib16::KvVariant& value) override;   \
-    KvXmlLib16Data::CParentElementInfo* GetClassInfo() const override {                            \
-        s_tables.Ensure();                                                                         \
-        return s_tables.m_classInfo;                                                               \
-    }                                                                                              \
-    KvXmlLib16Data::CElementInfo** GetClassElementInfo() const override {                          \
-        s_tables.Ensure();                                                                         \
-        return s_tables.m_elementInfo;                                                             \
-    }                                                                                              \
-    KvXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override {                      \
-        s_tables.Ensure();                                                                         \
-        return s_tables.m_attributeInfo;                                                           \
-    }                                                                                              \
-    void Init() override;                                                                          \
-    static void ReleaseMetaData() { s_tables.Release(); }                                          \
-                                                                                                   \
-private:                                                                                           \
-    static void BuildTables(CClassTables& tables);                                                 \
+#define KVXML_SAMPLE_GENERATED_MEMBERS()                                                         \
+public:                                                                                          \
+    KvXmlLib16::CXmlObjectBase* GetBase() override { return this; }                              \
+    std::u16string GetTargetNamespace() override { return kTargetNamespace; }                    \
+    std::u16string GetNamespace() override { return kTargetNamespace; }                          \
+    void AccessProperty(int32_t propertyIndex, bool get, KvXmlLib16::KvVariant& value) override; \
+    KvXmlLib16Data::CParentElementInfo* GetClassInfo() const override {                          \
+        s_tables.Ensure();                                                                       \
+        return s_tables.m_classInfo;                                                             \
+    }                                                                                            \
+    KvXmlLib16Data::CElementInfo** GetClassElementInfo() const override {                        \
+        s_tables.Ensure();                                                                       \
+        return s_tables.m_elementInfo;                                                           \
+    }                                                                                            \
+    KvXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override {                    \
+        s_tables.Ensure();                                                                       \
+        return s_tables.m_attributeInfo;                                                         \
+    }                                                                                            \
+    void Init() override;                                                                        \
+    static void ReleaseMetaData() { s_tables.Release(); }                                        \
+                                                                                                 \
+private:                                                                                         \
+    static void BuildTables(CClassTables& tables);                                               \
     static CClassTables s_tables;
 
 // ---- AddressType ------------------------------------------------------------------------------
@@ -181,7 +181,11 @@ public:
 
 private:
     enum Property {
-        Property_PartNumber, Property_ProductName, Property_Quantity, Property_UnitPrice, Property_GiftWrap,
+        Property_PartNumber,
+        Property_ProductName,
+        Property_Quantity,
+        Property_UnitPrice,
+        Property_GiftWrap,
         Property_Tracking
     };
     std::u16string m_partNumber;
@@ -288,9 +292,21 @@ public:
 
 private:
     enum Property {
-        Property_OrderId, Property_Currency, Property_Status, Property_AnyAttributes, Property_Customer,
-        Property_CustomerNumber, Property_Priority, Property_Express, Property_Signature, Property_ShipMethod,
-        Property_BillTo, Property_ShipTo, Property_Items, Property_Payment, Property_Extension
+        Property_OrderId,
+        Property_Currency,
+        Property_Status,
+        Property_AnyAttributes,
+        Property_Customer,
+        Property_CustomerNumber,
+        Property_Priority,
+        Property_Express,
+        Property_Signature,
+        Property_ShipMethod,
+        Property_BillTo,
+        Property_ShipTo,
+        Property_Items,
+        Property_Payment,
+        Property_Extension
     };
     std::u16string m_orderId;
     std::optional<std::u16string> m_currency;

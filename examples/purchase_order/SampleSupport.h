@@ -20,8 +20,10 @@
 namespace PurchaseOrderSample::Support {
 
 inline const KvXmlLib16::CPrimitiveRestrictions kNoFacets;
-constexpr KvXmlLib16::CWhitespaceUtils::WhitespaceRule kPreserve = KvXmlLib16::CWhitespaceUtils::WhitespaceRule_Preserve;
-constexpr KvXmlLib16::CWhitespaceUtils::WhitespaceRule kCollapse = KvXmlLib16::CWhitespaceUtils::WhitespaceRule_Collapse;
+constexpr KvXmlLib16::CWhitespaceUtils::WhitespaceRule kPreserve =
+    KvXmlLib16::CWhitespaceUtils::WhitespaceRule_Preserve;
+constexpr KvXmlLib16::CWhitespaceUtils::WhitespaceRule kCollapse =
+    KvXmlLib16::CWhitespaceUtils::WhitespaceRule_Collapse;
 
 // A null-terminated table made of the given records.
 template <class Record, size_t N>
@@ -40,7 +42,9 @@ template <size_t N>
 KvXmlLib16Data::CAttributeInfo** AttributeTable(KvXmlLib16Data::CAttributeInfo* const (&records)[N]) {
     return NullTerminated(records);
 }
-inline KvXmlLib16Data::CElementInfo** EmptyElementTable() { return new KvXmlLib16Data::CElementInfo* [1] { nullptr }; }
+inline KvXmlLib16Data::CElementInfo** EmptyElementTable() {
+    return new KvXmlLib16Data::CElementInfo* [1] { nullptr };
+}
 inline KvXmlLib16Data::CAttributeInfo** EmptyAttributeTable() {
     return new KvXmlLib16Data::CAttributeInfo* [1] { nullptr };
 }

@@ -82,7 +82,7 @@ std::string ToUtf8(std::u16string_view text) {
             c = 0x10000 + ((c - 0xD800) << 10) + (text[i + 1] - 0xDC00);
             ++i;
         } else if (c >= 0xD800 && c <= 0xDFFF) {
-            c = 0xFFFD;  // a lone surrogate cannot be written as UTF-8
+            c = 0xFFFD; // a lone surrogate cannot be written as UTF-8
         }
         if (c < 0x80) {
             out += static_cast<char>(c);
@@ -293,7 +293,8 @@ ConvertOptions ParseConvert(const std::vector<std::string>& args) {
         }
     }
     if (positional.size() != 2)
-        throw UsageError{positional.size() < 2 ? "convert needs an input and an output" : "convert takes one input and one output"};
+        throw UsageError{positional.size() < 2 ? "convert needs an input and an output"
+                                               : "convert takes one input and one output"};
     options.in = positional[0];
     options.out = positional[1];
     if (options.to == Format::Unknown) {
@@ -311,37 +312,31 @@ ConvertOptions ParseConvert(const std::vector<std::string>& args) {
                 throw UsageError{"cannot tell the output format from '" + options.out + "'; give --to"};
         }
     }
-    if (options.utf16 && options.to == Format::FastInfoset) throw UsageError{"--utf16 applies to XML and JSON output only"};
+    if (options.utf16 && options.to == Format::FastInfoset)
+        throw UsageError{"--utf16 applies to XML and JSON output only"};
     return options;
 }
 
 // Writes the element in the chosen format into a file, using the library's file writers.
-void WriteFile(const CElement& root, const ConvertOptions& o, const std::u16string& file, const CSerializationContext& context) {
+void WriteFile(const CElement& root, const ConvertOptions& o, const std::u16string& file,
+               const CSerializationContext& context) {
     const XmlEncoding encoding = o.utf16 ? XmlEncoding_UTF16 : XmlEncoding_UTF8;
     switch (o.to) {
     case Format::Xml:
         root.ToXmlFile(file.c_str(), true, o.formatted, encoding, EOLType_LF, context, o.compression);
         break;
-    case Format::Json:
-        root.ToJsonFile(file.c_str(), o.formatted, encoding, EOLType_LF, context, o.compression);
-        break;
-    case Format::FastInfoset:
-        root.ToFastInfosetFile(file.c_str(), FInfoDecl_None, context, o.compression);
-        break;
-    case Format::Unknown:
-        break;
+    case Format::Json: root.ToJsonFile(file.c_str(), o.formatted, encoding, EOLType_LF, context, o.compression); break;
+    case Format::FastInfoset: root.ToFastInfosetFile(file.c_str(), FInfoDecl_None, context, o.compression); break;
+    case Format::Unknown: break;
     }
 }
 
 CBinaryData WriteBytes(const CElement& root, const ConvertOptions& o, const CSerializationContext& context) {
     const XmlEncoding encoding = o.utf16 ? XmlEncoding_UTF16 : XmlEncoding_UTF8;
     switch (o.to) {
-    case Format::Json:
-        return root.ToJsonStream(o.formatted, encoding, EOLType_LF, context, o.compression);
-    case Format::FastInfoset:
-        return root.ToFastInfosetStream(FInfoDecl_None, context, o.compression);
-    default:
-        return root.ToXmlStream(true, o.formatted, encoding, EOLType_LF, context, o.compression);
+    case Format::Json: return root.ToJsonStream(o.formatted, encoding, EOLType_LF, context, o.compression);
+    case Format::FastInfoset: return root.ToFastInfosetStream(FInfoDecl_None, context, o.compression);
+    default: return root.ToXmlStream(true, o.formatted, encoding, EOLType_LF, context, o.compression);
     }
 }
 

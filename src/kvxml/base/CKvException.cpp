@@ -69,8 +69,7 @@ CKvException* CKvException::Clone() const { return new CKvException(*this); }
 CKvValidationException::CKvValidationException() = default;
 CKvValidationException::CKvValidationException(std::u16string message, std::u16string path)
     : CKvException(std::move(message), std::move(path)) {}
-CKvValidationException::CKvValidationException(std::u16string message, std::u16string path,
-                                               const CKvException& inner)
+CKvValidationException::CKvValidationException(std::u16string message, std::u16string path, const CKvException& inner)
     : CKvException(std::move(message), std::move(path), inner) {}
 CKvValidationException::CKvValidationException(const CKvException& other) { CopyFrom(other); }
 CKvValidationException::CKvValidationException(const CKvValidationException& other)
@@ -104,8 +103,7 @@ CKvInvalidNamespaceException::CKvInvalidNamespaceException(std::u16string messag
 CKvInvalidNamespaceException::CKvInvalidNamespaceException(std::u16string message, std::u16string path,
                                                            const CKvException& inner)
     : CKvValidationException(std::move(message), std::move(path), inner) {}
-CKvInvalidNamespaceException::CKvInvalidNamespaceException(const CKvException& other)
-    : CKvValidationException(other) {}
+CKvInvalidNamespaceException::CKvInvalidNamespaceException(const CKvException& other) : CKvValidationException(other) {}
 CKvInvalidNamespaceException::CKvInvalidNamespaceException(const CKvInvalidNamespaceException& other)
     : CKvValidationException(other) {}
 CKvInvalidNamespaceException::~CKvInvalidNamespaceException() = default;
@@ -113,14 +111,13 @@ CKvException* CKvInvalidNamespaceException::Clone() const { return new CKvInvali
 
 // --- the plain children ---
 
-#define KVXML_DEFINE_SIMPLE_EXCEPTION(Name)                                                        \
-    Name::Name() = default;                                                                        \
-    Name::Name(std::u16string message) : CKvException(std::move(message)) {}                       \
-    Name::Name(std::u16string message, const CKvException& inner)                                  \
-        : CKvException(std::move(message), inner) {}                                               \
-    Name::Name(const CKvException& other) { CopyFrom(other); }                                     \
-    Name::Name(const Name& other) : CKvException(other) {}                                         \
-    Name::~Name() = default;                                                                       \
+#define KVXML_DEFINE_SIMPLE_EXCEPTION(Name)                                                                    \
+    Name::Name() = default;                                                                                    \
+    Name::Name(std::u16string message) : CKvException(std::move(message)) {}                                   \
+    Name::Name(std::u16string message, const CKvException& inner) : CKvException(std::move(message), inner) {} \
+    Name::Name(const CKvException& other) { CopyFrom(other); }                                                 \
+    Name::Name(const Name& other) : CKvException(other) {}                                                     \
+    Name::~Name() = default;                                                                                   \
     CKvException* Name::Clone() const { return new Name(*this); }
 
 KVXML_DEFINE_SIMPLE_EXCEPTION(CKvInvalidStateException)

@@ -84,19 +84,19 @@ protected:
 };
 
 // The three plain children share one shape: (message), (message, inner), from any CKvException.
-#define KVXML_DECLARE_SIMPLE_EXCEPTION(Name)                                  \
-    class KVXML_API Name : public CKvException {                              \
-    public:                                                                   \
-        Name();                                                               \
-        explicit Name(std::u16string message);                                \
-        Name(std::u16string message, const CKvException& inner);              \
-        Name(const CKvException& other);                                      \
-        Name(const Name& other);                                              \
-        Name& operator=(const Name& other) = default;                         \
-        ~Name() override;                                                     \
-                                                                              \
-    protected:                                                                \
-        CKvException* Clone() const override;                                 \
+#define KVXML_DECLARE_SIMPLE_EXCEPTION(Name)                     \
+    class KVXML_API Name : public CKvException {                 \
+    public:                                                      \
+        Name();                                                  \
+        explicit Name(std::u16string message);                   \
+        Name(std::u16string message, const CKvException& inner); \
+        Name(const CKvException& other);                         \
+        Name(const Name& other);                                 \
+        Name& operator=(const Name& other) = default;            \
+        ~Name() override;                                        \
+                                                                 \
+    protected:                                                   \
+        CKvException* Clone() const override;                    \
     };
 
 KVXML_DECLARE_SIMPLE_EXCEPTION(CKvInvalidStateException)

@@ -11,12 +11,20 @@ template <class T>
 class CSmartPtr {
 public:
     CSmartPtr() noexcept : m_p(nullptr) {}
-    CSmartPtr(T* p) : m_p(p) { if (m_p) m_p->AddRef(); }
-    CSmartPtr(const CSmartPtr& other) : m_p(other.m_p) { if (m_p) m_p->AddRef(); }
+    CSmartPtr(T* p) : m_p(p) {
+        if (m_p) m_p->AddRef();
+    }
+    CSmartPtr(const CSmartPtr& other) : m_p(other.m_p) {
+        if (m_p) m_p->AddRef();
+    }
     CSmartPtr(CSmartPtr&& other) noexcept : m_p(other.m_p) { other.m_p = nullptr; }
     template <class U>
-    CSmartPtr(const CSmartPtr<U>& other) : m_p(other.get()) { if (m_p) m_p->AddRef(); }
-    ~CSmartPtr() { if (m_p) m_p->Release(); }
+    CSmartPtr(const CSmartPtr<U>& other) : m_p(other.get()) {
+        if (m_p) m_p->AddRef();
+    }
+    ~CSmartPtr() {
+        if (m_p) m_p->Release();
+    }
 
     // The new object is counted before the old one is released, so self-assignment is safe.
     CSmartPtr& operator=(T* p) {
@@ -44,7 +52,11 @@ public:
     bool IsNull() const noexcept { return m_p == nullptr; }
 
     // Hands the pointer out without releasing it; the caller takes over the reference.
-    T* Detach() noexcept { T* p = m_p; m_p = nullptr; return p; }
+    T* Detach() noexcept {
+        T* p = m_p;
+        m_p = nullptr;
+        return p;
+    }
 
 private:
     T* m_p;

@@ -51,7 +51,7 @@ enum class Width { Default, Short, Char, Long64, Narrow, Wide };
 struct Conversion {
     bool left = false, plus = false, blank = false, alt = false, zero = false;
     int width = 0;
-    int precision = -1;  // -1: none given
+    int precision = -1; // -1: none given
     bool is64 = false;
     bool forceNarrow = false;
     bool forceWide = false;
@@ -75,38 +75,69 @@ size_t MeasureBound(const char16_t* format, va_list args) {
     size_t total = 0;
     const char16_t* p = format;
     while (*p) {
-        if (*p != u'%') { ++total; ++p; continue; }
+        if (*p != u'%') {
+            ++total;
+            ++p;
+            continue;
+        }
         ++p;
-        if (*p == u'%') { ++total; ++p; continue; }
+        if (*p == u'%') {
+            ++total;
+            ++p;
+            continue;
+        }
         if (*p == 0) break;
 
         int width = 0;
         int precision = 0;
         for (;; ++p) {
-            if (*p == u'#') total += 2;
-            else if (*p == u'*') width = CheckedField(va_arg(args, int));
-            else if (*p == u'-' || *p == u'+' || *p == u'0' || *p == u' ') {}
-            else break;
+            if (*p == u'#')
+                total += 2;
+            else if (*p == u'*')
+                width = CheckedField(va_arg(args, int));
+            else if (*p == u'-' || *p == u'+' || *p == u'0' || *p == u' ') {
+            } else
+                break;
         }
         if (width == 0) width = ReadNumber(p);
         if (*p == u'.') {
             ++p;
-            if (*p == u'*') { precision = CheckedField(va_arg(args, int)); ++p; }
-            else precision = ReadNumber(p);
+            if (*p == u'*') {
+                precision = CheckedField(va_arg(args, int));
+                ++p;
+            } else
+                precision = ReadNumber(p);
         }
         if (width < 0) width = -width;
         if (precision < 0) precision = 0;
 
         bool is64 = false, narrow = false, wide = false;
         for (;;) {
-            if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') { is64 = true; p += 3; }
-            else if (p[0] == u'I' && p[1] == u'3' && p[2] == u'2') { p += 3; }
-            else if (*p == u'I') { is64 = true; ++p; }
-            else if (*p == u'F' || *p == u'L' || *p == u'N') ++p;
-            else if (*p == u'h') { narrow = true; ++p; }
-            else if (*p == u'l') { if (p[1] == u'l') { is64 = true; ++p; } else wide = true; ++p; }
-            else if (*p == u'w') { wide = true; ++p; }
-            else break;
+            if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') {
+                is64 = true;
+                p += 3;
+            } else if (p[0] == u'I' && p[1] == u'3' && p[2] == u'2') {
+                p += 3;
+            } else if (*p == u'I') {
+                is64 = true;
+                ++p;
+            } else if (*p == u'F' || *p == u'L' || *p == u'N')
+                ++p;
+            else if (*p == u'h') {
+                narrow = true;
+                ++p;
+            } else if (*p == u'l') {
+                if (p[1] == u'l') {
+                    is64 = true;
+                    ++p;
+                } else
+                    wide = true;
+                ++p;
+            } else if (*p == u'w') {
+                wide = true;
+                ++p;
+            } else
+                break;
         }
 
         const char16_t type = *p;
@@ -114,16 +145,19 @@ size_t MeasureBound(const char16_t* format, va_list args) {
         ++p;
         size_t size = 0;
         switch (type) {
-        case u'c': case u'C':
+        case u'c':
+        case u'C':
             (void)va_arg(args, int);
             size = 2;
             if (precision != 0 && static_cast<size_t>(precision) < size) size = precision;
             if (size < static_cast<size_t>(width)) size = width;
             break;
-        case u's': case u'S': {
+        case u's':
+        case u'S': {
             const bool isWide = type == u's' ? !narrow : wide;
             const void* ptr = va_arg(args, const void*);
-            if (!ptr) size = 6;
+            if (!ptr)
+                size = 6;
             else {
                 size = isWide ? WideLength(static_cast<const char16_t*>(ptr))
                               : NarrowLength(static_cast<const char*>(ptr));
@@ -133,31 +167,38 @@ size_t MeasureBound(const char16_t* format, va_list args) {
             if (size < static_cast<size_t>(width)) size = width;
             break;
         }
-        case u'd': case u'i': case u'u': case u'x': case u'X': case u'o':
-            if (is64) (void)va_arg(args, long long); else (void)va_arg(args, int);
+        case u'd':
+        case u'i':
+        case u'u':
+        case u'x':
+        case u'X':
+        case u'o':
+            if (is64)
+                (void)va_arg(args, long long);
+            else
+                (void)va_arg(args, int);
             size = width + precision > 32 ? width + precision : 32;
             break;
         case u'p':
             (void)va_arg(args, void*);
             size = width + precision > 32 ? width + precision : 32;
             break;
-        case u'e': case u'g': case u'G':
+        case u'e':
+        case u'g':
+        case u'G':
             (void)va_arg(args, double);
             size = width + precision > 128 ? width + precision : 128;
             break;
-        case u'f':
-            size = MeasureFloatF(va_arg(args, double), width, precision);
-            break;
-        case u'n':
-            (void)va_arg(args, void*);
-            break;
-        case u'E': case u'a': case u'A':
+        case u'f': size = MeasureFloatF(va_arg(args, double), width, precision); break;
+        case u'n': (void)va_arg(args, void*); break;
+        case u'E':
+        case u'a':
+        case u'A':
             // Counted as nothing, but the argument is consumed so that later items are sized from
             // the right arguments; the output grows if the bound falls short.
             (void)va_arg(args, double);
             break;
-        default:
-            break;
+        default: break;
         }
         total += size;
     }
@@ -183,9 +224,12 @@ void EmitString(std::u16string& out, const CharT* s, const Conversion& conv) {
     const char16_t fill = conv.zero && !conv.left ? u'0' : u' ';
     if (!conv.left && len < width) Pad(out, width - len, fill);
     for (size_t i = 0; i < len; ++i) {
-        if (isNull) out.push_back(kNull[i]);
-        else if constexpr (sizeof(CharT) == 1) out.push_back(static_cast<unsigned char>(s[i]));
-        else out.push_back(static_cast<char16_t>(s[i]));
+        if (isNull)
+            out.push_back(kNull[i]);
+        else if constexpr (sizeof(CharT) == 1)
+            out.push_back(static_cast<unsigned char>(s[i]));
+        else
+            out.push_back(static_cast<char16_t>(s[i]));
     }
     if (conv.left && len < width) Pad(out, width - len, u' ');
 }
@@ -207,7 +251,10 @@ std::string NarrowConversion(const Conversion& conv, const char* length, char ty
     if (conv.alt) f += '#';
     if (conv.zero) f += '0';
     if (conv.width > 0) f += std::to_string(conv.width);
-    if (conv.precision >= 0) { f += '.'; f += std::to_string(conv.precision); }
+    if (conv.precision >= 0) {
+        f += '.';
+        f += std::to_string(conv.precision);
+    }
     f += length;
     f += type;
     return f;
@@ -215,8 +262,10 @@ std::string NarrowConversion(const Conversion& conv, const char* length, char ty
 
 template <class T>
 int PrintNumber(char* buffer, size_t size, const char* fmt, T value) {
-    if constexpr (std::is_floating_point_v<T>) return FormatDoubleC(buffer, size, fmt, value);
-    else return std::snprintf(buffer, size, fmt, value);
+    if constexpr (std::is_floating_point_v<T>)
+        return FormatDoubleC(buffer, size, fmt, value);
+    else
+        return std::snprintf(buffer, size, fmt, value);
 }
 
 template <class T>
@@ -236,80 +285,130 @@ void EmitNumber(std::u16string& out, const std::string& fmt, T value) {
 void FormatInto(std::u16string& out, const char16_t* format, va_list args) {
     const char16_t* p = format;
     while (*p) {
-        if (*p != u'%') { out.push_back(*p++); continue; }
+        if (*p != u'%') {
+            out.push_back(*p++);
+            continue;
+        }
         ++p;
-        if (*p == u'%') { out.push_back(u'%'); ++p; continue; }
+        if (*p == u'%') {
+            out.push_back(u'%');
+            ++p;
+            continue;
+        }
         if (*p == 0) break;
 
         Conversion conv;
         for (;; ++p) {
-            if (*p == u'-') conv.left = true;
-            else if (*p == u'+') conv.plus = true;
-            else if (*p == u' ') conv.blank = true;
-            else if (*p == u'#') conv.alt = true;
-            else if (*p == u'0') conv.zero = true;
-            else break;
+            if (*p == u'-')
+                conv.left = true;
+            else if (*p == u'+')
+                conv.plus = true;
+            else if (*p == u' ')
+                conv.blank = true;
+            else if (*p == u'#')
+                conv.alt = true;
+            else if (*p == u'0')
+                conv.zero = true;
+            else
+                break;
         }
         if (*p == u'*') {
             conv.width = CheckedField(va_arg(args, int));
-            if (conv.width < 0) { conv.left = true; conv.width = -conv.width; }
+            if (conv.width < 0) {
+                conv.left = true;
+                conv.width = -conv.width;
+            }
             ++p;
         } else {
             conv.width = ReadNumber(p);
         }
         if (*p == u'.') {
             ++p;
-            if (*p == u'*') { conv.precision = CheckedField(va_arg(args, int)); ++p; }
-            else conv.precision = ReadNumber(p);
+            if (*p == u'*') {
+                conv.precision = CheckedField(va_arg(args, int));
+                ++p;
+            } else
+                conv.precision = ReadNumber(p);
             if (conv.precision < 0) conv.precision = -1;
         }
         for (;;) {
-            if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') { conv.is64 = true; p += 3; }
-            else if (p[0] == u'I' && p[1] == u'3' && p[2] == u'2') { p += 3; }
-            else if (*p == u'I') { conv.is64 = true; ++p; }  // pointer-sized
-            else if (*p == u'F' || *p == u'L' || *p == u'N') ++p;
+            if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') {
+                conv.is64 = true;
+                p += 3;
+            } else if (p[0] == u'I' && p[1] == u'3' && p[2] == u'2') {
+                p += 3;
+            } else if (*p == u'I') {
+                conv.is64 = true;
+                ++p;
+            } // pointer-sized
+            else if (*p == u'F' || *p == u'L' || *p == u'N')
+                ++p;
             else if (*p == u'h') {
                 if (conv.isShort) conv.isChar = true;
-                conv.isShort = true; conv.forceNarrow = true; ++p;
+                conv.isShort = true;
+                conv.forceNarrow = true;
+                ++p;
             } else if (*p == u'l') {
-                if (p[1] == u'l') { conv.is64 = true; p += 2; }
-                else { conv.forceWide = true; ++p; }
-            } else if (*p == u'w') { conv.forceWide = true; ++p; }
-            else break;
+                if (p[1] == u'l') {
+                    conv.is64 = true;
+                    p += 2;
+                } else {
+                    conv.forceWide = true;
+                    ++p;
+                }
+            } else if (*p == u'w') {
+                conv.forceWide = true;
+                ++p;
+            } else
+                break;
         }
 
         conv.type = *p;
         if (conv.type == 0) break;
         ++p;
         switch (conv.type) {
-        case u'c': case u'C': {
+        case u'c':
+        case u'C': {
             const int v = va_arg(args, int);
             const bool wide = conv.type == u'c' ? !conv.forceNarrow : conv.forceWide;
             EmitChar(out, wide ? static_cast<char16_t>(v) : static_cast<char16_t>(static_cast<unsigned char>(v)), conv);
             break;
         }
-        case u's': case u'S': {
+        case u's':
+        case u'S': {
             const bool wide = conv.type == u's' ? !conv.forceNarrow : conv.forceWide;
-            if (wide) EmitString(out, va_arg(args, const char16_t*), conv);
-            else EmitString(out, va_arg(args, const char*), conv);
+            if (wide)
+                EmitString(out, va_arg(args, const char16_t*), conv);
+            else
+                EmitString(out, va_arg(args, const char*), conv);
             break;
         }
-        case u'd': case u'i':
-            if (conv.is64) EmitNumber(out, NarrowConversion(conv, "ll", 'd'), va_arg(args, long long));
+        case u'd':
+        case u'i':
+            if (conv.is64)
+                EmitNumber(out, NarrowConversion(conv, "ll", 'd'), va_arg(args, long long));
             else {
                 int v = va_arg(args, int);
-                if (conv.isChar) v = static_cast<signed char>(v);
-                else if (conv.isShort) v = static_cast<short>(v);
+                if (conv.isChar)
+                    v = static_cast<signed char>(v);
+                else if (conv.isShort)
+                    v = static_cast<short>(v);
                 EmitNumber(out, NarrowConversion(conv, "", 'd'), v);
             }
             break;
-        case u'u': case u'x': case u'X': case u'o': {
+        case u'u':
+        case u'x':
+        case u'X':
+        case u'o': {
             const char t = static_cast<char>(conv.type);
-            if (conv.is64) EmitNumber(out, NarrowConversion(conv, "ll", t), va_arg(args, unsigned long long));
+            if (conv.is64)
+                EmitNumber(out, NarrowConversion(conv, "ll", t), va_arg(args, unsigned long long));
             else {
                 unsigned v = va_arg(args, unsigned);
-                if (conv.isChar) v = static_cast<unsigned char>(v);
-                else if (conv.isShort) v = static_cast<unsigned short>(v);
+                if (conv.isChar)
+                    v = static_cast<unsigned char>(v);
+                else if (conv.isShort)
+                    v = static_cast<unsigned short>(v);
                 EmitNumber(out, NarrowConversion(conv, "", t), v);
             }
             break;
@@ -323,16 +422,20 @@ void FormatInto(std::u16string& out, const char16_t* format, va_list args) {
             EmitNumber(out, NarrowConversion(pc, "ll", 'X'), static_cast<unsigned long long>(v));
             break;
         }
-        case u'e': case u'E': case u'f': case u'g': case u'G': case u'a': case u'A':
+        case u'e':
+        case u'E':
+        case u'f':
+        case u'g':
+        case u'G':
+        case u'a':
+        case u'A':
             EmitNumber(out, NarrowConversion(conv, "", static_cast<char>(conv.type)), va_arg(args, double));
             break;
         case u'n':
             // Writing through a caller's pointer is never done: the argument is consumed only.
             (void)va_arg(args, void*);
             break;
-        default:
-            out.push_back(conv.type);
-            break;
+        default: out.push_back(conv.type); break;
         }
     }
 }

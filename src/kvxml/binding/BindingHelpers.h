@@ -56,8 +56,7 @@ void CheckFacets(const char16_t* name, const KvVariant& value, ItemType kind,
 
 // A simple-typed element holds text only: a child element in it is unexpected content, refused
 // with the child's path unless unknown elements are ignored.
-inline void RefuseChildElements(const CXmlElement* element, const CXmlElement* firstChild,
-                                bool ignoreUnknownElements) {
+inline void RefuseChildElements(const CXmlElement* element, const CXmlElement* firstChild, bool ignoreUnknownElements) {
     if (firstChild && !ignoreUnknownElements) ThrowLeftOver(element, firstChild, firstChild);
 }
 

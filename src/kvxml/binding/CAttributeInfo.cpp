@@ -13,8 +13,8 @@ namespace KvXmlLib16Data {
 
 using namespace KvXmlLib16;
 
-CAttributeInfo::CAttributeInfo(const char16_t* attributeName, const char16_t* attributeNamespace,
-                               int32_t propertyIndex, bool optional, const char16_t* defaultValue)
+CAttributeInfo::CAttributeInfo(const char16_t* attributeName, const char16_t* attributeNamespace, int32_t propertyIndex,
+                               bool optional, const char16_t* defaultValue)
     : m_attributeName(attributeName ? attributeName : u""),
       m_attributeNamespace(attributeNamespace ? attributeNamespace : u""),
       m_propertyIndex(propertyIndex),
@@ -93,8 +93,7 @@ void CAttributeInfoAny::AttributeToXml(const Context& context, const Object* obj
 }
 
 bool CAttributeInfoAny::AttributeFromXml(const Context&, Object* object, Attribute* attribute) const {
-    if (!IsNamespaceValid(attribute->GetNamespaceURI().c_str(), m_namespacePattern.c_str(),
-                          m_targetNamespace.c_str()))
+    if (!IsNamespaceValid(attribute->GetNamespaceURI().c_str(), m_namespacePattern.c_str(), m_targetNamespace.c_str()))
         return false;
     KvVariant value;
     InvokePropertyGet(object, value);

@@ -232,8 +232,9 @@ void CElementInfo::ElementFromXmlEnum(const Context& context, Object* object, El
 }
 
 void CElementInfo::ThrowMissingChild(const Element* parent) const {
-    throw CKvValidationException(FormatString(u"Failed to find the required child element [%s].", m_elementName.c_str()),
-                                 parent ? parent->GetXPath() : u"");
+    throw CKvValidationException(
+        FormatString(u"Failed to find the required child element [%s].", m_elementName.c_str()),
+        parent ? parent->GetXPath() : u"");
 }
 
 CXmlElement* CElementInfo::FromXml_Int(CXmlObjectBase* object, Element* element, Element* firstChild,
@@ -244,7 +245,6 @@ CXmlElement* CElementInfo::FromXml_Int(CXmlObjectBase* object, Element* element,
 void CElementInfo::AttributesToXml_Int(CXmlObjectBase* object, Writer* writer, const Context& context) {
     CXmlObjectBase::AttributesToXml_Int(object, writer, context);
 }
-
 
 bool CElementInfo::MandatoryRule(bool written) const {
     if (!written)
@@ -262,8 +262,7 @@ CSmartPtr<CXmlCollectionBase> CElementInfo::GetPropertyCollection(const Object* 
 
 CSmartPtr<CXmlObjectBase> CElementInfo::GetRequiredObject(const Object* object) const {
     CSmartPtr<CXmlObjectBase> child = GetPropertyObject(object);
-    if (!child)
-        throw CKvException(FormatString(u"The property [%s] does not hold an object.", m_elementName.c_str()));
+    if (!child) throw CKvException(FormatString(u"The property [%s] does not hold an object.", m_elementName.c_str()));
     return child;
 }
 
@@ -295,7 +294,6 @@ void CElementInfo::ReadOwnElement(const Context& context, CXmlObjectBase* child,
     FromXml_Int(child, element, element->GetFirstElement(), context, ignoreMissingChoice);
     *current = element->GetNextSiblingElement();
 }
-
 
 CSmartPtr<CXmlObjectBase> CElementInfo::CreateByClassId(ClassCreatorFunc creator, int32_t classId,
                                                         const std::u16string& name) {
@@ -352,8 +350,7 @@ bool CElementInfo::TakeChildByElement(const Context& context, Object* object, El
     auto create = [&]() {
         CSmartPtr<CXmlObjectBase> created = CreateByElement(creator, *current, m_elementName);
         if (!created)
-            throw CKvException(
-                FormatString(u"The creator function made no object for [%s].", m_elementName.c_str()));
+            throw CKvException(FormatString(u"The creator function made no object for [%s].", m_elementName.c_str()));
         return created;
     };
     if (recordType != XmlElementType_Element) return ReadNewContent(context, object, parent, current, create());
@@ -367,8 +364,8 @@ CXmlElement* CElementInfo::ReadUntypedCollection(const Context& context, Object*
     CSmartPtr<CXmlObjectBase> held = GetRequiredObject(object);
     CElementCol* elements = dynamic_cast<CElementCol*>(held.get());
     if (!elements)
-        throw CKvException(FormatString(u"The property [%s] does not hold an element collection.",
-                                        m_elementName.c_str()));
+        throw CKvException(
+            FormatString(u"The property [%s] does not hold an element collection.", m_elementName.c_str()));
     collection = elements;
     if (m_elementName == BindingHelpers::kAnyElement) return FromXml_Int(elements, parent, current, context, false);
     // With no element left there is no namespace to lock to; the empty one matches nothing present.

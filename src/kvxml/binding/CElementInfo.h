@@ -63,8 +63,7 @@ public:
     static std::u16string GetAnyDefaultNamespace(const char16_t* pattern, const char16_t* defaultNamespace,
                                                  const char16_t* targetNamespace);
 
-    bool ElementToXmlCls(const Context& context, const Object* object, Writer* writer,
-                         bool noErrorOnEmptyChoice) const;
+    bool ElementToXmlCls(const Context& context, const Object* object, Writer* writer, bool noErrorOnEmptyChoice) const;
     bool ElementToXmlCol(const Context& context, const Object* object, Writer* writer) const;
     bool ElementToXmlPrim(const Context& context, const Object* object, Writer* writer) const;
     bool ElementToXmlEnum(const Context& context, const Object* object, Writer* writer,
@@ -115,15 +114,13 @@ protected:
     // The property's object; throws when the property holds none.
     KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase> GetRequiredObject(const Object* object) const;
     // Creators called through the checks that keep a broken table from reaching a null function.
-    static KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase> CreateByClassId(ClassCreatorFunc creator,
-                                                                             int32_t classId,
+    static KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase> CreateByClassId(ClassCreatorFunc creator, int32_t classId,
                                                                              const std::u16string& name);
     static KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase> CreateByElement(ElementCreatorFunc creator,
                                                                              Element* element,
                                                                              const std::u16string& name);
     // A new wildcard element for an optional xs:any record, in the namespace the pattern defaults to.
-    KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase> MakeWildcard(const std::u16string& pattern,
-                                                                   const char16_t* ns,
+    KvXmlLib16::CSmartPtr<KvXmlLib16::CXmlObjectBase> MakeWildcard(const std::u16string& pattern, const char16_t* ns,
                                                                    const std::u16string& targetNamespace) const;
     // Lets a wildcard read at *current when the record's name allows it; returns where it stopped.
     Element* ReadWildcard(const Context& context, KvXmlLib16::CXmlObjectBase* wildcard, Element* parent,

@@ -48,8 +48,8 @@ bool CElementInfoAllAbsClsOpt::Validate(const Context&, const Object*, bool, boo
 
 // ---- classes ----------------------------------------------------------------------------------
 
-bool CElementInfoAllClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                           Element** current, const char16_t*, XmlElementType) const {
+bool CElementInfoAllClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                           const char16_t*, XmlElementType) const {
     if (m_elementType != XmlElementType_Element) {
         Element* result = FromXml_Int(GetRequiredObject(object), parent, *current, context, false);
         const bool took = result != *current;
@@ -68,8 +68,8 @@ bool CElementInfoAllClsMnd::Validate(const Context&, const Object*, bool found, 
     return MandatoryFound(m_elementName, found, strict);
 }
 
-bool CElementInfoAllClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                           Element** current, const char16_t*, XmlElementType) const {
+bool CElementInfoAllClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                           const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
         if (!IsThisElement(context, *current)) return false;
         ReadNewChild(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
@@ -117,8 +117,8 @@ bool CElementInfoAllPrimOpt::Validate(const Context&, const Object*, bool, bool)
 
 // ---- wildcards --------------------------------------------------------------------------------
 
-bool CElementInfoAllUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                             Element** current, const char16_t*, XmlElementType) const {
+bool CElementInfoAllUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                             const char16_t*, XmlElementType) const {
     if (!*current) return false;
     Element* result = ReadWildcard(context, GetRequiredObject(object), parent, *current);
     if (result == *current) return false;
@@ -130,8 +130,8 @@ bool CElementInfoAllUntpdMnd::Validate(const Context&, const Object*, bool found
     return MandatoryFound(m_elementName, found, strict);
 }
 
-bool CElementInfoAllUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                             Element** current, const char16_t* ns, XmlElementType) const {
+bool CElementInfoAllUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                             const char16_t* ns, XmlElementType) const {
     if (!*current) return false;
     CSmartPtr<CXmlObjectBase> wildcard = MakeWildcard(m_namespacePattern, ns, m_targetNamespace);
     Element* result = ReadWildcard(context, wildcard, parent, *current);

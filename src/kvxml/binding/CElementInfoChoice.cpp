@@ -115,16 +115,15 @@ bool FinishChoiceCollection(const CSerializationContext& context, CXmlCollection
 
 } // namespace
 
-bool CElementInfoChoiceCol::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                           Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoChoiceCol::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                           const char16_t*, XmlElementType parentType) const {
     CSmartPtr<CXmlCollectionBase> collection = GetPropertyCollection(object);
     Element* result = FromXml_Int(collection.get(), parent, *current, context, false);
     return FinishChoiceCollection(context, collection, result, current, parentType);
 }
 
 bool CElementInfoChoiceUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                                Element** current, const char16_t*,
-                                                XmlElementType parentType) const {
+                                                Element** current, const char16_t*, XmlElementType parentType) const {
     CSmartPtr<CXmlCollectionBase> collection;
     Element* result = ReadUntypedCollection(context, object, parent, *current, collection);
     return FinishChoiceCollection(context, collection, result, current, parentType);

@@ -147,8 +147,7 @@ protected:
 class KVXML_API CElementInfoClsMndKind : public CElementInfoClsKind<Occurrence::Mandatory> {
 public:
     CElementInfoClsMndKind(const char16_t* elementName, const char16_t* elementNamespace, int32_t propertyIndex,
-                           XmlElementType elementType, ClassCreatorFunc creator, int32_t classId,
-                           bool contentRequired)
+                           XmlElementType elementType, ClassCreatorFunc creator, int32_t classId, bool contentRequired)
         : CElementInfoClsKind(elementName, elementNamespace, propertyIndex, elementType, creator, classId),
           m_contentRequired(contentRequired) {}
 

@@ -49,8 +49,8 @@ bool CElementInfoSeqAbsClsOpt::ElementFromXml(const Context& context, Object* ob
 
 // ---- classes ----------------------------------------------------------------------------------
 
-bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                           Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                           const char16_t*, XmlElementType parentType) const {
     if (m_elementType == XmlElementType_Element) {
         if (parentType != XmlElementType_Element) {
             if (!IsThisElement(context, *current)) return false;
@@ -91,8 +91,8 @@ bool CElementInfoSeqClsMnd::ElementFromXml(const Context& context, Object* objec
     ThrowMissingChild(parent);
 }
 
-bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                           Element** current, const char16_t*, XmlElementType) const {
+bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                           const char16_t*, XmlElementType) const {
     if (m_elementType == XmlElementType_Element) {
         if (IsThisElement(context, *current))
             ReadNewChild(context, object, parent, current, CreateByClassId(m_creator, m_classId, m_elementName));
@@ -105,8 +105,8 @@ bool CElementInfoSeqClsOpt::ElementFromXml(const Context& context, Object* objec
 
 // ---- enumerations and primitives --------------------------------------------------------------
 
-bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                            Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoSeqEnumMnd::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                            const char16_t*, XmlElementType parentType) const {
     if (parentType != XmlElementType_Element) {
         // Unlike the primitive record, no search forward here.
         if (!IsThisElement(context, *current)) return false;
@@ -130,8 +130,8 @@ bool CElementInfoSeqEnumOpt::ElementFromXml(const Context& context, Object* obje
     return true;
 }
 
-bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                            Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoSeqPrimMnd::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                            const char16_t*, XmlElementType parentType) const {
     for (;;) {
         if (*current && IsThisElement(context, *current)) {
             ElementFromXmlPrim(context, object, current);
@@ -156,8 +156,8 @@ bool CElementInfoSeqPrimOpt::ElementFromXml(const Context& context, Object* obje
 
 // ---- wildcards --------------------------------------------------------------------------------
 
-bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                             Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                             const char16_t*, XmlElementType parentType) const {
     if (!*current) ThrowMissingChild(parent);
     CSmartPtr<CXmlObjectBase> wildcard = GetRequiredObject(object);
     Element* result = ReadWildcard(context, wildcard, parent, *current);
@@ -171,8 +171,8 @@ bool CElementInfoSeqUntpdMnd::ElementFromXml(const Context& context, Object* obj
     return true;
 }
 
-bool CElementInfoSeqUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                             Element** current, const char16_t* ns, XmlElementType) const {
+bool CElementInfoSeqUntpdOpt::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                             const char16_t* ns, XmlElementType) const {
     if (!*current) return true;
     CSmartPtr<CXmlObjectBase> wildcard = MakeWildcard(m_namespacePattern, ns, m_targetNamespace);
     Element* result = ReadWildcard(context, wildcard, parent, *current);
@@ -195,15 +195,14 @@ bool CElementInfoSeqCol::ElementToXml(const Context& context, const Object* obje
     return CollectionRule(context, object, writer, true);
 }
 
-bool CElementInfoSeqCol::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                        Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoSeqCol::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                        const char16_t*, XmlElementType parentType) const {
     CSmartPtr<CXmlCollectionBase> collection = GetPropertyCollection(object);
     *current = FromXml_Int(collection.get(), parent, *current, context, false);
     return CountRule(context, collection, parentType);
 }
 
-bool CElementInfoSeqCol::CountRule(const Context& context, CXmlCollectionBase* collection,
-                                   XmlElementType parentType) {
+bool CElementInfoSeqCol::CountRule(const Context& context, CXmlCollectionBase* collection, XmlElementType parentType) {
     if (parentType == XmlElementType_Element) {
         collection->ValidateCount(context);
         return true;
@@ -211,8 +210,8 @@ bool CElementInfoSeqCol::CountRule(const Context& context, CXmlCollectionBase* c
     return collection->IsValidCount(context);
 }
 
-bool CElementInfoSeqUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent,
-                                             Element** current, const char16_t*, XmlElementType parentType) const {
+bool CElementInfoSeqUntpdCol::ElementFromXml(const Context& context, Object* object, Element* parent, Element** current,
+                                             const char16_t*, XmlElementType parentType) const {
     CSmartPtr<CXmlCollectionBase> collection;
     *current = ReadUntypedCollection(context, object, parent, *current, collection);
     return CountRule(context, collection, parentType);

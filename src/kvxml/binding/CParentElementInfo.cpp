@@ -6,8 +6,7 @@ CParentElementInfo::CParentElementInfo(XmlElementGroupType groupType, XmlElement
                                        const char16_t* elementName, const char16_t* elementNamespace,
                                        bool fromXmlFailIfAttributeUnknown, bool hasBaseClasses,
                                        int32_t primitiveValuePropertyIndex, KvXmlLib16::ItemType primitiveDataType,
-                                       const char16_t* primitiveFormatOverride,
-                                       bool outputPrimitiveClassAsTextProperty)
+                                       const char16_t* primitiveFormatOverride, bool outputPrimitiveClassAsTextProperty)
     : m_groupType(groupType),
       m_elementType(elementType),
       m_elementName(elementName ? elementName : u""),

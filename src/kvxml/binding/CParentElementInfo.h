@@ -27,13 +27,13 @@ enum XmlElementType : int32_t {
 namespace KvXmlLib16Data {
 
 using KvXmlLib16::XmlElementGroupType;
-using KvXmlLib16::XmlElementGroupType_Seq;
-using KvXmlLib16::XmlElementGroupType_Choice;
 using KvXmlLib16::XmlElementGroupType_All;
+using KvXmlLib16::XmlElementGroupType_Choice;
+using KvXmlLib16::XmlElementGroupType_Seq;
 using KvXmlLib16::XmlElementType;
 using KvXmlLib16::XmlElementType_Element;
-using KvXmlLib16::XmlElementType_Pseudo;
 using KvXmlLib16::XmlElementType_Inline;
+using KvXmlLib16::XmlElementType_Pseudo;
 
 // One per generated class: how the class's own element behaves.
 class KVXML_API CParentElementInfo {

@@ -48,8 +48,8 @@ std::u16string CNamespaceAliasMap::GetNamespaceAt(int32_t index) const {
     // Stepping past the last entry (or into an empty map) would leave the map, so that is refused
     // rather than followed.
     if (m_map.empty() || index >= static_cast<int64_t>(m_map.size()))
-        throw CKvException(FormatString(u"Namespace index %d is out of range; the map holds %d entries",
-                                        index, static_cast<int32_t>(m_map.size())));
+        throw CKvException(FormatString(u"Namespace index %d is out of range; the map holds %d entries", index,
+                                        static_cast<int32_t>(m_map.size())));
     auto it = m_map.begin();
     for (int32_t i = 0; i < index; ++i) ++it;
     return it->first;

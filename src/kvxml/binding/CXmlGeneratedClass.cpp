@@ -147,8 +147,8 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const char16
             writer->WriteStartElement(m_elementName, ns);
             if (isRoot) {
                 CSmartPtr<CAttributeCol> extra = context.GetAdditionalRootAttributes();
-                if (extra) CXmlObjectBase::ToXml_Int(extra.get(), writer, false, ns.c_str(), context,
-                                                     noErrorOnEmptyChoice);
+                if (extra)
+                    CXmlObjectBase::ToXml_Int(extra.get(), writer, false, ns.c_str(), context, noErrorOnEmptyChoice);
             }
             AttributesToXml_Int(writer, context);
             if (isRoot) {
@@ -172,17 +172,12 @@ void CXmlGeneratedClass::WriteBody(const CParentElementInfo& info, const CSerial
         return;
     }
     switch (info.GetElementGroupType()) {
-    case XmlElementGroupType_Seq:
-        ProcessElementSeqToXml(context, GetClassElementInfo(), writer);
-        break;
+    case XmlElementGroupType_Seq: ProcessElementSeqToXml(context, GetClassElementInfo(), writer); break;
     case XmlElementGroupType_Choice:
         ProcessElementChoiceToXml(context, GetClassElementInfo(), writer, noErrorOnEmptyChoice);
         break;
-    case XmlElementGroupType_All:
-        ProcessElementAllToXml(context, GetClassElementInfo(), writer);
-        break;
-    default:
-        throw CKvException(u"Unknown XML Group Type");
+    case XmlElementGroupType_All: ProcessElementAllToXml(context, GetClassElementInfo(), writer); break;
+    default: throw CKvException(u"Unknown XML Group Type");
     }
     // The text value comes after the children.
     if (info.GetPrimitiveValuePropertyIndex() != -1 && info.GetPrimitiveDataType() != ItemType_Invalid) {
@@ -191,8 +186,8 @@ void CXmlGeneratedClass::WriteBody(const CParentElementInfo& info, const CSerial
         if (value.IsNil())
             writer->WriteXsiNil();
         else
-            writer->WriteElementText(value.ToString(info.PrimitiveFormatOverrideRef().c_str()),
-                                     value.GetTypeAsEnum(), false);
+            writer->WriteElementText(value.ToString(info.PrimitiveFormatOverrideRef().c_str()), value.GetTypeAsEnum(),
+                                     false);
     }
 }
 
@@ -213,9 +208,10 @@ void CXmlGeneratedClass::ProcessElementChoiceToXml(const CSerializationContext& 
         for (size_t i = 0; elements[i]; ++i)
             if (elements[i]->ElementToXml(context, this, writer)) return;
     if (DoesElementContainOptionalElements() || noErrorOnEmptyChoice || context.GetIgnoreMissingChoice()) return;
-    throw CKvValidationException(u"This element is a choice, and as such must have at one (and only one) valid item, "
-                                 u"currently there are none set",
-                                 std::u16string());
+    throw CKvValidationException(
+        u"This element is a choice, and as such must have at one (and only one) valid item, "
+        u"currently there are none set",
+        std::u16string());
 }
 
 bool CXmlGeneratedClass::DoesElementContainOptionalElements() const {
@@ -286,17 +282,12 @@ void CXmlGeneratedClass::ReadBody(const CParentElementInfo& info, CXmlElement* e
                                   bool ignoreMissingChoice) {
     const XmlElementType type = info.GetElementType();
     switch (info.GetElementGroupType()) {
-    case XmlElementGroupType_Seq:
-        result = ProcessElementSeqFromXml(context, element, firstChild, type);
-        break;
+    case XmlElementGroupType_Seq: result = ProcessElementSeqFromXml(context, element, firstChild, type); break;
     case XmlElementGroupType_Choice:
         result = ProcessElementChoiceFromXml(context, element, firstChild, type, ignoreMissingChoice);
         break;
-    case XmlElementGroupType_All:
-        result = ProcessElementAllFromXml(context, element, firstChild, type);
-        break;
-    default:
-        throw CKvException(u"Unknown Group Type");
+    case XmlElementGroupType_All: result = ProcessElementAllFromXml(context, element, firstChild, type); break;
+    default: throw CKvException(u"Unknown Group Type");
     }
     const int32_t index = info.GetPrimitiveValuePropertyIndex();
     if (index != -1 && info.GetPrimitiveDataType() != ItemType_Invalid) {
@@ -377,9 +368,9 @@ CXmlElement* CXmlGeneratedClass::ProcessElementSeqFromXml(const CSerializationCo
     }
 }
 
-CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializationContext& context,
-                                                             CXmlElement* parent, CXmlElement* firstChild,
-                                                             XmlElementType parentType, bool ignoreMissingChoice) {
+CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializationContext& context, CXmlElement* parent,
+                                                             CXmlElement* firstChild, XmlElementType parentType,
+                                                             bool ignoreMissingChoice) {
     CElementInfo** records = GetClassElementInfo();
     const size_t count = CountOf(records);
     const std::u16string ns = NamespaceFor(records, count);

@@ -36,15 +36,14 @@ public:
 
     // The engine.
     void AttributesToXml_Int(CXmlWriter* writer, const CSerializationContext& context) const override;
-    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
-                   const CSerializationContext& context, bool noErrorOnEmptyChoice) const override;
+    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
+                   bool noErrorOnEmptyChoice) const override;
     CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild, const CSerializationContext& context,
                              bool ignoreMissingChoice) override;
 
     void ProcessAttributesToXml(const CSerializationContext& context, KvXmlLib16Data::CElementInfo** elements,
                                 KvXmlLib16Data::CAttributeInfo** attributes, CXmlWriter* writer) const;
-    void ProcessAttributesFromXml(const CSerializationContext& context, CXmlElement* element,
-                                  bool failIfUnknown);
+    void ProcessAttributesFromXml(const CSerializationContext& context, CXmlElement* element, bool failIfUnknown);
 
     // Generated code builds its tables under this lock on first use; the library never enters it.
     static CKVCriticalSection m_csInit;
@@ -78,9 +77,8 @@ private:
     std::u16string NamespaceFor(KvXmlLib16Data::CElementInfo** records, size_t count);
     void WriteBody(const KvXmlLib16Data::CParentElementInfo& classInfo, const CSerializationContext& context,
                    CXmlWriter* writer, bool noErrorOnEmptyChoice) const;
-    void ReadBody(const KvXmlLib16Data::CParentElementInfo& classInfo, CXmlElement* element,
-                  CXmlElement*& result, CXmlElement* firstChild, const CSerializationContext& context,
-                  bool ignoreMissingChoice);
+    void ReadBody(const KvXmlLib16Data::CParentElementInfo& classInfo, CXmlElement* element, CXmlElement*& result,
+                  CXmlElement* firstChild, const CSerializationContext& context, bool ignoreMissingChoice);
 };
 
 } // namespace KvXmlLib16

@@ -25,15 +25,11 @@ CXmlObjectBase::~CXmlObjectBase() { m_elementName.clear(); }
 
 void CXmlObjectBase::OnEvent(CXmlObjectBase*, MsgType, void*) {}
 
-const CXmlObjectBase* CXmlObjectBase::GetBase() const {
-    return const_cast<CXmlObjectBase*>(this)->GetBase();
-}
+const CXmlObjectBase* CXmlObjectBase::GetBase() const { return const_cast<CXmlObjectBase*>(this)->GetBase(); }
 
 void CXmlObjectBase::SetElementName(const char16_t* name) { m_elementName = name ? name : u""; }
 
-void CXmlObjectBase::SetElementName(CXmlObjectBase* object, const char16_t* name) {
-    object->SetElementName(name);
-}
+void CXmlObjectBase::SetElementName(CXmlObjectBase* object, const char16_t* name) { object->SetElementName(name); }
 
 // ---- writing ----
 
@@ -104,8 +100,9 @@ void CXmlObjectBase::TestNamespace(const char16_t* namespaceUri, const char16_t*
                                    const char16_t* targetNamespace) {
     if (!IsNamespaceValid(namespaceUri, pattern, targetNamespace))
         throw CKvInvalidNamespaceException(
-            FormatString(u"Invalid namespace [%s]. The namespace must be one of [%s] where the target namespace is [%s].",
-                         Safe(namespaceUri), Safe(pattern), Safe(targetNamespace)),
+            FormatString(
+                u"Invalid namespace [%s]. The namespace must be one of [%s] where the target namespace is [%s].",
+                Safe(namespaceUri), Safe(pattern), Safe(targetNamespace)),
             std::u16string());
 }
 
@@ -120,21 +117,22 @@ void CXmlObjectBase::Throw_IfElementNameDiffers(const CXmlObjectBase* object, co
     const CXmlObjectBase* base = object->GetBase();
     const std::u16string& actual = base->m_elementName;
     if (actual != Safe(requiredName))
-        throw CKvInvalidParamException(
-            FormatString(u"This property requires an element with the name %s the element being set has the element name %s",
-                         Safe(requiredName), actual.c_str()));
+        throw CKvInvalidParamException(FormatString(
+            u"This property requires an element with the name %s the element being set has the element name %s",
+            Safe(requiredName), actual.c_str()));
 }
 
-void CXmlObjectBase::Choice_SetElementValid(bool valid, const char16_t* propertyName, std::u16string& selectedProperty) {
+void CXmlObjectBase::Choice_SetElementValid(bool valid, const char16_t* propertyName,
+                                            std::u16string& selectedProperty) {
     if (!valid) {
         selectedProperty.clear();
         return;
     }
     // Nothing selected differs from any name too, so a first selection through here fails as well.
     if (selectedProperty != Safe(propertyName))
-        throw CKvInvalidStateException(FormatString(
-            u"The Property %s is already set. Only one element within this class bay be set at a time",
-            selectedProperty.c_str()));
+        throw CKvInvalidStateException(
+            FormatString(u"The Property %s is already set. Only one element within this class bay be set at a time",
+                         selectedProperty.c_str()));
     selectedProperty = Safe(propertyName);
 }
 
@@ -146,9 +144,9 @@ void CXmlObjectBase::Choice_SelectElement(const char16_t* propertyName, const CX
     }
     if (!selectedProperty.empty()) {
         if (!newValue) return;
-        throw CKvInvalidStateException(FormatString(
-            u"The Property [%s] is already set. Only one element within this class bay be set at a time",
-            selectedProperty.c_str()));
+        throw CKvInvalidStateException(
+            FormatString(u"The Property [%s] is already set. Only one element within this class bay be set at a time",
+                         selectedProperty.c_str()));
     }
     selectedProperty = Safe(propertyName);
 }
@@ -161,9 +159,9 @@ void CXmlObjectBase::Choice_CollectionChanged(const char16_t* propertyName, int3
     }
     if (!selectedProperty.empty()) {
         if (newItemCount == 0) return;
-        throw CKvInvalidStateException(FormatString(
-            u"The Property [%s] is already set. Only one element within this class bay be set at a time",
-            selectedProperty.c_str()));
+        throw CKvInvalidStateException(
+            FormatString(u"The Property [%s] is already set. Only one element within this class bay be set at a time",
+                         selectedProperty.c_str()));
     }
     if (newItemCount < 1) return;
     selectedProperty = Safe(propertyName);
@@ -192,9 +190,8 @@ void CXmlObjectBase::FireOnCollectionRemoveCompleteEvent(IEventSink* sink, CXmlC
     sink->OnEvent(collection->GetBase(), IEventSink::MsgType_ItemRemoved, index == -1 ? nullptr : &index);
 }
 
-void CXmlObjectBase::Choice_Read_Collection(CXmlCollectionBase* collection, CXmlElement* parent,
-                                            CXmlElement*& current, int32_t& itemsRead,
-                                            const CSerializationContext& context) {
+void CXmlObjectBase::Choice_Read_Collection(CXmlCollectionBase* collection, CXmlElement* parent, CXmlElement*& current,
+                                            int32_t& itemsRead, const CSerializationContext& context) {
     if (itemsRead >= 1) return;
     CXmlElement* next = collection->FromXml_Int(parent, current, context, false);
     if (next != current) {

@@ -48,8 +48,7 @@ public:
     // is offered, zlib is not. With AsyncToXmlFile on and no compression the text goes to the
     // file while it is produced; otherwise the whole document is built in memory first.
     virtual void ToXmlFile(const char16_t* fileName, bool includeDeclaration, bool formatted, XmlEncoding encoding,
-                           EOLType eolType, const CSerializationContext& context,
-                           CompressionType compression) const;
+                           EOLType eolType, const CSerializationContext& context, CompressionType compression) const;
 
     virtual std::u16string GetTargetNamespace() = 0;
     virtual std::u16string GetNamespace() = 0;
@@ -71,7 +70,8 @@ public:
                                      const char16_t* name, const char16_t* namespaceUri);
     // Tests a namespace against a wildcard pattern ("##any", "##other", "##local",
     // "##targetNamespace" or a URI) given the target namespace.
-    static bool IsNamespaceValid(const char16_t* namespaceUri, const char16_t* pattern, const char16_t* targetNamespace);
+    static bool IsNamespaceValid(const char16_t* namespaceUri, const char16_t* pattern,
+                                 const char16_t* targetNamespace);
     // As IsNamespaceValid, failing with CKvInvalidNamespaceException instead of returning false.
     static void TestNamespace(const char16_t* namespaceUri, const char16_t* pattern, const char16_t* targetNamespace);
     static void Throw_IfPropertyIsNull(const CXmlObjectBase* object, const char16_t* propertyName);

@@ -39,9 +39,8 @@ void ReadDocument(CXmlObjectBase& object, CXmlDocument& document, const CSeriali
 
 } // namespace
 
-CBinaryData CXmlObjectBase::ToXmlStream(bool includeDeclaration, bool formatted, XmlEncoding encoding,
-                                        EOLType eolType, const CSerializationContext& context,
-                                        CompressionType compression) const {
+CBinaryData CXmlObjectBase::ToXmlStream(bool includeDeclaration, bool formatted, XmlEncoding encoding, EOLType eolType,
+                                        const CSerializationContext& context, CompressionType compression) const {
     CTextStream stream(4095, encoding);
     WriteDocument(*this, stream, includeDeclaration, formatted, eolType, context);
     CBinaryData data = stream.GetBinaryData();
@@ -49,8 +48,8 @@ CBinaryData CXmlObjectBase::ToXmlStream(bool includeDeclaration, bool formatted,
     return data;
 }
 
-void CXmlObjectBase::ToXmlFile(const char16_t* fileName, bool includeDeclaration, bool formatted,
-                               XmlEncoding encoding, EOLType eolType, const CSerializationContext& context,
+void CXmlObjectBase::ToXmlFile(const char16_t* fileName, bool includeDeclaration, bool formatted, XmlEncoding encoding,
+                               EOLType eolType, const CSerializationContext& context,
                                CompressionType compression) const {
     if (compression == CompressionType_ZLib)
         throw CKvException(u"ZLIB Compression only available for To Stream methods.");

@@ -9,9 +9,7 @@ namespace KvXmlLib16 {
 
 namespace {
 
-std::u16string_view OrEmpty(const char16_t* text) {
-    return text ? std::u16string_view(text) : std::u16string_view();
-}
+std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
 // A successful parse always has a root; this guards the call below should that ever change.
 CXmlElement* RootOf(const CXmlDocument& document) {

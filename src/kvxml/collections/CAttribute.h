@@ -35,8 +35,8 @@ public:
     void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
                    bool noErrorOnEmptyChoice) const override;
     // Attributes are read by their collection; this always throws.
-    CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild,
-                             const CSerializationContext& context, bool ignoreMissingChoice) override;
+    CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement* firstChild, const CSerializationContext& context,
+                             bool ignoreMissingChoice) override;
 
 protected:
     friend class CAttributeCol;

@@ -21,8 +21,7 @@ std::u16string NamespaceFromRestriction(const std::u16string& restriction) {
 
 } // namespace
 
-CAttributeCol::CAttributeCol(const char16_t* namespaceUri, const char16_t* restriction,
-                             const char16_t* targetNamespace)
+CAttributeCol::CAttributeCol(const char16_t* namespaceUri, const char16_t* restriction, const char16_t* targetNamespace)
     : m_restriction(Safe(restriction)), m_targetNamespace(Safe(targetNamespace)) {
     m_namespace = Safe(namespaceUri);
     if (m_namespace.empty()) m_namespace = NamespaceFromRestriction(m_restriction);
@@ -65,8 +64,7 @@ void CAttributeCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespac
         n->m_item->GetBase()->ToXml_Int(writer, false, namespaceUri, context, false);
 }
 
-CXmlElement* CAttributeCol::FromXml_Int(CXmlElement* element, CXmlElement* cursor, const CSerializationContext&,
-                                        bool) {
+CXmlElement* CAttributeCol::FromXml_Int(CXmlElement* element, CXmlElement* cursor, const CSerializationContext&, bool) {
     for (const CXmlAttribute* attribute : element->GetAttributes()) {
         if (!IsNamespaceValid(attribute->GetNamespaceURI().c_str(), m_restriction.c_str(), m_targetNamespace.c_str()))
             throw CKvInvalidNamespaceException(

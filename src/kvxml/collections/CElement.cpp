@@ -43,7 +43,8 @@ CElement::CElement(const CXmlObjectBase* object, const char16_t* defaultNamespac
     if (defaultNamespace) m_defaultNamespace = defaultNamespace;
     CSerializationContext context;
     context.SetDefaultNamespaceURI(m_defaultNamespace.c_str());
-    const CBinaryData bytes = object->ToXmlStream(false, false, XmlEncoding_UTF8, EOLType_LF, context, CompressionType_None);
+    const CBinaryData bytes =
+        object->ToXmlStream(false, false, XmlEncoding_UTF8, EOLType_LF, context, CompressionType_None);
     CXmlDocument document(context);
     document.LoadXmlStream(bytes.GetLength() != 0 ? bytes.GetData() : nullptr, bytes.GetLength());
     CopyXmlElement(document.GetDocumentElement());
@@ -77,14 +78,13 @@ void CElement::SetNamespaceRestrictions(const char16_t* restriction, const char1
             std::u16string());
     }
     for (const CNode* n = m_attributes->GetHead(); n; n = n->m_next)
-        TestNamespace(static_cast<CAttribute*>(n->m_item.get())->GetNamespace().c_str(), restriction,
-                      targetNamespace);
+        TestNamespace(static_cast<CAttribute*>(n->m_item.get())->GetNamespace().c_str(), restriction, targetNamespace);
     for (CElement* child : *m_childElements) child->SetNamespaceRestrictions(restriction, targetNamespace);
 }
 
 CSmartPtr<CElement> CElement::Clone() const {
-    CSmartPtr<CElement> copy(new CElement(m_name.c_str(), m_namespace.c_str(), m_namespaceRestriction.c_str(),
-                                          m_targetNamespace.c_str()));
+    CSmartPtr<CElement> copy(
+        new CElement(m_name.c_str(), m_namespace.c_str(), m_namespaceRestriction.c_str(), m_targetNamespace.c_str()));
     copy->m_attributes = m_attributes->Clone();
     copy->m_childElements = m_childElements->Clone();
     copy->m_text = m_text;
@@ -135,8 +135,7 @@ void CElement::ToXml_Int(CXmlWriter* writer, bool, const char16_t*, const CSeria
 // spliced in. Only the XML text writer can take such a splice. The attributes are left out.
 void CElement::ToXmlWithOwnWriter(CXmlWriter* writer, const CSerializationContext&, bool flag) const {
     auto* outer = dynamic_cast<CXmlTextWriter*>(writer);
-    if (!outer)
-        throw CKvException(u"An element with a default namespace of its own can only be written as XML text");
+    if (!outer) throw CKvException(u"An element with a default namespace of its own can only be written as XML text");
     CTextStream stream(4095, XmlEncoding_None);
     stream.Open();
     CXmlTextWriter inner(&stream);

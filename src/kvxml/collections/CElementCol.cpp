@@ -36,8 +36,7 @@ CElement* CElementCol::Add(const char16_t* name, const char16_t* namespaceUri) {
 }
 
 CElement* CElementCol::Add(const char16_t* name) {
-    if (m_elementNamespace.empty())
-        throw CKvInvalidStateException(u"A Namespace has not been set for this Collection");
+    if (m_elementNamespace.empty()) throw CKvInvalidStateException(u"A Namespace has not been set for this Collection");
     CSmartPtr<CElement> element(
         new CElement(name, m_elementNamespace.c_str(), m_restriction.c_str(), m_targetNamespace.c_str()));
     AppendItem(element);
@@ -75,12 +74,12 @@ void CElementCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespaceU
 
 CXmlElement* CElementCol::FromXml_Int(CXmlElement* parent, CXmlElement* element, const CSerializationContext& context,
                                       bool) {
-    while (element && IsNamespaceValid(element->GetNamespaceURI().c_str(), m_restriction.c_str(),
-                                       m_targetNamespace.c_str())) {
+    while (element &&
+           IsNamespaceValid(element->GetNamespaceURI().c_str(), m_restriction.c_str(), m_targetNamespace.c_str())) {
         CSmartPtr<CElement> item(new CElement(element->GetLocalName().c_str(), element->GetNamespaceURI().c_str(),
                                               m_restriction.c_str(), m_targetNamespace.c_str()));
         CXmlElement* next = item->FromXml_Int(parent, element, context, false);
-        if (next == element) return element;  // consumed nothing: the new element is dropped
+        if (next == element) return element; // consumed nothing: the new element is dropped
         Add(item);
         element = next;
     }

@@ -23,18 +23,18 @@ template <class V, ItemType Kind>
 struct KindOps;
 
 // The facet check through the variant, for kinds whose check is only reachable that way.
-#define KVXML_KIND_OPS(Value, Kind, Name, Setter, ToTextExpr)                                                   \
-    template <>                                                                                               \
-    struct KindOps<Value, Kind> {                                                                             \
+#define KVXML_KIND_OPS(Value, Kind, Name, Setter, ToTextExpr)                                                    \
+    template <>                                                                                                  \
+    struct KindOps<Value, Kind> {                                                                                \
         static Value FromText(const std::u16string& text, Rule rule) { return C::Name##FromString(text, rule); } \
-        static std::u16string ToText(const Value& value, [[maybe_unused]] const std::u16string& format) {    \
-            return ToTextExpr;                                                                                \
-        }                                                                                                     \
-        static void Check(const char16_t* name, const Value& value, const CPrimitiveRestrictions& r) {      \
-            KvVariant variant;                                                                                \
-            variant.Setter(value);                                                                            \
-            CheckPrimitiveRestrictions(name, variant, Kind, r);                                               \
-        }                                                                                                     \
+        static std::u16string ToText(const Value& value, [[maybe_unused]] const std::u16string& format) {        \
+            return ToTextExpr;                                                                                   \
+        }                                                                                                        \
+        static void Check(const char16_t* name, const Value& value, const CPrimitiveRestrictions& r) {           \
+            KvVariant variant;                                                                                   \
+            variant.Setter(value);                                                                               \
+            CheckPrimitiveRestrictions(name, variant, Kind, r);                                                  \
+        }                                                                                                        \
     };
 
 KVXML_KIND_OPS(CBinaryData, ItemType_hexBinary, hexBinary, SetHexBinary, C::hexBinaryToString(value))

@@ -62,8 +62,8 @@ public:
                   int32_t length, int32_t totalDigits, int32_t fractionDigits,
                   CWhitespaceUtils::WhitespaceRule whitespaceRule, const char16_t* formatOverride)
         : CValueArrayCol<V>(Kind, elementName, namespaceUri, minOccurs, maxOccurs, pattern, minLength, maxLength,
-                            minInclusive, maxInclusive, minExclusive, maxExclusive, length, totalDigits,
-                            fractionDigits, whitespaceRule, formatOverride) {}
+                            minInclusive, maxInclusive, minExclusive, maxExclusive, length, totalDigits, fractionDigits,
+                            whitespaceRule, formatOverride) {}
 
     void Add(const V& value) { AddAt(this->GetCount(), value); }
     // Message 1, the index test, the facet check, the insert, messages 2 and 0. A refused value
@@ -72,8 +72,8 @@ public:
     typename CValueArrayCol<V>::const_reference Item(int32_t index) const { return this->ItemAt(index); }
 
     // One element per value, named by the collection's own name and namespace.
-    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
-                   const CSerializationContext& context, bool noErrorOnEmptyChoice) const override;
+    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
+                   bool noErrorOnEmptyChoice) const override;
 
 protected:
     void AddFromString(const std::u16string& text) override;
@@ -96,8 +96,8 @@ public:
     virtual std::u16string ItemToString(const CDateTime& value) const;
 
     // Every value is handed to the writer as a dateTime, whichever member writes it.
-    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
-                   const CSerializationContext& context, bool noErrorOnEmptyChoice) const override;
+    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
+                   bool noErrorOnEmptyChoice) const override;
 
 protected:
     void AddFromString(const std::u16string& text) override;
@@ -115,8 +115,8 @@ public:
                   int32_t length, int32_t totalDigits, int32_t fractionDigits,
                   CWhitespaceUtils::WhitespaceRule whitespaceRule, const char16_t* formatOverride)
         : CdatetimeBaseCol(Kind, elementName, namespaceUri, minOccurs, maxOccurs, pattern, minLength, maxLength,
-                           minInclusive, maxInclusive, minExclusive, maxExclusive, length, totalDigits,
-                           fractionDigits, whitespaceRule, formatOverride) {}
+                           minInclusive, maxInclusive, minExclusive, maxExclusive, length, totalDigits, fractionDigits,
+                           whitespaceRule, formatOverride) {}
 
     // Throws CKvInvalidParamException for a value of another type tag, then checks the facets.
     void AddAt(int32_t index, const CDateTime& value) override;
@@ -146,20 +146,20 @@ extern template class CValueArrayCol<CBigInteger>;
 
 // The public collection classes. Each has its destructor in the library, so that its type
 // information is the library's own.
-#define KVXML_PRIMITIVE_COLLECTION(Name, Value, Kind)                           \
-    extern template class CPrimitiveCol<Value, Kind>;                           \
-    class KVXML_API Name : public CPrimitiveCol<Value, Kind> {                  \
-    public:                                                                     \
-        using CPrimitiveCol<Value, Kind>::CPrimitiveCol;                        \
-        ~Name() override;                                                       \
+#define KVXML_PRIMITIVE_COLLECTION(Name, Value, Kind)          \
+    extern template class CPrimitiveCol<Value, Kind>;          \
+    class KVXML_API Name : public CPrimitiveCol<Value, Kind> { \
+    public:                                                    \
+        using CPrimitiveCol<Value, Kind>::CPrimitiveCol;       \
+        ~Name() override;                                      \
     };
 
-#define KVXML_DATE_COLLECTION(Name, Kind, Tag)                                  \
-    extern template class CDateTypedCol<Kind, Tag>;                             \
-    class KVXML_API Name : public CDateTypedCol<Kind, Tag> {                    \
-    public:                                                                     \
-        using CDateTypedCol<Kind, Tag>::CDateTypedCol;                          \
-        ~Name() override;                                                       \
+#define KVXML_DATE_COLLECTION(Name, Kind, Tag)               \
+    extern template class CDateTypedCol<Kind, Tag>;          \
+    class KVXML_API Name : public CDateTypedCol<Kind, Tag> { \
+    public:                                                  \
+        using CDateTypedCol<Kind, Tag>::CDateTypedCol;       \
+        ~Name() override;                                    \
     };
 
 KVXML_PRIMITIVE_COLLECTION(ChexBinaryCol, CBinaryData, ItemType_hexBinary)

@@ -19,7 +19,9 @@ CXmlCollection::CXmlCollection() : m_head(nullptr), m_tail(nullptr), m_count(0) 
 
 CXmlCollection::CXmlCollection(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs,
                                int32_t maxOccurs)
-    : CXmlCollectionBase(elementName, namespaceUri, minOccurs, maxOccurs), m_head(nullptr), m_tail(nullptr),
+    : CXmlCollectionBase(elementName, namespaceUri, minOccurs, maxOccurs),
+      m_head(nullptr),
+      m_tail(nullptr),
       m_count(0) {}
 
 CXmlCollection::CXmlCollection(const CXmlCollection& other)

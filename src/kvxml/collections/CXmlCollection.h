@@ -25,8 +25,7 @@ public:
 class KVXML_API CXmlCollection : public CXmlCollectionBase {
 public:
     CXmlCollection();
-    CXmlCollection(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs,
-                   int32_t maxOccurs);
+    CXmlCollection(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs, int32_t maxOccurs);
     // A copy holds its own nodes on the same items (each item gains a reference), so that the
     // source and the copy may both be destroyed.
     CXmlCollection(const CXmlCollection& other);

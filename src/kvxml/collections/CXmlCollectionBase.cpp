@@ -10,8 +10,8 @@ namespace KvXmlLib16 {
 
 CXmlCollectionBase::CXmlCollectionBase() : m_minOccurs(0), m_maxOccurs(-1) {}
 
-CXmlCollectionBase::CXmlCollectionBase(const char16_t* elementName, const char16_t* namespaceUri,
-                                       int32_t minOccurs, int32_t maxOccurs)
+CXmlCollectionBase::CXmlCollectionBase(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs,
+                                       int32_t maxOccurs)
     : m_namespace(namespaceUri ? namespaceUri : u""), m_minOccurs(minOccurs), m_maxOccurs(maxOccurs) {
     SetElementName(elementName);
 }

@@ -20,8 +20,7 @@ class KVXML_API CXmlCollectionBase : public CXmlObjectBase {
 public:
     CXmlCollectionBase();
     // maxOccurs -1 means unbounded.
-    CXmlCollectionBase(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs,
-                       int32_t maxOccurs);
+    CXmlCollectionBase(const char16_t* elementName, const char16_t* namespaceUri, int32_t minOccurs, int32_t maxOccurs);
     // Copies bounds, namespace and the sink array (the sinks themselves are not owned).
     CXmlCollectionBase(const CXmlCollectionBase& other);
     CXmlCollectionBase& operator=(const CXmlCollectionBase& other);

@@ -7,12 +7,11 @@
 namespace KvXmlLib16 {
 
 CXmlTypeCollection::CXmlTypeCollection(ItemType kind, const char16_t* elementName, const char16_t* namespaceUri,
-                                       int32_t minOccurs, int32_t maxOccurs, const char16_t* pattern,
-                                       int32_t minLength, int32_t maxLength, const char16_t* minInclusive,
-                                       const char16_t* maxInclusive, const char16_t* minExclusive,
-                                       const char16_t* maxExclusive, int32_t length, int32_t totalDigits,
-                                       int32_t fractionDigits, CWhitespaceUtils::WhitespaceRule whitespaceRule,
-                                       const char16_t* formatOverride)
+                                       int32_t minOccurs, int32_t maxOccurs, const char16_t* pattern, int32_t minLength,
+                                       int32_t maxLength, const char16_t* minInclusive, const char16_t* maxInclusive,
+                                       const char16_t* minExclusive, const char16_t* maxExclusive, int32_t length,
+                                       int32_t totalDigits, int32_t fractionDigits,
+                                       CWhitespaceUtils::WhitespaceRule whitespaceRule, const char16_t* formatOverride)
     : CXmlCollectionBase(elementName, namespaceUri, minOccurs, maxOccurs),
       m_restrictions(pattern, minLength, maxLength, minInclusive, maxInclusive, minExclusive, maxExclusive, length,
                      totalDigits, fractionDigits),

@@ -53,22 +53,17 @@ std::u16string BooleansToString(const unsigned char* data, uint32_t length) {
 
 uint32_t CFastInfosetBinaryData::EncodeFixedItem(uint32_t algorithm, const std::u16string& text, unsigned char* out) {
     switch (algorithm) {
-    case Algorithm_Short:
-        return PutBigEndian(out, static_cast<uint16_t>(CConversions::i2FromString(text, kRule)), 2);
-    case Algorithm_Int:
-        return PutBigEndian(out, static_cast<uint32_t>(CConversions::i4FromString(text, kRule)), 4);
-    case Algorithm_Long:
-        return PutBigEndian(out, static_cast<uint64_t>(CConversions::i8FromString(text, kRule)), 8);
+    case Algorithm_Short: return PutBigEndian(out, static_cast<uint16_t>(CConversions::i2FromString(text, kRule)), 2);
+    case Algorithm_Int: return PutBigEndian(out, static_cast<uint32_t>(CConversions::i4FromString(text, kRule)), 4);
+    case Algorithm_Long: return PutBigEndian(out, static_cast<uint64_t>(CConversions::i8FromString(text, kRule)), 8);
     case Algorithm_Boolean:
         // Three unused bits counted in the high half, the value in bit 3.
         out[0] = CConversions::booleanFromString(text, kRule) ? 0x38 : 0x30;
         return 1;
-    case Algorithm_Float:
-        return PutBigEndian(out, std::bit_cast<uint32_t>(CConversions::r4FromString(text, kRule)), 4);
+    case Algorithm_Float: return PutBigEndian(out, std::bit_cast<uint32_t>(CConversions::r4FromString(text, kRule)), 4);
     case Algorithm_Double:
         return PutBigEndian(out, std::bit_cast<uint64_t>(CConversions::r8FromString(text, kRule)), 8);
-    default:
-        return 0;
+    default: return 0;
     }
 }
 
@@ -82,17 +77,12 @@ void CFastInfosetBinaryData::SetAsEncodedString(uint32_t algorithm, const char16
     }
     switch (algorithm) {
     case Algorithm_Hexadecimal:
-    case Algorithm_Uuid:  // plain hexadecimal: no hyphens, no length test
+    case Algorithm_Uuid: // plain hexadecimal: no hyphens, no length test
         SetAsHexString(value.c_str());
         break;
-    case Algorithm_Base64:
-        SetAsBase64(value.c_str());
-        break;
-    case Algorithm_Cdata:
-        Append(WideToUtf8(value.c_str()));
-        break;
-    default:
-        throw CKvException(u"Unknown byte encoding.");
+    case Algorithm_Base64: SetAsBase64(value.c_str()); break;
+    case Algorithm_Cdata: Append(WideToUtf8(value.c_str())); break;
+    default: throw CKvException(u"Unknown byte encoding.");
     }
 }
 
@@ -101,10 +91,8 @@ std::u16string CFastInfosetBinaryData::GetAsString(uint32_t algorithm) const {
     const unsigned char* data = GetData();
     if (length == 0 || data == nullptr) return std::u16string();
     switch (algorithm) {
-    case Algorithm_Hexadecimal:
-        return GetAsHexString();
-    case Algorithm_Base64:
-        return GetAsBase64();
+    case Algorithm_Hexadecimal: return GetAsHexString();
+    case Algorithm_Base64: return GetAsBase64();
     case Algorithm_Short:
         return JoinItems(data, length, 2, u"Invalid value for SHORT byte encoding.", [](const unsigned char* p) {
             return CConversions::i2ToString(static_cast<int16_t>(ReadBigEndian(p, 2)));
@@ -117,8 +105,7 @@ std::u16string CFastInfosetBinaryData::GetAsString(uint32_t algorithm) const {
         return JoinItems(data, length, 8, u"Invalid value for LONG byte encoding.", [](const unsigned char* p) {
             return CConversions::i8ToString(static_cast<int64_t>(ReadBigEndian(p, 8)));
         });
-    case Algorithm_Boolean:
-        return BooleansToString(data, length);
+    case Algorithm_Boolean: return BooleansToString(data, length);
     case Algorithm_Float:
         // The pattern is the first octet in all four positions; the other three are passed over.
         return JoinItems(data, length, 4, u"Invalid value for FLOAT byte encoding.", [](const unsigned char* p) {
@@ -131,8 +118,7 @@ std::u16string CFastInfosetBinaryData::GetAsString(uint32_t algorithm) const {
     case Algorithm_Uuid:
         return JoinItems(data, length, 16, u"Invalid value for UUID byte encoding.",
                          [](const unsigned char* p) { return CBinaryData::GetAsHexString(p, 16); });
-    default:
-        throw CKvException(u"Unknown byte encoding.");
+    default: throw CKvException(u"Unknown byte encoding.");
     }
 }
 

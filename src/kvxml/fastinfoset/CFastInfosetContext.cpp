@@ -11,8 +11,8 @@ namespace {
 
 void CheckEncodingIndex(uint32_t index) {
     if (index >= CFastInfosetContext::kEncodingCount)
-        throw CKvException(FormatString(u"Fast Infoset encoding index %u is out of range; it must be below %u",
-                                        index, CFastInfosetContext::kEncodingCount));
+        throw CKvException(FormatString(u"Fast Infoset encoding index %u is out of range; it must be below %u", index,
+                                        CFastInfosetContext::kEncodingCount));
 }
 
 } // namespace

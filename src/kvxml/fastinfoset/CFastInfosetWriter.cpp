@@ -77,7 +77,7 @@ CFastInfosetWriter::CFastInfosetWriter(CBinaryStream* stream, const CFastInfoset
       m_pendingElement(nullptr),
       m_terminatorPending(false),
       m_vocabulary(context->GetUseGeneratedVocabulary() ? new CFIVocabulary(*context->GetVocabulary())
-                                                         : new CFIVocabulary()),
+                                                        : new CFIVocabulary()),
       m_buffer(new unsigned char[kBufferSize]),
       m_used(0) {
     const auto& alphabets = m_vocabulary->m_restrictedAlphabets;
@@ -94,8 +94,7 @@ CFastInfosetWriter::~CFastInfosetWriter() {
     // What was written before a failure stays in the stream.
     try {
         Flush();
-    } catch (...) {
-    }
+    } catch (...) {}
 }
 
 void CFastInfosetWriter::OpenOutput() {}
@@ -224,8 +223,8 @@ void CFastInfosetWriter::WriteIndexBit3(unsigned char leading, uint32_t value) {
         // One less than the range's lower bound is subtracted here, unlike the other branches.
         const uint32_t v = value - 526368;
         const unsigned char octets[4] = {static_cast<unsigned char>(leading | 0x30),
-                                         static_cast<unsigned char>((v >> 16) & 0x0F), static_cast<unsigned char>(v >> 8),
-                                         static_cast<unsigned char>(v)};
+                                         static_cast<unsigned char>((v >> 16) & 0x0F),
+                                         static_cast<unsigned char>(v >> 8), static_cast<unsigned char>(v)};
         Put(octets, 4);
     }
 }
@@ -239,8 +238,8 @@ void CFastInfosetWriter::WriteIndexBit4(uint32_t value) {
         Put(octets, 2);
     } else if (value < 263185) {
         const uint32_t v = value - 1041;
-        const unsigned char octets[3] = {static_cast<unsigned char>(0xB4 | (v >> 16)), static_cast<unsigned char>(v >> 8),
-                                         static_cast<unsigned char>(v)};
+        const unsigned char octets[3] = {static_cast<unsigned char>(0xB4 | (v >> 16)),
+                                         static_cast<unsigned char>(v >> 8), static_cast<unsigned char>(v)};
         Put(octets, 3);
     } else {
         const uint32_t v = value - 263185;
@@ -292,7 +291,8 @@ void CFastInfosetWriter::WriteEncodedString(bool bit7, unsigned char leading, co
     switch (encoding.kind) {
     case 0: {
         if (m_context->GetDefaultStringEncoding() != 0)
-            throw CKvException(u"Failed to write FastInfoset. Unsupported Feature UTF16BE in EncodedCharacterStringBit5.");
+            throw CKvException(
+                u"Failed to write FastInfoset. Unsupported Feature UTF16BE in EncodedCharacterStringBit5.");
         size_t units = 0;
         const uint32_t length = Utf8Length(text, units);
         if (bit7)
@@ -349,8 +349,9 @@ void CFastInfosetWriter::WriteRestrictedAlphabetString(bool bit7, unsigned char 
                                         static_cast<int>(alphabetIndex)));
     const std::u16string& alphabet = alphabets[alphabetIndex - 1];
     if (alphabet.size() < 2 || alphabet.size() > (size_t{1} << 20))
-        throw CKvException(u"Failed to write FastInfoset. Invalid Restricted Alphabet. Alphabet must contain between 2 "
-                           u"and 2^20 characters.");
+        throw CKvException(
+            u"Failed to write FastInfoset. Invalid Restricted Alphabet. Alphabet must contain between 2 "
+            u"and 2^20 characters.");
     unsigned bits = 2;
     while ((size_t{1} << bits) <= alphabet.size()) ++bits;
     if (bits != 4 && bits != 8)
@@ -364,8 +365,8 @@ void CFastInfosetWriter::WriteRestrictedAlphabetString(bool bit7, unsigned char 
     const bool tabled = alphabetIndex <= kTabledAlphabets;
     m_codes.clear();
     for (char16_t c : text) {
-        const size_t position = tabled && c < 128 ? static_cast<size_t>(m_alphabetCodes[alphabetIndex - 1][c])
-                                                  : alphabet.find(c);
+        const size_t position =
+            tabled && c < 128 ? static_cast<size_t>(m_alphabetCodes[alphabetIndex - 1][c]) : alphabet.find(c);
         if (position >= alphabet.size())
             throw CKvException(u"Failed to write FastInfoset. Invalid character not found for Restricted Alphabet.");
         m_codes.push_back(static_cast<unsigned char>(position));
@@ -433,8 +434,8 @@ uint32_t CFastInfosetWriter::FindQName(NameCacheEntry* cache, const CFIVocabular
                                        std::u16string_view prefix, const std::u16string& namespaceUri,
                                        const std::u16string& localName) {
     const size_t n = localName.size();
-    const size_t slot = (n * 7 + (n ? localName[0] : 0) + (n > 1 ? localName[n - 1] * 3 : 0) + namespaceUri.size()) %
-                        kNameCacheSize;
+    const size_t slot =
+        (n * 7 + (n ? localName[0] : 0) + (n > 1 ? localName[n - 1] * 3 : 0) + namespaceUri.size()) % kNameCacheSize;
     NameCacheEntry& entry = cache[slot];
     if (entry.index != 0 && Same(entry.localName, localName) && Same(entry.namespaceUri, namespaceUri) &&
         Same(entry.prefix, prefix))
@@ -452,8 +453,8 @@ uint32_t CFastInfosetWriter::FindQName(NameCacheEntry* cache, const CFIVocabular
 
 void CFastInfosetWriter::WriteElementQName(unsigned char leading, std::u16string_view prefix,
                                            const std::u16string& namespaceUri, const std::u16string& localName) {
-    if (const uint32_t index = FindQName(m_elementNameCache, m_vocabulary->m_elementNameMap, prefix, namespaceUri,
-                                         localName)) {
+    if (const uint32_t index =
+            FindQName(m_elementNameCache, m_vocabulary->m_elementNameMap, prefix, namespaceUri, localName)) {
         WriteIndexBit3(leading, index);
         return;
     }
@@ -464,8 +465,8 @@ void CFastInfosetWriter::WriteElementQName(unsigned char leading, std::u16string
 
 void CFastInfosetWriter::WriteAttributeQName(std::u16string_view prefix, const std::u16string& namespaceUri,
                                              const std::u16string& localName) {
-    if (const uint32_t index = FindQName(m_attributeNameCache, m_vocabulary->m_attributeNameMap, prefix,
-                                         namespaceUri, localName)) {
+    if (const uint32_t index =
+            FindQName(m_attributeNameCache, m_vocabulary->m_attributeNameMap, prefix, namespaceUri, localName)) {
         WriteIndexBit2(0, index);
         return;
     }
@@ -489,7 +490,7 @@ std::u16string CFastInfosetWriter::AliasFor(const std::u16string& namespaceUri) 
 
 void CFastInfosetWriter::WriteAttributeValue(const std::u16string& value, ItemType kind) {
     if (value.empty()) {
-        Put(0xFF);  // index 0: the empty string
+        Put(0xFF); // index 0: the empty string
         return;
     }
     auto& map = m_vocabulary->m_attributeValueMap;
@@ -546,7 +547,7 @@ void CFastInfosetWriter::WritePendingElement(bool hasAttributes) {
 void CFastInfosetWriter::CloseStartTag(CXmlWriterContext* context) {
     if (!context || !context->IsStartTagOpen()) return;
     context->SetStartTagOpen(false);
-    if (context->GetWriterMark() != 0) Put(0xF0);  // ends the attributes
+    if (context->GetWriterMark() != 0) Put(0xF0); // ends the attributes
 }
 
 void CFastInfosetWriter::ThrowIfStartTagClosed() const {
@@ -598,7 +599,7 @@ void CFastInfosetWriter::WriteEndElement() {
     if (!context) throw CKvException(u"There is no open element to end.");
     CloseStartTag(context);
     if (m_terminatorPending) {
-        Put(0xFF);  // this end and the owed one in one octet
+        Put(0xFF); // this end and the owed one in one octet
         m_terminatorPending = false;
     } else {
         m_terminatorPending = true;
@@ -660,7 +661,7 @@ void CFastInfosetWriter::WriteDocumentHeader(FInfoDecl declaration) {
     static const unsigned char magic[4] = {0xE0, 0x00, 0x00, 0x01};
     Put(magic, 4);
     if (!m_context->GetUseGeneratedVocabulary()) {
-        Put(0x00);  // no optional component
+        Put(0x00); // no optional component
         return;
     }
     // An initial vocabulary that consists of an external vocabulary only.

@@ -133,8 +133,12 @@ std::u16string CJsonReaderDefaultHandler::GetErrorPath() const {
 
 CJsonReaderToXmlHandler::CJsonReaderToXmlHandler(CXmlTextWriter* writer, JsonRoundTrip supportRoundtrip,
                                                  IErrorPathProvider* errorPath)
-    : m_writer(writer), m_supportRoundtrip(supportRoundtrip), m_errorPath(errorPath), m_openElements(0),
-      m_pendingAttribute(false), m_textMemberSeen(false) {}
+    : m_writer(writer),
+      m_supportRoundtrip(supportRoundtrip),
+      m_errorPath(errorPath),
+      m_openElements(0),
+      m_pendingAttribute(false),
+      m_textMemberSeen(false) {}
 
 CJsonReaderToXmlHandler::~CJsonReaderToXmlHandler() = default;
 
@@ -148,8 +152,7 @@ void CJsonReaderToXmlHandler::BeginElement(const std::u16string& name) {
     // would nest the XML without bound, and its indentation would grow with the square of it.
     if (m_openElements >= kMaxOpenElements)
         throw CKvValidationException(
-            FormatString(u"JSON nests more than %d elements inside each other in XML.", kMaxOpenElements),
-            ErrorPath());
+            FormatString(u"JSON nests more than %d elements inside each other in XML.", kMaxOpenElements), ErrorPath());
     m_pendingAttribute = false;
     m_pendingName = name;
     ++m_openElements;

@@ -12,7 +12,8 @@ namespace {
 
 constexpr char16_t kEndOfString[] = u"Unexpected End of File. Expected string value at line %d, position %d.";
 constexpr char16_t kExpectedNumber[] = u"Unexpected End of File. Expected a number at line %d, position %d.";
-constexpr char16_t kEndExpectedDigit[] = u"Unexpected End of File. Expected a digit '0' to '9' at line %d, position %d.";
+constexpr char16_t kEndExpectedDigit[] =
+    u"Unexpected End of File. Expected a digit '0' to '9' at line %d, position %d.";
 constexpr char16_t kFoundDigit[] = u"Expected a digit '0' to '9', found '%c' at line %d, position %d.";
 constexpr char16_t kArrayEnd[] =
     u"Unexpected End of File. Expected Array terminator character ']' at line %d, position %d.";
@@ -26,9 +27,18 @@ inline bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r'; 
 
 CJsonTextReader::CJsonTextReader(IJsonReaderHandler* handler, IErrorPathProvider* pathProvider, bool allowComments,
                                  const std::u16string& rootElementName)
-    : m_handler(handler), m_pathProvider(pathProvider), m_maxDepth(100), m_allowComments(allowComments),
-      m_rootElementName(rootElementName), m_text(u""), m_length(0), m_index(0), m_current(0), m_atEnd(false),
-      m_line(1), m_position(0) {}
+    : m_handler(handler),
+      m_pathProvider(pathProvider),
+      m_maxDepth(100),
+      m_allowComments(allowComments),
+      m_rootElementName(rootElementName),
+      m_text(u""),
+      m_length(0),
+      m_index(0),
+      m_current(0),
+      m_atEnd(false),
+      m_line(1),
+      m_position(0) {}
 
 CJsonTextReader::~CJsonTextReader() { delete m_handler; }
 
@@ -168,7 +178,8 @@ void CJsonTextReader::ReadValue(int32_t depth) {
             break;
         }
         FailWithCurrent(
-            u"Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '%c' at line %d, position %d.");
+            u"Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '%c' at line %d, position "
+            u"%d.");
     }
 }
 
@@ -199,8 +210,9 @@ void CJsonTextReader::ReadObject(int32_t depth) {
             ReadString();
             m_handler->OnName(m_token);
             if (m_atEnd)
-                Fail(u"Unexpected End of File. Expected Object Name/Value separator character ':' at line %d, "
-                     u"position %d.");
+                Fail(
+                    u"Unexpected End of File. Expected Object Name/Value separator character ':' at line %d, "
+                    u"position %d.");
             if (m_current != u':')
                 FailWithCurrent(
                     u"Expected Object Name/Value separator character ':', found '%c' at line %d, position %d.");

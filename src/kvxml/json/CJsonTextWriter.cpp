@@ -22,8 +22,13 @@ inline bool IsBareKind(ItemType kind) {
 } // namespace
 
 CJsonTextWriter::CJsonTextWriter(CTextStream* stream)
-    : m_indent(u"\t"), m_endOfLine(u"\n"), m_eolType(EOLType_LF), m_supportRoundtrip(JsonRoundTrip_Full),
-      m_formatted(true), m_stream(stream), m_awaitingValue(false) {}
+    : m_indent(u"\t"),
+      m_endOfLine(u"\n"),
+      m_eolType(EOLType_LF),
+      m_supportRoundtrip(JsonRoundTrip_Full),
+      m_formatted(true),
+      m_stream(stream),
+      m_awaitingValue(false) {}
 
 CJsonTextWriter::~CJsonTextWriter() = default;
 

@@ -31,8 +31,8 @@ public:
     void WriteStartElement(const std::u16string& name, const std::u16string& namespaceUri) override;
     void WriteElementText(const std::u16string& text, ItemType kind, bool isDefault) override;
     void WriteEndElement() override;
-    void WriteAttribute(const std::u16string& name, const std::u16string& namespaceUri,
-                        const std::u16string& value, ItemType kind) override;
+    void WriteAttribute(const std::u16string& name, const std::u16string& namespaceUri, const std::u16string& value,
+                        ItemType kind) override;
     void WriteXsiType(const std::u16string& namespaceUri, const std::u16string& typeName, ItemType kind) override;
     void WriteXsiNil() override;
 

@@ -40,7 +40,8 @@ std::u16string Utf8ToWide(const unsigned char* bytes, size_t count) {
             continue;
         }
         size_t k = 1;
-        for (; k < length && i + k < count && (bytes[i + k] & 0xC0) == 0x80; ++k) code = (code << 6) | (bytes[i + k] & 0x3F);
+        for (; k < length && i + k < count && (bytes[i + k] & 0xC0) == 0x80; ++k)
+            code = (code << 6) | (bytes[i + k] & 0x3F);
         if (k < length || code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
             // The bytes taken so far stand for one replacement character.
             out.push_back(0xFFFD);

@@ -43,14 +43,15 @@ CFileBinaryStream::CFileBinaryStream(const char16_t* fileName, XmlEncoding encod
 CFileBinaryStream::~CFileBinaryStream() = default;
 
 void CFileBinaryStream::WriteToFile() {
-    Platform::CPlatformFile file;  // closes itself on every path out
+    Platform::CPlatformFile file; // closes itself on every path out
     uint32_t error = file.CreateForWrite(m_fileName.c_str());
     if (error == Platform::KV_ERROR_SUCCESS && WantsByteOrderMark(m_encoding)) error = WriteAll(file, kUtf16Mark, 2);
     if (error == Platform::KV_ERROR_SUCCESS && m_data.GetLength() != 0)
         error = WriteAll(file, m_data.GetData(), m_data.GetLength());
     if (error == Platform::KV_ERROR_SUCCESS) error = file.Close();
     if (error != Platform::KV_ERROR_SUCCESS)
-        throw CKvException(FormatString(u"Failed to write data to the file [%s] error [0x%08X]", m_fileName.c_str(), error));
+        throw CKvException(
+            FormatString(u"Failed to write data to the file [%s] error [0x%08X]", m_fileName.c_str(), error));
 }
 
 void Compress(CBinaryData& data, CompressionType type) {
@@ -87,10 +88,9 @@ void CompressBuffer(unsigned char** buffer, uint32_t* size, CompressionType type
     const int result = deflate(&zs, Z_FINISH);
     const uLong total = zs.total_out;
     deflateEnd(&zs);
-    if (result != Z_STREAM_END)
-        throw CKvException(FormatString(u"Failed to compress data. [Error Code: %d]", result));
+    if (result != Z_STREAM_END) throw CKvException(FormatString(u"Failed to compress data. [Error Code: %d]", result));
 
-    delete[] *buffer;
+    delete[] * buffer;
     *buffer = out.release();
     *size = static_cast<uint32_t>(total);
 }

@@ -20,19 +20,17 @@ void AsyncToXmlFile(bool async) { g_asyncToXmlFile.store(async, std::memory_orde
 bool GetAsyncToXmlFile() { return g_asyncToXmlFile.load(std::memory_order_relaxed); }
 
 CFileTextStream::CFileTextStream(const char16_t* fileName, XmlEncoding encoding)
-    : CTextStream(4095, encoding), m_fileName(fileName != nullptr ? fileName : u""), m_expected(0),
-      m_filePosition(0) {}
+    : CTextStream(4095, encoding), m_fileName(fileName != nullptr ? fileName : u""), m_expected(0), m_filePosition(0) {}
 
-CFileTextStream::~CFileTextStream() {
-    m_file.Close();
-}
+CFileTextStream::~CFileTextStream() { m_file.Close(); }
 
 void CFileTextStream::Open() {
     CTextStream::Open();
     m_file.Close();
     const uint32_t error = m_file.CreateForWrite(m_fileName.c_str());
     if (error != Platform::KV_ERROR_SUCCESS)
-        throw CKvException(FormatString(u"Failed to write data to the file [%s] error [0x%08X]", m_fileName.c_str(), error));
+        throw CKvException(
+            FormatString(u"Failed to write data to the file [%s] error [0x%08X]", m_fileName.c_str(), error));
     m_operation.Reset();
     m_expected = 0;
     m_filePosition = 0;
@@ -41,7 +39,8 @@ void CFileTextStream::Open() {
         const uint32_t started = m_file.StartWrite(&m_operation, 0, kUtf16Mark, 2);
         if (started != Platform::KV_ERROR_SUCCESS && started != Platform::KV_ERROR_IO_PENDING) {
             m_file.Close();
-            throw CKvException(FormatString(u"Failed to write data to the file [%s] error [0x%08X]", m_fileName.c_str(), started));
+            throw CKvException(
+                FormatString(u"Failed to write data to the file [%s] error [0x%08X]", m_fileName.c_str(), started));
         }
         m_expected = 2;
     }

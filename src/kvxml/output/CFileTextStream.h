@@ -40,10 +40,10 @@ private:
     [[noreturn]] void FailWrite(uint32_t error);
 
     std::u16string m_fileName;
-    CBinaryData m_writeBuffer;               // bytes of the write in flight, kept alive until it ends
-    Platform::CFileOperation m_operation;    // the write in flight
-    uint32_t m_expected;                     // its byte count
-    uint64_t m_filePosition;                 // bytes written by completed writes
+    CBinaryData m_writeBuffer;            // bytes of the write in flight, kept alive until it ends
+    Platform::CFileOperation m_operation; // the write in flight
+    uint32_t m_expected;                  // its byte count
+    uint64_t m_filePosition;              // bytes written by completed writes
     Platform::CPlatformFile m_file;
 };
 

@@ -84,8 +84,7 @@ void CStringBuffer::CopyTo(std::u16string& out) const {
     out.clear();
     out.reserve(m_total);
     const size_t last = m_blocks.size() - 1;
-    for (size_t i = 0; i < m_blocks.size(); ++i)
-        out.append(m_blocks[i], i == last ? m_used : m_blockLengths[i]);
+    for (size_t i = 0; i < m_blocks.size(); ++i) out.append(m_blocks[i], i == last ? m_used : m_blockLengths[i]);
 }
 
 void CStringBuffer::Clear() {

@@ -34,8 +34,7 @@ std::u16string CTextStream::GetText() const {
 
 CBinaryData CTextStream::GetBinaryData() {
     switch (m_encoding) {
-    case XmlEncoding_UTF8:
-        return WideToUtf8(GetString());
+    case XmlEncoding_UTF8: return WideToUtf8(GetString());
     case XmlEncoding_UTF16:
     case XmlEncoding_UTF16_NoDecl: {
         const uint32_t chars = m_buffer.GetTotal();
@@ -55,8 +54,7 @@ CBinaryData CTextStream::GetBinaryData() {
         }
         return CBinaryData(block, bytes, true);
     }
-    default:
-        throw CKvException(u"Unknown Encoding, select UTF-8 (contact our support team)");
+    default: throw CKvException(u"Unknown Encoding, select UTF-8 (contact our support team)");
     }
 }
 

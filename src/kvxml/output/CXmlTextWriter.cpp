@@ -15,7 +15,11 @@ bool StartsWithXmlNamespace(const std::u16string& uri) {
 } // namespace
 
 CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
-    : m_writeDefaultValues(false), m_indent(u"\t"), m_endOfLine(u"\n"), m_eolType(EOLType_LF), m_formatted(true),
+    : m_writeDefaultValues(false),
+      m_indent(u"\t"),
+      m_endOfLine(u"\n"),
+      m_eolType(EOLType_LF),
+      m_formatted(true),
       m_stream(stream) {}
 
 CXmlTextWriter::~CXmlTextWriter() = default;
@@ -79,9 +83,7 @@ void CXmlTextWriter::WriteEscaped(const std::u16string& text, bool attributeMode
         if (c > u'>') continue;
         const char16_t* replacement;
         switch (c) {
-        case 0:
-            m_stream->Append(run, static_cast<size_t>(p - run));
-            return;
+        case 0: m_stream->Append(run, static_cast<size_t>(p - run)); return;
         case u'\n':
             if (attributeMode) {
                 replacement = u"&#xA;";

@@ -96,8 +96,7 @@ uint32_t ReadFully(int fd, unsigned char* buffer, uint32_t count, int64_t offset
     return KV_ERROR_SUCCESS;
 }
 
-uint32_t WriteFully(int fd, const unsigned char* buffer, uint32_t count, int64_t offset,
-                    uint32_t* done) {
+uint32_t WriteFully(int fd, const unsigned char* buffer, uint32_t count, int64_t offset, uint32_t* done) {
     uint32_t total = 0;
     while (total < count) {
         const ssize_t n = offset < 0 ? write(fd, buffer + total, count - total)
@@ -119,9 +118,7 @@ uint32_t WriteFully(int fd, const unsigned char* buffer, uint32_t count, int64_t
 
 } // namespace
 
-CPlatformFile::~CPlatformFile() {
-    Close();
-}
+CPlatformFile::~CPlatformFile() { Close(); }
 
 CPlatformFile::CPlatformFile(CPlatformFile&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
 
@@ -220,8 +217,7 @@ uint32_t CPlatformFile::Write(const void* buffer, uint32_t count, uint32_t* done
     return WriteFully(m_fd, static_cast<const unsigned char*>(buffer), count, -1, done);
 }
 
-uint32_t CPlatformFile::StartRead(CFileOperation* operation, uint64_t offset, void* buffer,
-                                  uint32_t count) {
+uint32_t CPlatformFile::StartRead(CFileOperation* operation, uint64_t offset, void* buffer, uint32_t count) {
     if (operation == nullptr || (buffer == nullptr && count != 0) || offset > uint64_t(INT64_MAX))
         return KV_ERROR_INVALID_PARAMETER;
     if (m_fd < 0) return KV_ERROR_INVALID_HANDLE;
@@ -244,24 +240,21 @@ uint32_t CPlatformFile::StartRead(CFileOperation* operation, uint64_t offset, vo
 
 uint32_t CPlatformFile::CompleteRead(CFileOperation* operation, void* buffer, uint32_t count) {
     uint32_t done = 0;
-    uint32_t status =
-        ReadFully(m_fd, static_cast<unsigned char*>(buffer), count, int64_t(operation->m_offset), &done);
+    uint32_t status = ReadFully(m_fd, static_cast<unsigned char*>(buffer), count, int64_t(operation->m_offset), &done);
     // Nothing at all to read where bytes were asked for: the end of the file.
     if (status == KV_ERROR_SUCCESS && done == 0 && count != 0) status = KV_ERROR_HANDLE_EOF;
     operation->m_transferred = status == KV_ERROR_SUCCESS ? done : 0;
     return status;
 }
 
-uint32_t CPlatformFile::StartWrite(CFileOperation* operation, uint64_t offset, const void* buffer,
-                                   uint32_t count) {
+uint32_t CPlatformFile::StartWrite(CFileOperation* operation, uint64_t offset, const void* buffer, uint32_t count) {
     if (operation == nullptr || (buffer == nullptr && count != 0) || offset > uint64_t(INT64_MAX) ||
         count > uint64_t(INT64_MAX) - offset)
         return KV_ERROR_INVALID_PARAMETER;
     if (m_fd < 0) return KV_ERROR_INVALID_HANDLE;
     operation->m_offset = offset;
     uint32_t done = 0;
-    const uint32_t status =
-        WriteFully(m_fd, static_cast<const unsigned char*>(buffer), count, int64_t(offset), &done);
+    const uint32_t status = WriteFully(m_fd, static_cast<const unsigned char*>(buffer), count, int64_t(offset), &done);
     operation->m_status = status;
     operation->m_transferred = done;
     return status;

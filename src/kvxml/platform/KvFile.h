@@ -28,11 +28,11 @@ public:
 
 private:
     friend class CPlatformFile;
-    uint32_t m_status = KV_ERROR_SUCCESS;  // outcome as a Win32 code; 997 while running
-    uint32_t m_transferred = 0;            // bytes moved by the finished operation
-    uint64_t m_offset = 0;                 // where the operation started
-    void* m_buffer = nullptr;              // destination of a read still running
-    uint32_t m_requested = 0;              // bytes asked for by a read still running
+    uint32_t m_status = KV_ERROR_SUCCESS; // outcome as a Win32 code; 997 while running
+    uint32_t m_transferred = 0;           // bytes moved by the finished operation
+    uint64_t m_offset = 0;                // where the operation started
+    void* m_buffer = nullptr;             // destination of a read still running
+    uint32_t m_requested = 0;             // bytes asked for by a read still running
 };
 
 // Exported because exported classes may hold one by value.
@@ -70,8 +70,7 @@ public:
     //   38  a read at or after the end of the file (waiting reports 38 again),
     //   other codes: failure, nothing was started.
     uint32_t StartRead(CFileOperation* operation, uint64_t offset, void* buffer, uint32_t count);
-    uint32_t StartWrite(CFileOperation* operation, uint64_t offset, const void* buffer,
-                        uint32_t count);
+    uint32_t StartWrite(CFileOperation* operation, uint64_t offset, const void* buffer, uint32_t count);
     // The outcome of the started operation and its byte count, as GetOverlappedResult.
     // Without waiting, a running operation reports 996.
     uint32_t WaitForOperation(CFileOperation* operation, uint32_t* transferred, bool wait = true);

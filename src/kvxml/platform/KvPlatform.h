@@ -69,29 +69,29 @@ private:
 // count. When nothing is converted the end is the start of the text and the result 0; a "0x"
 // without a hex digit after it converts nothing. The unsigned forms negate after a minus sign.
 // A null text or a base outside 0 and 2..36 sets errno to EINVAL and converts nothing.
-KVXML_API int32_t WcsToL(const char16_t* text, char16_t** end, int base);      // wcstol
-KVXML_API uint32_t WcsToUL(const char16_t* text, char16_t** end, int base);    // wcstoul
-KVXML_API int64_t WcsToI64(const char16_t* text, char16_t** end, int base);    // _wcstoi64
-KVXML_API uint64_t WcsToUI64(const char16_t* text, char16_t** end, int base);  // _wcstoui64
+KVXML_API int32_t WcsToL(const char16_t* text, char16_t** end, int base);     // wcstol
+KVXML_API uint32_t WcsToUL(const char16_t* text, char16_t** end, int base);   // wcstoul
+KVXML_API int64_t WcsToI64(const char16_t* text, char16_t** end, int base);   // _wcstoi64
+KVXML_API uint64_t WcsToUI64(const char16_t* text, char16_t** end, int base); // _wcstoui64
 // Decimal form only: no inf/infinity/nan words, no hexadecimal floating point.
-KVXML_API double WcsToD(const char16_t* text, char16_t** end);                 // wcstod
-KVXML_API int WcsICmp(const char16_t* a, const char16_t* b);                   // _wcsicmp
-KVXML_API int WToI(const char16_t* text);                                      // _wtoi
+KVXML_API double WcsToD(const char16_t* text, char16_t** end); // wcstod
+KVXML_API int WcsICmp(const char16_t* a, const char16_t* b);   // _wcsicmp
+KVXML_API int WToI(const char16_t* text);                      // _wtoi
 
 // ---- Time conversions ----
 // Seconds count from 1970-01-01 00:00:00 UTC. Like the Windows 64-bit calls, only the range
 // 1970-01-01 00:00:00 .. 3000-12-31 23:59:59 is served; anything outside fails.
 // MkTime64 normalises the fields (and sets tm_wday, tm_yday, tm_isdst) only when it succeeds.
-KVXML_API int64_t MkTime64(std::tm* local);                          // _mktime64: -1 on failure
-KVXML_API int64_t MkGmTime64(std::tm* utc);                          // _mkgmtime64: -1 on failure
-KVXML_API bool GmTime64(int64_t seconds, std::tm* out);              // _gmtime64: false on failure
+KVXML_API int64_t MkTime64(std::tm* local);             // _mktime64: -1 on failure
+KVXML_API int64_t MkGmTime64(std::tm* utc);             // _mkgmtime64: -1 on failure
+KVXML_API bool GmTime64(int64_t seconds, std::tm* out); // _gmtime64: false on failure
 // Fails as well when the local wall-clock time would fall outside the range.
-KVXML_API bool LocalTime64(int64_t seconds, std::tm* out);           // _localtime64
+KVXML_API bool LocalTime64(int64_t seconds, std::tm* out); // _localtime64
 // A negative argument gives 0 with errno EINVAL.
-KVXML_API double DiffTime64(int64_t later, int64_t earlier);         // _difftime64
-KVXML_API void GetLocalTime(SYSTEMTIME* out);                        // GetLocalTime
+KVXML_API double DiffTime64(int64_t later, int64_t earlier); // _difftime64
+KVXML_API void GetLocalTime(SYSTEMTIME* out);                // GetLocalTime
 // UTC fields of the ticks; false when the top bit of the value is set.
-KVXML_API bool FileTimeToSystemTime(const FILETIME* in, SYSTEMTIME* out);  // FileTimeToSystemTime
+KVXML_API bool FileTimeToSystemTime(const FILETIME* in, SYSTEMTIME* out); // FileTimeToSystemTime
 
 // ---- Files ----
 // The file API (open for sequential read, exclusive create-and-truncate for write, size,

@@ -15,13 +15,9 @@ namespace Platform {
 
 namespace {
 
-inline bool IsSpace(char16_t c) {
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
-}
+inline bool IsSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); }
 
-inline bool IsDecimalDigit(char16_t c) {
-    return c >= u'0' && c <= u'9';
-}
+inline bool IsDecimalDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // Value of c as a digit of any base up to 36, or 99 when c is not a digit at all.
 inline unsigned DigitValue(char16_t c) {
@@ -139,9 +135,7 @@ uint64_t WcsToUI64(const char16_t* text, char16_t** end, int base) {
     return ScanInteger<uint64_t>(text, end, base, false, 0);
 }
 
-int WToI(const char16_t* text) {
-    return WcsToL(text, nullptr, 10);
-}
+int WToI(const char16_t* text) { return WcsToL(text, nullptr, 10); }
 
 double WcsToD(const char16_t* text, char16_t** end) {
     if (text == nullptr) {

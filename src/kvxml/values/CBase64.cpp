@@ -78,7 +78,7 @@ uint32_t CBase64::Decode(const char16_t* text, uint32_t length, unsigned char* o
     m_accumulator = 0;
     if (text == nullptr) return 0;
 
-    uint32_t bits = 0;  // 0, 2, 4 or 6 bits wait in acc between groups
+    uint32_t bits = 0; // 0, 2, 4 or 6 bits wait in acc between groups
     uint32_t acc = 0;
     uint32_t written = 0;
     uint32_t i = 0;
@@ -88,8 +88,8 @@ uint32_t CBase64::Decode(const char16_t* text, uint32_t length, unsigned char* o
             const uint8_t a = Lookup(text[i]), b = Lookup(text[i + 1]), c = Lookup(text[i + 2]),
                           d = Lookup(text[i + 3]);
             if (((a | b | c | d) & 0xC0) == 0) {
-                const uint64_t x = (uint64_t{acc} << 24) | (uint32_t{a} << 18) | (uint32_t{b} << 12) |
-                                   (uint32_t{c} << 6) | d;
+                const uint64_t x =
+                    (uint64_t{acc} << 24) | (uint32_t{a} << 18) | (uint32_t{b} << 12) | (uint32_t{c} << 6) | d;
                 out[written] = static_cast<unsigned char>(x >> (bits + 16));
                 out[written + 1] = static_cast<unsigned char>(x >> (bits + 8));
                 out[written + 2] = static_cast<unsigned char>(x >> bits);

@@ -16,11 +16,9 @@ inline bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' |
 inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // Number of zero digits at the low end of a (non-zero) digit vector.
-size_t LowZeros(const std::u16string& d)
-{
+size_t LowZeros(const std::u16string& d) {
     size_t k = 0;
-    while (k < d.size() && d[k] == 0)
-        ++k;
+    while (k < d.size() && d[k] == 0) ++k;
     return k;
 }
 
@@ -41,16 +39,14 @@ const CBigInteger CBigInteger::MIN_DOUBLE(CDecimal(u"-1.7E+308"));
 
 CBigInteger::CBigInteger() : m_sign(1), m_digits(1, char16_t(0)) {}
 
-CBigInteger::CBigInteger(int32_t value) : m_sign(value < 0 ? -1 : 1)
-{
+CBigInteger::CBigInteger(int32_t value) : m_sign(value < 0 ? -1 : 1) {
     // Absolute value formed as unsigned so that the smallest value does not overflow.
     Build(value < 0 ? 0u - uint32_t(value) : uint32_t(value), m_digits);
 }
 
 CBigInteger::CBigInteger(uint32_t value) : m_sign(1) { Build(value, m_digits); }
 
-CBigInteger::CBigInteger(int64_t value) : m_sign(value < 0 ? -1 : 1)
-{
+CBigInteger::CBigInteger(int64_t value) : m_sign(value < 0 ? -1 : 1) {
     BuildDWORDLONG(value < 0 ? 0ull - uint64_t(value) : uint64_t(value), m_digits);
 }
 
@@ -74,16 +70,13 @@ CBigInteger::CBigInteger(int32_t sign, Digits&& digits) : m_sign(sign), m_digits
 // ---------------------------------------------------------------------------------------------
 // Text
 
-void CBigInteger::Parse(const char16_t* text)
-{
-    if (text == nullptr)
-        text = u"";
+void CBigInteger::Parse(const char16_t* text) {
+    if (text == nullptr) text = u"";
     size_t length = 0;
     bool plain = true;
     for (; text[length] != 0; ++length) {
         char16_t c = text[length];
-        if (!IsDigit(c) && c != u'-' && c != u'+' && !IsBlank(c))
-            plain = false;
+        if (!IsDigit(c) && c != u'-' && c != u'+' && !IsBlank(c)) plain = false;
     }
     if (!plain) {
         *this = CDecimal(text).ToBigInteger();
@@ -91,11 +84,9 @@ void CBigInteger::Parse(const char16_t* text)
     }
     // Only spaces are stripped: any other blank, like a misplaced sign, ends the digits read from the end.
     size_t end = length;
-    while (end > 0 && text[end - 1] == u' ')
-        --end;
+    while (end > 0 && text[end - 1] == u' ') --end;
     size_t begin = 0;
-    while (begin < end && text[begin] == u' ')
-        ++begin;
+    while (begin < end && text[begin] == u' ') ++begin;
     Digits digits;
     int32_t sign = 1;
     if (begin < end && text[begin] == u'-') {
@@ -107,16 +98,12 @@ void CBigInteger::Parse(const char16_t* text)
     m_digits = std::move(digits);
 }
 
-std::u16string CBigInteger::ToString() const
-{
-    if (IsZero())
-        return u"0";
+std::u16string CBigInteger::ToString() const {
+    if (IsZero()) return u"0";
     std::u16string s;
     s.reserve(m_digits.size() + 1);
-    if (m_sign == -1)
-        s.push_back(u'-');
-    for (size_t i = m_digits.size(); i-- > 0;)
-        s.push_back(char16_t(u'0' + m_digits[i]));
+    if (m_sign == -1) s.push_back(u'-');
+    for (size_t i = m_digits.size(); i-- > 0;) s.push_back(char16_t(u'0' + m_digits[i]));
     return s;
 }
 
@@ -127,8 +114,7 @@ CBigInteger CBigInteger::GetAbs() const { return CBigInteger(1, m_digits); }
 
 CBigInteger CBigInteger::GetNegative() const { return CBigInteger(-m_sign, m_digits); }
 
-CBigInteger& CBigInteger::operator-()
-{
+CBigInteger& CBigInteger::operator-() {
     Negate();
     return *this;
 }
@@ -136,18 +122,14 @@ CBigInteger& CBigInteger::operator-()
 // ---------------------------------------------------------------------------------------------
 // Comparison
 
-bool CBigInteger::operator==(const CBigInteger& other) const
-{
-    if (m_digits != other.m_digits)
-        return false;
+bool CBigInteger::operator==(const CBigInteger& other) const {
+    if (m_digits != other.m_digits) return false;
     return IsZero() || m_sign == other.m_sign;
 }
 
 // Signs at face value: a zero with sign -1 is below a zero with sign +1.
-bool CBigInteger::operator<(const CBigInteger& other) const
-{
-    if (m_sign != other.m_sign)
-        return m_sign < other.m_sign;
+bool CBigInteger::operator<(const CBigInteger& other) const {
+    if (m_sign != other.m_sign) return m_sign < other.m_sign;
     return m_sign < 0 ? Compare(other.m_digits, m_digits) < 0 : Compare(m_digits, other.m_digits) < 0;
 }
 
@@ -155,8 +137,7 @@ bool CBigInteger::operator<(const CBigInteger& other) const
 // Arithmetic
 
 // a + b with b's sign given apart, so that subtraction needs no negated copy.
-CBigInteger CBigInteger::AddSigned(const CBigInteger& a, const CBigInteger& b, int32_t signB)
-{
+CBigInteger CBigInteger::AddSigned(const CBigInteger& a, const CBigInteger& b, int32_t signB) {
     CBigInteger result;
     if (a.m_sign == signB) {
         Add(a.m_digits, b.m_digits, result.m_digits);
@@ -177,8 +158,7 @@ CBigInteger CBigInteger::AddSigned(const CBigInteger& a, const CBigInteger& b, i
 CBigInteger CBigInteger::operator+(const CBigInteger& other) const { return AddSigned(*this, other, other.m_sign); }
 CBigInteger CBigInteger::operator-(const CBigInteger& other) const { return AddSigned(*this, other, -other.m_sign); }
 
-CBigInteger CBigInteger::operator*(const CBigInteger& other) const
-{
+CBigInteger CBigInteger::operator*(const CBigInteger& other) const {
     CBigInteger result;
     Multiply(m_digits, other.m_digits, result.m_digits);
     result.m_sign = m_sign * other.m_sign;
@@ -186,8 +166,7 @@ CBigInteger CBigInteger::operator*(const CBigInteger& other) const
 }
 
 // Both division operators share this: the zero tests have been made by the caller.
-void CBigInteger::CheckedDivide(const CBigInteger& other, CBigInteger* quotient, CBigInteger* remainder) const
-{
+void CBigInteger::CheckedDivide(const CBigInteger& other, CBigInteger* quotient, CBigInteger* remainder) const {
     // Signs are taken first: a result may be this object itself.
     const int32_t quotientSign = m_sign == other.m_sign ? 1 : -1;
     const int32_t remainderSign = m_sign;
@@ -203,24 +182,18 @@ void CBigInteger::CheckedDivide(const CBigInteger& other, CBigInteger* quotient,
     }
 }
 
-CBigInteger CBigInteger::operator/(const CBigInteger& other) const
-{
-    if (other.IsZero())
-        throw CKvInvalidValueException(u"ERROR: Overflow in operator/.");
+CBigInteger CBigInteger::operator/(const CBigInteger& other) const {
+    if (other.IsZero()) throw CKvInvalidValueException(u"ERROR: Overflow in operator/.");
     CBigInteger result;
-    if (IsZero())
-        return result;
+    if (IsZero()) return result;
     CheckedDivide(other, &result, nullptr);
     return result;
 }
 
-CBigInteger CBigInteger::operator%(const CBigInteger& other) const
-{
-    if (other.IsZero())
-        throw CKvInvalidValueException(u"ERROR: Overflow in operator%.");
+CBigInteger CBigInteger::operator%(const CBigInteger& other) const {
+    if (other.IsZero()) throw CKvInvalidValueException(u"ERROR: Overflow in operator%.");
     CBigInteger result;
-    if (IsZero())
-        return result;
+    if (IsZero()) return result;
     CheckedDivide(other, nullptr, &result);
     return result;
 }
@@ -229,48 +202,37 @@ CBigInteger& CBigInteger::operator+=(const CBigInteger& other) { return *this = 
 CBigInteger& CBigInteger::operator-=(const CBigInteger& other) { return *this = *this - other; }
 CBigInteger& CBigInteger::operator*=(const CBigInteger& other) { return *this = *this * other; }
 
-CBigInteger& CBigInteger::operator/=(const CBigInteger& other)
-{
-    if (other.IsZero())
-        throw CKvInvalidValueException(u"ERROR: Overflow in operator /=.");
+CBigInteger& CBigInteger::operator/=(const CBigInteger& other) {
+    if (other.IsZero()) throw CKvInvalidValueException(u"ERROR: Overflow in operator /=.");
     return *this = *this / other;
 }
 
-CBigInteger& CBigInteger::operator%=(const CBigInteger& other)
-{
-    if (other.IsZero())
-        throw CKvInvalidValueException(u"ERROR: Overflow in operator%=.");
+CBigInteger& CBigInteger::operator%=(const CBigInteger& other) {
+    if (other.IsZero()) throw CKvInvalidValueException(u"ERROR: Overflow in operator%=.");
     return *this = *this % other;
 }
 
 // ---------------------------------------------------------------------------------------------
 // Conversions
 
-CBigInteger::operator int32_t() const
-{
-    if (*this < MIN_LONG || *this > MAX_LONG)
-        throw CKvInvalidValueException(u"ERROR: Value out of bound of int.");
+CBigInteger::operator int32_t() const {
+    if (*this < MIN_LONG || *this > MAX_LONG) throw CKvInvalidValueException(u"ERROR: Value out of bound of int.");
     // Summed toward the sign, so that the smallest value does not overflow.
     int64_t v = 0;
-    for (size_t i = m_digits.size(); i-- > 0;)
-        v = m_sign < 0 ? v * 10 - m_digits[i] : v * 10 + m_digits[i];
+    for (size_t i = m_digits.size(); i-- > 0;) v = m_sign < 0 ? v * 10 - m_digits[i] : v * 10 + m_digits[i];
     return int32_t(v);
 }
 
-CBigInteger::operator int64_t() const
-{
+CBigInteger::operator int64_t() const {
     if (*this < MIN_LONGLONG || *this > MAX_LONGLONG)
         throw CKvInvalidValueException(u"ERROR: Value out of bound of LONGLONG.");
     int64_t v = 0;
-    for (size_t i = m_digits.size(); i-- > 0;)
-        v = m_sign < 0 ? v * 10 - m_digits[i] : v * 10 + m_digits[i];
+    for (size_t i = m_digits.size(); i-- > 0;) v = m_sign < 0 ? v * 10 - m_digits[i] : v * 10 + m_digits[i];
     return v;
 }
 
-CBigInteger CBigInteger::SquareRoot() const
-{
-    if (m_sign == -1)
-        throw CKvInvalidValueException(u"ERROR: Negative Number in function SquareRoot().");
+CBigInteger CBigInteger::SquareRoot() const {
+    if (m_sign == -1) throw CKvInvalidValueException(u"ERROR: Negative Number in function SquareRoot().");
     const CBigInteger hundred(100);
     const CBigInteger ten(10);
     const CBigInteger two(2);
@@ -293,8 +255,7 @@ CBigInteger CBigInteger::SquareRoot() const
     return previous;
 }
 
-CBigInteger CBigInteger::Pow10(uint32_t exponent)
-{
+CBigInteger CBigInteger::Pow10(uint32_t exponent) {
     CBigInteger result;
     Pow10(exponent, result.m_digits);
     return result;
@@ -303,20 +264,15 @@ CBigInteger CBigInteger::Pow10(uint32_t exponent)
 // ---------------------------------------------------------------------------------------------
 // Digit-vector kernel
 
-void CBigInteger::CheckSize(uint64_t digitCount)
-{
+void CBigInteger::CheckSize(uint64_t digitCount) {
     if (digitCount > MAX_DIGITS)
         throw CKvInvalidValueException(
             FormatString(u"ERROR: Number too large, the limit is %u digits.", unsigned(MAX_DIGITS)));
 }
 
-void CBigInteger::Build(uint32_t value, Digits& out)
-{
-    BuildDWORDLONG(value, out);
-}
+void CBigInteger::Build(uint32_t value, Digits& out) { BuildDWORDLONG(value, out); }
 
-void CBigInteger::BuildDWORDLONG(uint64_t value, Digits& out)
-{
+void CBigInteger::BuildDWORDLONG(uint64_t value, Digits& out) {
     out.clear();
     do {
         out.push_back(char16_t(value % 10));
@@ -324,23 +280,20 @@ void CBigInteger::BuildDWORDLONG(uint64_t value, Digits& out)
     } while (value != 0);
 }
 
-void CBigInteger::BuildDouble(double value, Digits& out)
-{
+void CBigInteger::BuildDouble(double value, Digits& out) {
     out.clear();
     if (!std::isfinite(value))
         throw CKvInvalidValueException(u"ERROR: A big integer can not be built from a value that is not finite.");
     // Rounded with halves going down, then digits taken from the low end.
     double v = std::ceil(value - 0.5);
-    if (v < 0.0)
-        v = 0.0;
+    if (v < 0.0) v = 0.0;
     if (v >= 9007199254740992.0) {
         // From 2^53 on, a division by ten in doubles is no longer exact: the value is an integer
         // there, its 53-bit mantissa times a power of two, and that product gives the exact digits.
         int exponent = 0;
         const double mantissa = std::frexp(v, &exponent);
         BuildDWORDLONG(uint64_t(std::ldexp(mantissa, 53)), out);
-        for (int i = 53; i < exponent; ++i)
-            Multiply(out, char16_t(2), out);
+        for (int i = 53; i < exponent; ++i) Multiply(out, char16_t(2), out);
         return;
     }
     do {
@@ -349,16 +302,11 @@ void CBigInteger::BuildDouble(double value, Digits& out)
     } while (v > 0.0);
 }
 
-void CBigInteger::Build(const std::u16string& text, Digits& out)
-{
-    BuildFromText(text.data(), text.size(), out);
-}
+void CBigInteger::Build(const std::u16string& text, Digits& out) { BuildFromText(text.data(), text.size(), out); }
 
-void CBigInteger::BuildFromText(const char16_t* text, size_t length, Digits& out)
-{
+void CBigInteger::BuildFromText(const char16_t* text, size_t length, Digits& out) {
     size_t start = length;
-    while (start > 0 && IsDigit(text[start - 1]))
-        --start;
+    while (start > 0 && IsDigit(text[start - 1])) --start;
     size_t count = length - start;
     if (count == 0) {
         out.assign(1, char16_t(0));
@@ -366,38 +314,30 @@ void CBigInteger::BuildFromText(const char16_t* text, size_t length, Digits& out
     }
     // High zeros are dropped before the size check, so padded text within the limit is fine.
     size_t firstSignificant = start;
-    while (firstSignificant + 1 < length && text[firstSignificant] == u'0')
-        ++firstSignificant;
+    while (firstSignificant + 1 < length && text[firstSignificant] == u'0') ++firstSignificant;
     CheckSize(length - firstSignificant);
     out.resize(length - firstSignificant);
-    for (size_t i = 0; i < out.size(); ++i)
-        out[i] = char16_t(text[length - 1 - i] - u'0');
+    for (size_t i = 0; i < out.size(); ++i) out[i] = char16_t(text[length - 1 - i] - u'0');
 }
 
-void CBigInteger::Clean(Digits& digits)
-{
+void CBigInteger::Clean(Digits& digits) {
     size_t n = digits.size();
-    while (n > 1 && digits[n - 1] == 0)
-        --n;
+    while (n > 1 && digits[n - 1] == 0) --n;
     if (n == 0)
         digits.assign(1, char16_t(0));
     else
         digits.resize(n);
 }
 
-int32_t CBigInteger::Compare(const Digits& a, const Digits& b)
-{
-    if (a.size() != b.size())
-        return a.size() > b.size() ? 1 : -1;
+int32_t CBigInteger::Compare(const Digits& a, const Digits& b) {
+    if (a.size() != b.size()) return a.size() > b.size() ? 1 : -1;
     for (size_t i = a.size(); i-- > 0;) {
-        if (a[i] != b[i])
-            return a[i] > b[i] ? 1 : -1;
+        if (a[i] != b[i]) return a[i] > b[i] ? 1 : -1;
     }
     return 0;
 }
 
-void CBigInteger::Add(const Digits& a, const Digits& b, Digits& out)
-{
+void CBigInteger::Add(const Digits& a, const Digits& b, Digits& out) {
     const Digits& longer = a.size() >= b.size() ? a : b;
     const Digits& shorter = a.size() >= b.size() ? b : a;
     Digits result;
@@ -414,19 +354,16 @@ void CBigInteger::Add(const Digits& a, const Digits& b, Digits& out)
         carry = v > 9;
         result[i] = char16_t(carry ? v - 10 : v);
     }
-    if (carry)
-        result[i++] = 1;
+    if (carry) result[i++] = 1;
     result.resize(i);
     Clean(result);
     CheckSize(result.size());
     out = std::move(result);
 }
 
-void CBigInteger::Subtract(const Digits& a, const Digits& b, Digits& out)
-{
+void CBigInteger::Subtract(const Digits& a, const Digits& b, Digits& out) {
     Digits result = a;
-    if (b.size() > result.size())
-        result.resize(b.size(), 0); // only reachable when the a >= b precondition is broken
+    if (b.size() > result.size()) result.resize(b.size(), 0); // only reachable when the a >= b precondition is broken
     int borrow = 0;
     for (size_t i = 0; i < result.size() && (i < b.size() || borrow); ++i) {
         int v = int(result[i]) - (i < b.size() ? int(b[i]) : 0) - borrow;
@@ -437,8 +374,7 @@ void CBigInteger::Subtract(const Digits& a, const Digits& b, Digits& out)
     out = std::move(result);
 }
 
-void CBigInteger::Multiply(const Digits& a, char16_t digit, Digits& out)
-{
+void CBigInteger::Multiply(const Digits& a, char16_t digit, Digits& out) {
     if (digit == 0) {
         out.assign(1, char16_t(0));
         return;
@@ -460,8 +396,7 @@ void CBigInteger::Multiply(const Digits& a, char16_t digit, Digits& out)
     out = std::move(result);
 }
 
-void CBigInteger::Multiply(const Digits& a, const Digits& b, Digits& out)
-{
+void CBigInteger::Multiply(const Digits& a, const Digits& b, Digits& out) {
     if (IsZero(a) || IsZero(b)) {
         out.assign(1, char16_t(0));
         return;
@@ -479,21 +414,15 @@ void CBigInteger::Multiply(const Digits& a, const Digits& b, Digits& out)
     out = std::move(result);
 }
 
-void CBigInteger::ShiftLeft(Digits& digits, int32_t count)
-{
-    if (count < 1)
-        return;
+void CBigInteger::ShiftLeft(Digits& digits, int32_t count) {
+    if (count < 1) return;
     CheckSize(uint64_t(digits.size()) + uint32_t(count));
     digits.insert(digits.begin(), size_t(count), char16_t(0));
 }
 
-int32_t CBigInteger::Position(const Digits& digits)
-{
-    return digits.empty() ? 1 : int32_t(digits.size());
-}
+int32_t CBigInteger::Position(const Digits& digits) { return digits.empty() ? 1 : int32_t(digits.size()); }
 
-void CBigInteger::Pow10(uint32_t exponent, Digits& out)
-{
+void CBigInteger::Pow10(uint32_t exponent, Digits& out) {
     CheckSize(uint64_t(exponent) + 1);
     out.assign(size_t(exponent) + 1, char16_t(0));
     out[exponent] = 1;
@@ -502,10 +431,8 @@ void CBigInteger::Pow10(uint32_t exponent, Digits& out)
 // Truncating division of magnitudes. Low zeros of the divisor are divided out first, and a
 // divisor that is a power of ten needs no arithmetic at all; otherwise long division in groups of
 // nine digits, without recursion, so that the stack stays flat for any length.
-void CBigInteger::Divide(const Digits& a, const Digits& b, Digits& quotient, Digits& remainder)
-{
-    if (IsZero(b))
-        throw CKvInvalidValueException(u"ERROR: Overflow in operator/.");
+void CBigInteger::Divide(const Digits& a, const Digits& b, Digits& quotient, Digits& remainder) {
+    if (IsZero(b)) throw CKvInvalidValueException(u"ERROR: Overflow in operator/.");
     if (Compare(a, b) < 0) {
         Digits r = a;
         quotient.assign(1, char16_t(0));
@@ -544,23 +471,19 @@ void CBigInteger::Divide(const Digits& a, const Digits& b, Digits& quotient, Dig
 // ---------------------------------------------------------------------------------------------
 // Groups of nine digits: the inner loops of multiplication and division work on these.
 
-void CBigInteger::ToLimbs(const char16_t* digits, size_t count, Limbs& out)
-{
+void CBigInteger::ToLimbs(const char16_t* digits, size_t count, Limbs& out) {
     out.assign((count + 8) / 9, 0);
     for (size_t k = 0; k < out.size(); ++k) {
         uint32_t v = 0;
         size_t low = k * 9;
         size_t high = low + 9 < count ? low + 9 : count;
-        for (size_t i = high; i-- > low;)
-            v = v * 10 + digits[i];
+        for (size_t i = high; i-- > low;) v = v * 10 + digits[i];
         out[k] = v;
     }
-    while (out.size() > 1 && out.back() == 0)
-        out.pop_back();
+    while (out.size() > 1 && out.back() == 0) out.pop_back();
 }
 
-void CBigInteger::FromLimbs(const Limbs& limbs, size_t lowZeros, Digits& out)
-{
+void CBigInteger::FromLimbs(const Limbs& limbs, size_t lowZeros, Digits& out) {
     out.assign(lowZeros + limbs.size() * 9, char16_t(0));
     char16_t* p = out.data() + lowZeros;
     for (uint32_t v : limbs) {
@@ -572,14 +495,12 @@ void CBigInteger::FromLimbs(const Limbs& limbs, size_t lowZeros, Digits& out)
     Clean(out);
 }
 
-void CBigInteger::MultiplyLimbs(const Limbs& a, const Limbs& b, Limbs& out)
-{
+void CBigInteger::MultiplyLimbs(const Limbs& a, const Limbs& b, Limbs& out) {
     const uint64_t base = kLimbBase;
     out.assign(a.size() + b.size(), 0);
     for (size_t j = 0; j < b.size(); ++j) {
         uint64_t factor = b[j];
-        if (factor == 0)
-            continue;
+        if (factor == 0) continue;
         uint64_t carry = 0;
         uint32_t* row = out.data() + j;
         for (size_t i = 0; i < a.size(); ++i) {
@@ -593,14 +514,12 @@ void CBigInteger::MultiplyLimbs(const Limbs& a, const Limbs& b, Limbs& out)
             carry = t / base;
         }
     }
-    while (out.size() > 1 && out.back() == 0)
-        out.pop_back();
+    while (out.size() > 1 && out.back() == 0) out.pop_back();
 }
 
 // Long division of a by b (no high zero limbs, b not zero), estimating each quotient limb from the
 // leading limbs after scaling so that the divisor's top limb is at least half the base.
-void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, Limbs& remainder)
-{
+void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, Limbs& remainder) {
     const uint64_t base = kLimbBase;
     if (a.size() < b.size()) {
         quotient.assign(1, 0);
@@ -615,8 +534,7 @@ void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, L
             quotient[i] = uint32_t(cur / divisor);
             rest = cur % divisor;
         }
-        while (quotient.size() > 1 && quotient.back() == 0)
-            quotient.pop_back();
+        while (quotient.size() > 1 && quotient.back() == 0) quotient.pop_back();
         remainder.assign(1, uint32_t(rest));
         return;
     }
@@ -630,8 +548,7 @@ void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, L
             r[i] = uint32_t(t % base);
             carry = t / base;
         }
-        if (x.size() < size)
-            r[x.size()] = uint32_t(carry);
+        if (x.size() < size) r[x.size()] = uint32_t(carry);
         return r;
     };
     Limbs u = scaled(a, a.size() + 1);
@@ -644,11 +561,9 @@ void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, L
         while (qhat >= base || qhat * vNext > rhat * base + u[j + n - 2]) {
             --qhat;
             rhat += vTop;
-            if (rhat >= base)
-                break;
+            if (rhat >= base) break;
         }
-        if (qhat >= base)
-            qhat = base - 1;
+        if (qhat >= base) qhat = base - 1;
         // u[j .. j+n] -= qhat * v
         uint64_t carry = 0;
         int64_t borrow = 0;
@@ -674,8 +589,7 @@ void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, L
         u[j + n] = uint32_t(top);
         quotient[j] = uint32_t(qhat);
     }
-    while (quotient.size() > 1 && quotient.back() == 0)
-        quotient.pop_back();
+    while (quotient.size() > 1 && quotient.back() == 0) quotient.pop_back();
     // The remainder is the low part of u, scaled back.
     remainder.assign(n, 0);
     uint64_t rest = 0;
@@ -684,8 +598,7 @@ void CBigInteger::DivideLimbs(const Limbs& a, const Limbs& b, Limbs& quotient, L
         remainder[i] = uint32_t(cur / scale);
         rest = cur % scale;
     }
-    while (remainder.size() > 1 && remainder.back() == 0)
-        remainder.pop_back();
+    while (remainder.size() > 1 && remainder.back() == 0) remainder.pop_back();
 }
 
 } // namespace KvXmlLib16

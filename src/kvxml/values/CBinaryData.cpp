@@ -165,7 +165,7 @@ void CBinaryData::Detach() {
     CKVCriticalSectionGuard guard(buffer->m_cs);
     if (buffer->m_refCount < 2) return;
     CBinaryBuffer* copy = NewCopyBuffer(buffer->m_data, buffer->m_length);
-    --buffer->m_refCount;  // cannot reach 0: another holder remains
+    --buffer->m_refCount; // cannot reach 0: another holder remains
     m_pBuffer = copy;
 }
 
@@ -326,7 +326,7 @@ uint32_t CBinaryData::ConvertToHexData(const char16_t* text, unsigned char** dat
         const char16_t hc = text[2 * i], lc = text[2 * i + 1];
         const int hi = HexValue(hc), lo = HexValue(lc);
         if ((hi | lo) < 0) {
-            const char16_t bad = hi < 0 ? hc : lc;  // the high nibble is looked at first
+            const char16_t bad = hi < 0 ? hc : lc; // the high nibble is looked at first
             throw CKvException(FormatString(u"Invalid char in hex string [%c]", static_cast<int>(bad)));
         }
         block[i] = static_cast<unsigned char>((hi << 4) | lo);
@@ -376,7 +376,7 @@ CBinaryData WideToUtf8(const char16_t* text) {
 
     // Counting pass; it also finds where a broken surrogate ends the text.
     size_t bytes = 0;
-    size_t end = 0;  // characters that will be converted
+    size_t end = 0; // characters that will be converted
     bool ascii = true;
     for (size_t i = 0; text[i] != 0; ++i) {
         const char16_t c = text[i];

@@ -36,7 +36,7 @@ public:
     void Append(unsigned char byte);
     void Append(char16_t c);
     void Append(const char16_t* text);
-    void Append(const std::u16string& text);  // up to the first NUL
+    void Append(const std::u16string& text); // up to the first NUL
     void Append(const CBinaryData& other);
 
     void SetBuffer(const unsigned char* bytes, uint32_t length);

@@ -63,8 +63,7 @@ std::u16string RealToString(double value, const std::u16string& format, const ch
 }
 
 [[noreturn]] void ThrowTooLarge(const std::u16string& text, const char16_t* typeName) {
-    throw CKvInvalidValueException(
-        FormatString(u"The value [%s] is to large to fit in a %s", text.c_str(), typeName));
+    throw CKvInvalidValueException(FormatString(u"The value [%s] is to large to fit in a %s", text.c_str(), typeName));
 }
 
 // Radix-10 scan through one of the run-time style scanners: whitespace and one sign accepted

@@ -17,8 +17,8 @@ namespace {
 
 constexpr unsigned Bit(CDateTime::DTType t) { return 1u << static_cast<unsigned>(t); }
 
-constexpr unsigned kUsesYear = Bit(CDateTime::dateTime) | Bit(CDateTime::date) | Bit(CDateTime::gYearMonth) |
-                               Bit(CDateTime::gYear);
+constexpr unsigned kUsesYear =
+    Bit(CDateTime::dateTime) | Bit(CDateTime::date) | Bit(CDateTime::gYearMonth) | Bit(CDateTime::gYear);
 constexpr unsigned kUsesMonth = Bit(CDateTime::dateTime) | Bit(CDateTime::date) | Bit(CDateTime::gYearMonth) |
                                 Bit(CDateTime::gMonth) | Bit(CDateTime::gMonthDay);
 constexpr unsigned kUsesDay =
@@ -37,8 +37,7 @@ constexpr int kDaysBeforeMonth[12] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 27
 bool IsLeap(int year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 int DaysInMonth(int month, int year) {
-    if (month == 2)
-        return IsLeap(year) ? 29 : 28;
+    if (month == 2) return IsLeap(year) ? 29 : 28;
     return kMonthTable[month - 1];
 }
 
@@ -89,8 +88,7 @@ Wide FloorDiv(Wide value, int divisor) {
 [[noreturn]] void ThrowValue(const std::u16string& message) { throw CKvInvalidValueException(message); }
 
 int TwoDigits(const char16_t* p) {
-    if (!IsDigit(p[0]) || !IsDigit(p[1]))
-        return -1;
+    if (!IsDigit(p[0]) || !IsDigit(p[1])) return -1;
     return (p[0] - u'0') * 10 + (p[1] - u'0');
 }
 
@@ -178,8 +176,7 @@ void CDateTime::Clear() {
 CDateTime& CDateTime::operator=(int64_t time) {
     // The platform serves 1970 to 3000 only; outside that there are no fields to take over.
     std::tm tm{};
-    if (!Platform::GmTime64(time, &tm))
-        ThrowValue(u"Failed to convert the time to a date");
+    if (!Platform::GmTime64(time, &tm)) ThrowValue(u"Failed to convert the time to a date");
     SetDateTime(dateTime, static_cast<int16_t>(tm.tm_year + 1900), static_cast<uint8_t>(tm.tm_mon + 1),
                 static_cast<uint8_t>(tm.tm_mday), static_cast<uint8_t>(tm.tm_hour), static_cast<uint8_t>(tm.tm_min),
                 static_cast<uint8_t>(tm.tm_sec), 0, 0, 0);
@@ -188,8 +185,8 @@ CDateTime& CDateTime::operator=(int64_t time) {
 
 CDateTime& CDateTime::operator=(const SYSTEMTIME& st) {
     if (st.wYear > 9999)
-        ThrowValue(FormatString(u"Invalid Year [%d] (%d <= year <= %d && year != 0)", static_cast<int>(st.wYear),
-                                -9999, 9999));
+        ThrowValue(FormatString(u"Invalid Year [%d] (%d <= year <= %d && year != 0)", static_cast<int>(st.wYear), -9999,
+                                9999));
     // Out-of-range components stay out of range (255) rather than wrapping into valid ones.
     auto narrow = [](uint16_t v) { return static_cast<uint8_t>(v > 255 ? 255 : v); };
     SetDateTime(dateTime, static_cast<int16_t>(st.wYear), narrow(st.wMonth), narrow(st.wDay), narrow(st.wHour),
@@ -199,8 +196,7 @@ CDateTime& CDateTime::operator=(const SYSTEMTIME& st) {
 
 CDateTime& CDateTime::operator=(const FILETIME& ft) {
     SYSTEMTIME st{};
-    if (!Platform::FileTimeToSystemTime(&ft, &st))
-        ThrowValue(u"Failed to convert FILETIME to SYSTEMTIME");
+    if (!Platform::FileTimeToSystemTime(&ft, &st)) ThrowValue(u"Failed to convert FILETIME to SYSTEMTIME");
     return *this = st;
 }
 
@@ -237,7 +233,9 @@ void CDateTime::SetDate(int16_t year, uint8_t month, uint8_t day) {
     SetDateTime(date, year, month, day, 0, 0, 0, 0, 0, 0);
 }
 
-void CDateTime::SetGYearMonth(int16_t year, uint8_t month) { SetDateTime(gYearMonth, year, month, 0, 0, 0, 0, 0, 0, 0); }
+void CDateTime::SetGYearMonth(int16_t year, uint8_t month) {
+    SetDateTime(gYearMonth, year, month, 0, 0, 0, 0, 0, 0, 0);
+}
 
 void CDateTime::SetGYear(int16_t year) { SetDateTime(gYear, year, 0, 0, 0, 0, 0, 0, 0, 0); }
 
@@ -257,31 +255,26 @@ void CDateTime::SetFracTime(uint16_t milli, uint16_t micro, uint16_t nano) {
 
 void CDateTime::SetDateTime(const CDateTime& source, DTType type) {
     if (!CheckConversion(source.m_type, type))
-        ThrowValue(FormatString(u"Attempting to set a CDateTime of type %s using an XmlDateTime of type %s. The source "
-                                u"CDateTime does not contian enough data to allow the conversion.",
-                                GetTypeAsString(type).c_str(), GetTypeAsString(source.m_type).c_str()));
+        ThrowValue(
+            FormatString(u"Attempting to set a CDateTime of type %s using an XmlDateTime of type %s. The source "
+                         u"CDateTime does not contian enough data to allow the conversion.",
+                         GetTypeAsString(type).c_str(), GetTypeAsString(source.m_type).c_str()));
     *this = source;
     m_type = type;
 }
 
 bool CDateTime::CheckConversion(DTType from, DTType to) {
-    if (from == to || to == yearZero)
-        return true;
+    if (from == to || to == yearZero) return true;
     switch (from) {
-    case dateTime:
-        return true;
-    case date:
-        return to == gDay || to == gMonth || to == gYear || to == gMonthDay || to == gYearMonth;
-    case gYearMonth:
-        return to == gMonth || to == gYear;
-    case gMonthDay:
-        return to == gDay || to == gMonth;
+    case dateTime: return true;
+    case date: return to == gDay || to == gMonth || to == gYear || to == gMonthDay || to == gYearMonth;
+    case gYearMonth: return to == gMonth || to == gYear;
+    case gMonthDay: return to == gDay || to == gMonth;
     case yearZero:
     case gYear:
     case time:
     case gDay:
-    case gMonth:
-        return false;
+    case gMonth: return false;
     }
     ThrowValue(FormatString(u"Unknown date type %d.", static_cast<int>(from)));
 }
@@ -294,14 +287,14 @@ void CDateTime::CheckType(unsigned allowedMask, const char16_t* message) const {
 }
 
 // The setters report with the getters' words.
-#define KVXML_DT_FIELD(Name, Type, member, mask)                                                  \
-    Type CDateTime::Get##Name() const {                                                           \
-        CheckType(mask, u"Failed to Get" #Name ". Invalid Date Type: %s.");                       \
-        return member;                                                                            \
-    }                                                                                             \
-    void CDateTime::Set##Name(Type value) {                                                       \
-        CheckType(mask, u"Failed to Get" #Name ". Invalid Date Type: %s.");                       \
-        member = value;                                                                           \
+#define KVXML_DT_FIELD(Name, Type, member, mask)                            \
+    Type CDateTime::Get##Name() const {                                     \
+        CheckType(mask, u"Failed to Get" #Name ". Invalid Date Type: %s."); \
+        return member;                                                      \
+    }                                                                       \
+    void CDateTime::Set##Name(Type value) {                                 \
+        CheckType(mask, u"Failed to Get" #Name ". Invalid Date Type: %s."); \
+        member = value;                                                     \
     }
 
 KVXML_DT_FIELD(Year, int16_t, m_year, kUsesYear)
@@ -324,8 +317,7 @@ double CDateTime::GetRealSecond() const {
 int CDateTime::GetDayOfWeek() const {
     CheckType(kDateOrDateTime, u"Failed to GetDayOfWeek. Invalid Date Type: %s.");
     std::tm tm{};
-    if (!Platform::LocalTime64(GetTime(), &tm))
-        ThrowValue(u"Failed to GetDayOfWeek: the time could not be converted");
+    if (!Platform::LocalTime64(GetTime(), &tm)) ThrowValue(u"Failed to GetDayOfWeek: the time could not be converted");
     return tm.tm_wday + 1;
 }
 
@@ -340,14 +332,12 @@ int CDateTime::GetDayOfYear() const {
 // ---- zone ----
 
 int16_t CDateTime::GetZoneHour() const {
-    if (!m_hasTimeZone)
-        throw CKvInvalidStateException(u"TimeZone is not been used");
+    if (!m_hasTimeZone) throw CKvInvalidStateException(u"TimeZone is not been used");
     return m_zoneHour;
 }
 
 uint8_t CDateTime::GetZoneMinute() const {
-    if (!m_hasTimeZone)
-        throw CKvInvalidStateException(u"TimeZone is not been used");
+    if (!m_hasTimeZone) throw CKvInvalidStateException(u"TimeZone is not been used");
     return m_zoneMinute;
 }
 
@@ -403,8 +393,7 @@ int64_t CDateTime::GetTime() const {
     // fails, and that failure is what the caller gets). The fields themselves are UTC, so adding
     // the local offset back gives exactly their own count, also inside a daylight-saving gap.
     const int64_t clock = tm.tm_hour * 3600 + tm.tm_min * 60 + tm.tm_sec;
-    if (Platform::MkTime64(&tm) == -1)
-        return -1;
+    if (Platform::MkTime64(&tm) == -1) return -1;
     return DaysFromCivil(n.m_year, n.m_month, n.m_day) * 86400 + clock;
 }
 
@@ -435,12 +424,10 @@ CDateTime CDateTime::GetNormalized() const {
     if (m_hasTimeZone) {
         try {
             CDateTimeSpan span(static_cast<uint32_t>(std::abs(m_zoneHour)), m_zoneMinute, 0);
-            if (m_zoneHour >= 0)
-                span.Negate();
+            if (m_zoneHour >= 0) span.Negate();
             copy.AddDateTimeSpan(span);
             copy.SetTimeZone(0, 0);
-        } catch (const CKvInvalidValueException&) {
-        }
+        } catch (const CKvInvalidValueException&) {}
     }
     return copy;
 }
@@ -448,8 +435,7 @@ CDateTime CDateTime::GetNormalized() const {
 // ---- validation ----
 
 void CDateTime::Validate() const {
-    if (m_type == yearZero)
-        ThrowValue(u"Invalid Year Zero");
+    if (m_type == yearZero) ThrowValue(u"Invalid Year Zero");
     const auto name = [this] { return GetTypeAsString(m_type); };
 
     if (Uses(m_type, kUsesMonth)) {
@@ -475,8 +461,7 @@ void CDateTime::Validate() const {
             ThrowValue(FormatString(u"Invalid Day [%d] (1 <= day <= days in month)", static_cast<int>(m_day)));
     } else if (m_type == gDay) {
         // No upper bound: the month is 0 for this type.
-        if (m_day < 1)
-            ThrowValue(FormatString(u"Invalid Day [%d] (1 <= day <= 31)", static_cast<int>(m_day)));
+        if (m_day < 1) ThrowValue(FormatString(u"Invalid Day [%d] (1 <= day <= 31)", static_cast<int>(m_day)));
     } else if (m_day != 0) {
         ThrowValue(FormatString(u"Invalid Day [%d] for type %s", static_cast<int>(m_day), name().c_str()));
     }
@@ -495,18 +480,15 @@ void CDateTime::Validate() const {
     };
     const bool usesTime = Uses(m_type, kUsesTime);
     for (const auto& f : clock) {
-        if (usesTime && f.value > f.max)
-            ThrowValue(FormatString(f.outOfRange, f.value));
-        if (!usesTime && f.value != 0)
-            ThrowValue(FormatString(f.forType, f.value, name().c_str()));
+        if (usesTime && f.value > f.max) ThrowValue(FormatString(f.outOfRange, f.value));
+        if (!usesTime && f.value != 0) ThrowValue(FormatString(f.forType, f.value, name().c_str()));
     }
 }
 
 // ---- parsing ----
 
 void CDateTime::ScanZone(const char16_t* text, size_t length) {
-    if (length == 0)
-        return;
+    if (length == 0) return;
     if (text[0] == u'Z') {
         m_isUTC = true;
         m_hasTimeZone = false;
@@ -514,8 +496,7 @@ void CDateTime::ScanZone(const char16_t* text, size_t length) {
         m_zoneMinute = 0;
         return;
     }
-    if (text[0] != u'+' && text[0] != u'-')
-        return;
+    if (text[0] != u'+' && text[0] != u'-') return;
     int hour = -1, minute = -1;
     if (length == 6 && text[3] == u':') {
         hour = TwoDigits(text + 1);
@@ -523,36 +504,28 @@ void CDateTime::ScanZone(const char16_t* text, size_t length) {
     }
     if (hour < 0 || minute < 0)
         ThrowValue(FormatString(u"Invalid XSD Time Zone [%s].", std::u16string(text, length).c_str()));
-    if (hour == 24)
-        hour = 0; // tolerates "+24:00"
-    if (text[0] == u'-')
-        hour = -hour;
+    if (hour == 24) hour = 0; // tolerates "+24:00"
+    if (text[0] == u'-') hour = -hour;
     SetTimeZone(static_cast<int16_t>(hour), static_cast<uint8_t>(minute));
 }
 
 void CDateTime::ScanDate(const char16_t* text, size_t length) {
-    if (text == nullptr)
-        ThrowValue(u"Invalid Date (Null String)");
-    if (length == 0)
-        ThrowValue(u"Invalid Date (Empty String)");
+    if (text == nullptr) ThrowValue(u"Invalid Date (Null String)");
+    if (length == 0) ThrowValue(u"Invalid Date (Empty String)");
     bool colon = false;
     for (size_t i = 0; i < length; ++i) {
-        if (text[i] == u'T')
-            ThrowValue(u"Invalid Date ('T' not allowed)");
-        if (text[i] == u':')
-            colon = true;
+        if (text[i] == u'T') ThrowValue(u"Invalid Date ('T' not allowed)");
+        if (text[i] == u':') colon = true;
     }
     const bool zulu = text[length - 1] == u'Z';
-    if (zulu && colon)
-        ThrowValue(u"Invalid Date (Bad Zone value)");
+    if (zulu && colon) ThrowValue(u"Invalid Date (Bad Zone value)");
 
     const auto fail = [&] {
         ThrowValue(FormatString(u"Invalid XSD Date [%s] expected CCYY-MM-DD[Z|[+|-]hh:mm]",
                                 std::u16string(text, length).c_str()));
     };
     const size_t zoneLength = zulu ? 1 : colon ? 6 : 0;
-    if (zoneLength > length)
-        fail();
+    if (zoneLength > length) fail();
     const size_t zonePos = length - zoneLength;
     size_t l = zonePos;
 
@@ -572,8 +545,7 @@ void CDateTime::ScanDate(const char16_t* text, size_t length) {
         } else {
             fail();
         }
-        if (month < 0 || day < 0)
-            fail();
+        if (month < 0 || day < 0) fail();
         m_type = type;
         m_month = static_cast<uint8_t>(month);
         m_day = static_cast<uint8_t>(day);
@@ -598,22 +570,18 @@ void CDateTime::ScanDate(const char16_t* text, size_t length) {
                 type = date;
             }
         }
-        if (year < 0 || month < 0 || day < 0)
-            fail();
+        if (year < 0 || month < 0 || day < 0) fail();
         m_type = type;
         m_year = static_cast<int16_t>(negative ? -year : year);
         m_month = static_cast<uint8_t>(month);
         m_day = static_cast<uint8_t>(day);
     }
-    if (zoneLength != 0)
-        ScanZone(text + zonePos, zoneLength);
+    if (zoneLength != 0) ScanZone(text + zonePos, zoneLength);
 }
 
 void CDateTime::ScanTime(const char16_t* text, size_t length) {
-    if (text == nullptr)
-        ThrowValue(u"Invalid Time (Null String)");
-    if (length == 0)
-        ThrowValue(u"Invalid XSD Time (Empty String)");
+    if (text == nullptr) ThrowValue(u"Invalid Time (Null String)");
+    if (length == 0) ThrowValue(u"Invalid XSD Time (Empty String)");
     int hour = -1, minute = -1, second = -1;
     if (length >= 8 && text[2] == u':' && text[5] == u':') {
         hour = TwoDigits(text);
@@ -656,18 +624,14 @@ void CDateTime::ParseXSDTime(const char16_t* text) {
 }
 
 void CDateTime::ParseXSDDateTime(const char16_t* text) {
-    if (text == nullptr)
-        ThrowValue(u"Invalid DateTime (Null String)");
+    if (text == nullptr) ThrowValue(u"Invalid DateTime (Null String)");
     const size_t length = Length(text);
     size_t t = 0;
-    while (t < length && text[t] != u'T')
-        ++t;
-    if (t == length)
-        ThrowValue(FormatString(u"Invalid XSD DateTime [%s].", text));
+    while (t < length && text[t] != u'T') ++t;
+    if (t == length) ThrowValue(FormatString(u"Invalid XSD DateTime [%s].", text));
     Clear();
     ScanDate(text, t);
-    if (m_type != date)
-        ThrowValue(FormatString(u"Invalid XSD DateTime [%s] expected CCYY-MM-DDThh:mm:ss[.ff]", text));
+    if (m_type != date) ThrowValue(FormatString(u"Invalid XSD DateTime [%s] expected CCYY-MM-DDThh:mm:ss[.ff]", text));
     ScanTime(text + t + 1, length - t - 1);
     m_type = dateTime;
     Validate();
@@ -678,22 +642,18 @@ void CDateTime::ParseXSDDateTime(const char16_t* text) {
 std::u16string CDateTime::ToString() const { return ToString(u"s"); }
 
 std::u16string CDateTime::ToString(const char16_t* format) const {
-    if (m_type == yearZero ||
-        (m_type != time && m_year == 0 && m_month == 0 && m_day == 0 && m_hour == 0 && m_minute == 0 &&
-         m_second == 0 && m_milli == 0 && m_micro == 0 && m_nano == 0))
+    if (m_type == yearZero || (m_type != time && m_year == 0 && m_month == 0 && m_day == 0 && m_hour == 0 &&
+                               m_minute == 0 && m_second == 0 && m_milli == 0 && m_micro == 0 && m_nano == 0))
         return u"Error: Date Not Set";
     const std::u16string_view fmt = format ? std::u16string_view(format) : std::u16string_view();
-    if (fmt.empty() || fmt == u"G")
-        return std::u16string();
-    if (fmt != u"s")
-        return u"Unknown Format: " + std::u16string(fmt);
+    if (fmt.empty() || fmt == u"G") return std::u16string();
+    if (fmt != u"s") return u"Unknown Format: " + std::u16string(fmt);
 
     using DateTimeText::AppendNumber;
     std::u16string out;
     out.reserve(40);
     const auto year = [&] {
-        if (m_year < 0)
-            out.push_back(u'-');
+        if (m_year < 0) out.push_back(u'-');
         AppendNumber(out, static_cast<uint64_t>(std::abs(static_cast<int>(m_year))), 4);
     };
     const auto clock = [&] {
@@ -710,22 +670,17 @@ std::u16string CDateTime::ToString(const char16_t* format) const {
     case gYearMonth:
     case gYear:
         year();
-        if (m_type == gYear)
-            break;
+        if (m_type == gYear) break;
         out.push_back(u'-');
         AppendNumber(out, m_month, 2);
-        if (m_type == gYearMonth)
-            break;
+        if (m_type == gYearMonth) break;
         out.push_back(u'-');
         AppendNumber(out, m_day, 2);
-        if (m_type == date)
-            break;
+        if (m_type == date) break;
         out.push_back(u'T');
         clock();
         break;
-    case time:
-        clock();
-        break;
+    case time: clock(); break;
     case gDay:
         out.append(u"---");
         AppendNumber(out, m_day, 2);
@@ -739,8 +694,7 @@ std::u16string CDateTime::ToString(const char16_t* format) const {
             AppendNumber(out, m_day, 2);
         }
         break;
-    case yearZero:
-        break;
+    case yearZero: break;
     }
     if (m_isUTC) {
         if (!m_hasTimeZone) {
@@ -758,7 +712,7 @@ std::u16string CDateTime::ToString(const char16_t* format) const {
 // ---- comparison ----
 
 CDateTime::DTCompareResult CDateTime::CompareFields(const CDateTime& other) const {
-    const auto fields = [](const CDateTime& v, double (&f)[6]) {
+    const auto fields = [](const CDateTime& v, double(&f)[6]) {
         const bool time = Uses(v.m_type, kUsesTime);
         f[0] = Uses(v.m_type, kUsesYear) ? v.m_year : -1;
         f[1] = Uses(v.m_type, kUsesMonth) ? v.m_month : -1;
@@ -772,12 +726,9 @@ CDateTime::DTCompareResult CDateTime::CompareFields(const CDateTime& other) cons
     fields(other, b);
     for (int i = 0; i < 6; ++i) {
         // A field used on one side only, or years of opposite signs, cannot be ordered.
-        if (a[i] * b[i] < 0)
-            return DTCompareIndeterminate;
-        if (a[i] < b[i])
-            return DTCompareLess;
-        if (a[i] > b[i])
-            return DTCompareGreater;
+        if (a[i] * b[i] < 0) return DTCompareIndeterminate;
+        if (a[i] < b[i]) return DTCompareLess;
+        if (a[i] > b[i]) return DTCompareGreater;
     }
     return DTCompareEqual;
 }
@@ -791,20 +742,15 @@ CDateTime CDateTime::WithZoneNormalized(int16_t zoneHour) const {
 CDateTime::DTCompareResult CDateTime::CompareTo(const CDateTime& other) const {
     const CDateTime p = m_hasTimeZone ? GetNormalized() : *this;
     const CDateTime q = other.m_hasTimeZone ? other.GetNormalized() : other;
-    if (p.m_isUTC == q.m_isUTC)
-        return p.CompareFields(q);
+    if (p.m_isUTC == q.m_isUTC) return p.CompareFields(q);
     // One side has no zone: it may lie anywhere within 14 hours either way. Normalising
     // swallows its own failures, so nothing here throws.
     if (p.m_isUTC) {
-        if (p.CompareFields(q.WithZoneNormalized(14)) == DTCompareLess)
-            return DTCompareLess;
-        if (p.CompareFields(q.WithZoneNormalized(-14)) == DTCompareGreater)
-            return DTCompareGreater;
+        if (p.CompareFields(q.WithZoneNormalized(14)) == DTCompareLess) return DTCompareLess;
+        if (p.CompareFields(q.WithZoneNormalized(-14)) == DTCompareGreater) return DTCompareGreater;
     } else {
-        if (p.WithZoneNormalized(14).CompareFields(q) == DTCompareGreater)
-            return DTCompareGreater;
-        if (p.WithZoneNormalized(-14).CompareFields(q) == DTCompareLess)
-            return DTCompareLess;
+        if (p.WithZoneNormalized(14).CompareFields(q) == DTCompareGreater) return DTCompareGreater;
+        if (p.WithZoneNormalized(-14).CompareFields(q) == DTCompareLess) return DTCompareLess;
     }
     return DTCompareIndeterminate;
 }

@@ -42,8 +42,8 @@ public:
     CDateTime(const FILETIME& ft);
     CDateTime(int16_t year, uint8_t month, uint8_t day);
     CDateTime(int16_t year, uint8_t month, uint8_t day, uint8_t hour, uint8_t minute, uint8_t second);
-    CDateTime(int16_t year, uint8_t month, uint8_t day, uint8_t hour, uint8_t minute, uint8_t second,
-              uint16_t milli, uint16_t micro, uint16_t nano);
+    CDateTime(int16_t year, uint8_t month, uint8_t day, uint8_t hour, uint8_t minute, uint8_t second, uint16_t milli,
+              uint16_t micro, uint16_t nano);
     CDateTime(const CDateTime& other);
     CDateTime& operator=(const CDateTime& other);
     virtual ~CDateTime();

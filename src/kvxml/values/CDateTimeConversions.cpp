@@ -120,11 +120,9 @@ CDateTime KvVariant::GetDateKind() const {
     case ItemType_date:
     case ItemType_datetime:
     case ItemType_time:
-        if (m_value.dt != nullptr)
-            return *m_value.dt;
+        if (m_value.dt != nullptr) return *m_value.dt;
         break;
-    default:
-        break;
+    default: break;
     }
     return CDateTime();
 }

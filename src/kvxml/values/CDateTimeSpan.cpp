@@ -78,8 +78,7 @@ std::u16string CDateTimeSpan::ToString() const {
     part(m_months, u'M');
     part(m_days, u'D');
     const bool fraction = m_milli != 0 || m_micro != 0 || m_nano != 0;
-    if (m_hours == 0 && m_minutes == 0 && m_seconds == 0 && !fraction)
-        return out;
+    if (m_hours == 0 && m_minutes == 0 && m_seconds == 0 && !fraction) return out;
     out.push_back(u'T');
     part(m_hours, u'H');
     part(m_minutes, u'M');
@@ -93,10 +92,8 @@ std::u16string CDateTimeSpan::ToString() const {
 
 void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
     Clear();
-    if (text == nullptr)
-        throw CKvInvalidValueException(u"Invalid XSD Duration (Null String)");
-    if (*text == 0)
-        throw CKvInvalidValueException(u"Invalid XSD Duration (Empty String)");
+    if (text == nullptr) throw CKvInvalidValueException(u"Invalid XSD Duration (Null String)");
+    if (*text == 0) throw CKvInvalidValueException(u"Invalid XSD Duration (Empty String)");
     const auto fail = [text] {
         throw CKvInvalidValueException(
             FormatString(u"Invalid XSD Duration [%s] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]", text));
@@ -106,8 +103,7 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
         m_negative = true;
         ++p;
     }
-    if (*p != u'P')
-        fail();
+    if (*p != u'P') fail();
     ++p;
 
     int state = 0;
@@ -123,13 +119,11 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
                 number = number * 10u + digit;
         }
         const auto fitting = [&](uint64_t limit) {
-            if (tooLarge || number > limit)
-                fail();
+            if (tooLarge || number > limit) fail();
             return number;
         };
         const char16_t designator = *p;
-        if (designator == 0)
-            fail();
+        if (designator == 0) fail();
         ++p;
         switch (designator) {
         case u'Y': // accepted in any state, deliberately
@@ -148,31 +142,26 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
             }
             break;
         case u'D':
-            if (state > 2)
-                fail();
+            if (state > 2) fail();
             m_days = static_cast<uint32_t>(fitting(UINT32_MAX));
             state = 3;
             break;
         case u'T':
-            if (state > 3)
-                fail();
+            if (state > 3) fail();
             state = 4;
             break;
         case u'H':
-            if (state != 4)
-                fail();
+            if (state != 4) fail();
             m_hours = static_cast<uint32_t>(fitting(UINT32_MAX));
             state = 5;
             break;
         case u'S':
-            if (state < 4 || state > 6)
-                fail();
+            if (state < 4 || state > 6) fail();
             m_seconds = fitting(UINT64_MAX);
             state = 7;
             break;
         case u'.': {
-            if (state < 4 || state > 6)
-                fail();
+            if (state < 4 || state > 6) fail();
             m_seconds = fitting(UINT64_MAX);
             static constexpr uint16_t kWeight[6] = {100, 10, 1, 100, 10, 1};
             int count = 0;
@@ -188,18 +177,15 @@ void CDateTimeSpan::ParseXSDDuration(const char16_t* text) {
                 else
                     m_nano = digit; // each of the last three replaces it, unweighted: kept as it is
             }
-            if (*p != u'S')
-                fail();
+            if (*p != u'S') fail();
             ++p;
             state = 8;
             break;
         }
-        default:
-            fail();
+        default: fail();
         }
     }
-    if (state == 0 || state == 4)
-        fail();
+    if (state == 0 || state == 4) fail();
 }
 
 CDateTime::DTCompareResult CDateTimeSpan::CompareTo(const CDateTimeSpan& other) const {

@@ -16,10 +16,9 @@ public:
     CDateTimeSpan(const CDateTimeSpan& other);
     CDateTimeSpan& operator=(const CDateTimeSpan& other);
     CDateTimeSpan(uint32_t hours, uint64_t minutes, uint64_t seconds);
-    CDateTimeSpan(uint16_t years, uint32_t months, uint32_t days, uint32_t hours, uint64_t minutes,
-                  uint64_t seconds);
-    CDateTimeSpan(uint16_t years, uint32_t months, uint32_t days, uint32_t hours, uint64_t minutes,
-                  uint64_t seconds, uint16_t milli, uint16_t micro, uint16_t nano);
+    CDateTimeSpan(uint16_t years, uint32_t months, uint32_t days, uint32_t hours, uint64_t minutes, uint64_t seconds);
+    CDateTimeSpan(uint16_t years, uint32_t months, uint32_t days, uint32_t hours, uint64_t minutes, uint64_t seconds,
+                  uint16_t milli, uint16_t micro, uint16_t nano);
     virtual ~CDateTimeSpan();
 
     void SetDateTimeSpan(uint32_t hours, uint64_t minutes, uint64_t seconds);

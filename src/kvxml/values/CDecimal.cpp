@@ -21,11 +21,10 @@ inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // 10 to a power given as a (possibly negative or huge) count of decimal places. A negative count
 // can only come from a negative limit of decimal places and cannot be honoured.
-static CBigInteger PowerOfTen(int64_t exponent)
-{
+static CBigInteger PowerOfTen(int64_t exponent) {
     if (exponent < 0)
-        throw CKvInvalidValueException(
-            FormatString(u"ERROR: Invalid number of decimal places %d.", int(exponent < INT32_MIN ? INT32_MIN : exponent)));
+        throw CKvInvalidValueException(FormatString(u"ERROR: Invalid number of decimal places %d.",
+                                                    int(exponent < INT32_MIN ? INT32_MIN : exponent)));
     if (exponent >= int64_t(CBigInteger::MAX_DIGITS))
         throw CKvInvalidValueException(
             FormatString(u"ERROR: Number too large, the limit is %u digits.", unsigned(CBigInteger::MAX_DIGITS)));
@@ -40,16 +39,14 @@ CDecimal::CDecimal(int32_t value) : m_integerPart(value), m_fractionPart(), m_fr
 CDecimal::CDecimal(int64_t value) : m_integerPart(value), m_fractionPart(), m_fractionDivider(1) {}
 CDecimal::CDecimal(const CBigInteger& value) : m_integerPart(value), m_fractionPart(), m_fractionDivider(1) {}
 
-CDecimal::CDecimal(double value) : CDecimal()
-{
+CDecimal::CDecimal(double value) : CDecimal() {
     // "%.13f\n" in the C locale, whatever locale the application has chosen.
     char narrow[512];
     auto res = std::to_chars(narrow, narrow + sizeof(narrow) - 2, value, std::chars_format::fixed, 13);
     size_t n = res.ec == std::errc() ? size_t(res.ptr - narrow) : 0;
     narrow[n++] = '\n';
     char16_t wide[512];
-    for (size_t i = 0; i < n; ++i)
-        wide[i] = char16_t(static_cast<unsigned char>(narrow[i]));
+    for (size_t i = 0; i < n; ++i) wide[i] = char16_t(static_cast<unsigned char>(narrow[i]));
     wide[n] = 0;
     Parse(wide);
 }
@@ -57,9 +54,7 @@ CDecimal::CDecimal(double value) : CDecimal()
 CDecimal::CDecimal(const char16_t* text) : CDecimal() { Parse(text); }
 
 CDecimal::CDecimal(const CBigInteger& integerPart, const CBigInteger& fractionPart, int32_t divider)
-    : m_integerPart(integerPart), m_fractionPart(fractionPart), m_fractionDivider(divider)
-{
-}
+    : m_integerPart(integerPart), m_fractionPart(fractionPart), m_fractionDivider(divider) {}
 
 CDecimal::CDecimal(const CDecimal& other) = default;
 CDecimal::CDecimal(CDecimal&& other) noexcept = default;
@@ -70,10 +65,8 @@ CDecimal::~CDecimal() = default;
 // ---------------------------------------------------------------------------------------------
 // Scanner
 
-void CDecimal::Parse(const char16_t* text)
-{
-    if (text == nullptr)
-        text = u"";
+void CDecimal::Parse(const char16_t* text) {
+    if (text == nullptr) text = u"";
     char16_t integerDigits[MAX_INTEGER_DIGITS];
     char16_t fractionDigits[MAX_FRACTION_DIGITS];
     char16_t exponentDigits[MAX_EXPONENT_DIGITS];
@@ -97,8 +90,7 @@ void CDecimal::Parse(const char16_t* text)
     for (; text[i] != 0; ++i) {
         char16_t c = text[i];
         if (IsDigit(c)) {
-            if (integerCount == MAX_INTEGER_DIGITS)
-                throw tooManyDigits(u"integer", MAX_INTEGER_DIGITS);
+            if (integerCount == MAX_INTEGER_DIGITS) throw tooManyDigits(u"integer", MAX_INTEGER_DIGITS);
             integerDigits[integerCount++] = c;
         } else if (c == u'-') {
             negative = true;
@@ -116,8 +108,7 @@ void CDecimal::Parse(const char16_t* text)
         for (++i; text[i] != 0; ++i) {
             char16_t c = text[i];
             if (IsDigit(c)) {
-                if (fractionCount == MAX_FRACTION_DIGITS)
-                    throw tooManyDigits(u"fraction", MAX_FRACTION_DIGITS);
+                if (fractionCount == MAX_FRACTION_DIGITS) throw tooManyDigits(u"fraction", MAX_FRACTION_DIGITS);
                 fractionDigits[fractionCount++] = c;
             } else if (!IsBlank(c)) {
                 break;
@@ -138,8 +129,7 @@ void CDecimal::Parse(const char16_t* text)
         for (; text[i] != 0; ++i) {
             char16_t c = text[i];
             if (IsDigit(c)) {
-                if (exponentCount == MAX_EXPONENT_DIGITS)
-                    throw tooManyDigits(u"exponent", MAX_EXPONENT_DIGITS);
+                if (exponentCount == MAX_EXPONENT_DIGITS) throw tooManyDigits(u"exponent", MAX_EXPONENT_DIGITS);
                 exponentDigits[exponentCount++] = c;
             } else if (IsBlank(c)) {
                 throw invalidChar(i);
@@ -148,8 +138,7 @@ void CDecimal::Parse(const char16_t* text)
             }
         }
     }
-    if (text[i] != 0)
-        throw invalidChar(i);
+    if (text[i] != 0) throw invalidChar(i);
     CBigInteger::BuildFromText(integerDigits, size_t(integerCount), m_integerPart.m_digits);
     m_integerPart.m_sign = 1;
     CBigInteger::BuildFromText(fractionDigits, size_t(fractionCount), m_fractionPart.m_digits);
@@ -161,17 +150,15 @@ void CDecimal::Parse(const char16_t* text)
         CBigInteger::BuildFromText(exponentDigits, size_t(exponentCount), e);
         uint64_t exponent = 0;
         if (e.size() <= 7) {
-            for (size_t k = e.size(); k-- > 0;)
-                exponent = exponent * 10 + e[k];
+            for (size_t k = e.size(); k-- > 0;) exponent = exponent * 10 + e[k];
         }
         if (e.size() > 7 || exponent >= CBigInteger::MAX_DIGITS)
-            throw CKvInvalidValueException(FormatString(
-                u"The string representing a Decimal, has an exponent above %u [%s].",
-                unsigned(CBigInteger::MAX_DIGITS - 1), text));
+            throw CKvInvalidValueException(
+                FormatString(u"The string representing a Decimal, has an exponent above %u [%s].",
+                             unsigned(CBigInteger::MAX_DIGITS - 1), text));
         ShiftPoint(exponentNegative ? -int64_t(exponent) : int64_t(exponent));
     }
-    if (negative)
-        Negate();
+    if (negative) Negate();
     Rationalise();
     CutToLimit();
 }
@@ -182,8 +169,7 @@ void CDecimal::Parse(const char16_t* text)
 // Multiplies the (non-negative) value by 10 to the exponent by moving its digits, so that no
 // intermediate is longer than the result: 1E999999 holds its million digits as CBigInteger does.
 // A negative exponent keeps the places that a division would: the limit plus two, truncated.
-void CDecimal::ShiftPoint(int64_t exponent)
-{
+void CDecimal::ShiftPoint(int64_t exponent) {
     // All digits, least significant first, the fraction padded to the divider's width.
     CBigInteger::Digits all(size_t(m_fractionDivider), char16_t(0));
     std::copy(m_fractionPart.m_digits.begin(), m_fractionPart.m_digits.end(), all.begin());
@@ -191,8 +177,7 @@ void CDecimal::ShiftPoint(int64_t exponent)
     int64_t scale = int64_t(m_fractionDivider) - exponent;
     if (exponent < 0) {
         const int64_t places = int64_t(m_maxDivider) + 2;
-        if (places < 0)
-            PowerOfTen(places); // refuses the limit, as the division does
+        if (places < 0) PowerOfTen(places); // refuses the limit, as the division does
         if (scale > places) {
             all.erase(0, size_t(std::min<int64_t>(scale - places, int64_t(all.size()))));
             scale = places;
@@ -213,15 +198,13 @@ void CDecimal::ShiftPoint(int64_t exponent)
     const size_t split = size_t(std::min<int64_t>(scale, int64_t(all.size())));
     m_fractionPart.m_digits.assign(all, 0, split);
     CBigInteger::Clean(m_fractionPart.m_digits);
-    if (split < all.size())
-        m_integerPart.m_digits.assign(all, split, CBigInteger::Digits::npos);
+    if (split < all.size()) m_integerPart.m_digits.assign(all, split, CBigInteger::Digits::npos);
     m_fractionDivider = int32_t(scale);
 }
 
 // Drops trailing zeros of the fraction, one digit at a time, keeping at least one digit of the
 // fraction written to the divider's width.
-void CDecimal::Rationalise()
-{
+void CDecimal::Rationalise() {
     if (m_fractionPart.IsZero()) {
         if (m_fractionDivider > 1) {
             // Dividing a zero gives a plain zero with sign +1.
@@ -232,20 +215,17 @@ void CDecimal::Rationalise()
     }
     CBigInteger::Digits& d = m_fractionPart.m_digits;
     size_t zeros = 0;
-    while (zeros < d.size() && d[zeros] == 0)
-        ++zeros;
+    while (zeros < d.size() && d[zeros] == 0) ++zeros;
     if (zeros > 0) {
         d.erase(0, zeros);
         m_fractionDivider -= int32_t(zeros);
     }
 }
 
-void CDecimal::ChangeFractionalDivider(int32_t divider)
-{
+void CDecimal::ChangeFractionalDivider(int32_t divider) {
     int64_t current = m_fractionDivider;
     if (divider >= current) {
-        if (divider > current)
-            m_fractionPart = m_fractionPart * PowerOfTen(int64_t(divider) - current);
+        if (divider > current) m_fractionPart = m_fractionPart * PowerOfTen(int64_t(divider) - current);
         m_fractionDivider = divider;
         return;
     }
@@ -264,8 +244,7 @@ void CDecimal::ChangeFractionalDivider(int32_t divider)
         carry = 1;
     else if (remainder < half.GetNegative())
         carry = -1;
-    if (carry == 0)
-        return;
+    if (carry == 0) return;
     if (divider == 0) {
         m_integerPart += CBigInteger(carry);
         return;
@@ -273,12 +252,10 @@ void CDecimal::ChangeFractionalDivider(int32_t divider)
     // No carry into the integer part: a fraction that reaches 10^divider stays so.
     m_fractionPart += CBigInteger(carry);
     RepairSigns(PowerOfTen(divider));
-    if (m_integerPart == CBigInteger())
-        m_integerPart.m_sign = m_fractionPart.m_sign;
+    if (m_integerPart == CBigInteger()) m_integerPart.m_sign = m_fractionPart.m_sign;
 }
 
-void CDecimal::RepairSigns(const CBigInteger& unit)
-{
+void CDecimal::RepairSigns(const CBigInteger& unit) {
     static const CBigInteger zero;
     static const CBigInteger one(1);
     if (m_integerPart > zero && m_fractionPart < zero) {
@@ -291,8 +268,7 @@ void CDecimal::RepairSigns(const CBigInteger& unit)
     }
 }
 
-int32_t CDecimal::Normalize(CDecimal& a, CDecimal& b)
-{
+int32_t CDecimal::Normalize(CDecimal& a, CDecimal& b) {
     if (a.m_fractionDivider < b.m_fractionDivider)
         a.ChangeFractionalDivider(b.m_fractionDivider);
     else if (b.m_fractionDivider < a.m_fractionDivider)
@@ -301,12 +277,10 @@ int32_t CDecimal::Normalize(CDecimal& a, CDecimal& b)
 }
 
 int32_t CDecimal::Align(const CDecimal& x, const CDecimal& y, CDecimal& scratchX, CDecimal& scratchY,
-                        const CDecimal*& a, const CDecimal*& b)
-{
+                        const CDecimal*& a, const CDecimal*& b) {
     a = &x;
     b = &y;
-    if (x.m_fractionDivider == y.m_fractionDivider)
-        return x.m_fractionDivider;
+    if (x.m_fractionDivider == y.m_fractionDivider) return x.m_fractionDivider;
     scratchX = x;
     scratchY = y;
     a = &scratchX;
@@ -314,46 +288,36 @@ int32_t CDecimal::Align(const CDecimal& x, const CDecimal& y, CDecimal& scratchX
     return Normalize(scratchX, scratchY);
 }
 
-void CDecimal::CutToLimit()
-{
-    if (m_fractionDivider > m_maxDivider)
-        ChangeFractionalDivider(m_maxDivider);
+void CDecimal::CutToLimit() {
+    if (m_fractionDivider > m_maxDivider) ChangeFractionalDivider(m_maxDivider);
 }
 
 // ---------------------------------------------------------------------------------------------
 // Text
 
-std::u16string CDecimal::FractionText() const
-{
+std::u16string CDecimal::FractionText() const {
     const CBigInteger::Digits& d = m_fractionPart.m_digits;
     size_t width = m_fractionDivider > 0 ? size_t(m_fractionDivider) : 0;
     size_t n = d.empty() ? 1 : d.size();
     std::u16string s;
     s.reserve(width > n ? width : n);
-    if (width > n)
-        s.append(width - n, u'0');
-    if (d.empty())
-        s.push_back(u'0');
-    for (size_t i = d.size(); i-- > 0;)
-        s.push_back(char16_t(u'0' + d[i]));
+    if (width > n) s.append(width - n, u'0');
+    if (d.empty()) s.push_back(u'0');
+    for (size_t i = d.size(); i-- > 0;) s.push_back(char16_t(u'0' + d[i]));
     return s;
 }
 
-std::u16string CDecimal::ToString() const
-{
-    if (m_fractionPart.IsZero())
-        return m_integerPart.ToString();
+std::u16string CDecimal::ToString() const {
+    if (m_fractionPart.IsZero()) return m_integerPart.ToString();
     std::u16string s;
-    if (m_integerPart.m_sign == -1)
-        s.push_back(u'-');
+    if (m_integerPart.m_sign == -1) s.push_back(u'-');
     s += m_integerPart.GetAbs().ToString();
     s.push_back(u'.');
     s += FractionText();
     return s;
 }
 
-std::u16string CDecimal::ToString(int32_t decimalPlaces) const
-{
+std::u16string CDecimal::ToString(int32_t decimalPlaces) const {
     size_t places = decimalPlaces > 0 ? size_t(decimalPlaces) : 0;
     // Half a unit of the last place, with the sign of this value, as the text "0.005" (for two
     // places) would read: ties go away from zero, and the limit of places may cut the half away.
@@ -375,11 +339,9 @@ std::u16string CDecimal::ToString(int32_t decimalPlaces) const
     rounded = rounded + *this;
 
     std::u16string fraction = rounded.FractionText();
-    if (fraction.size() > places)
-        fraction.resize(places);
+    if (fraction.size() > places) fraction.resize(places);
     std::u16string s;
-    if (rounded.m_integerPart.m_sign == -1)
-        s.push_back(u'-');
+    if (rounded.m_integerPart.m_sign == -1) s.push_back(u'-');
     s += rounded.m_integerPart.GetAbs().ToString();
     s.push_back(u'.');
     s += fraction;
@@ -389,8 +351,7 @@ std::u16string CDecimal::ToString(int32_t decimalPlaces) const
 // ---------------------------------------------------------------------------------------------
 // Conversions
 
-int32_t CDecimal::ToLong() const
-{
+int32_t CDecimal::ToLong() const {
     CDecimal copy(*this);
     copy.ChangeFractionalDivider(0);
     if (copy.m_integerPart < CBigInteger::MIN_LONG || copy.m_integerPart > CBigInteger::MAX_LONG)
@@ -398,8 +359,7 @@ int32_t CDecimal::ToLong() const
     return int32_t(copy.m_integerPart);
 }
 
-int64_t CDecimal::ToLongLong() const
-{
+int64_t CDecimal::ToLongLong() const {
     // Divider 1, not 0: only the integer part is read, so the value is in effect truncated.
     CDecimal copy(*this);
     copy.ChangeFractionalDivider(1);
@@ -408,35 +368,30 @@ int64_t CDecimal::ToLongLong() const
     return int64_t(copy.m_integerPart);
 }
 
-double CDecimal::ToDouble() const
-{
+double CDecimal::ToDouble() const {
     if (m_integerPart < CBigInteger::MIN_DOUBLE || m_integerPart > CBigInteger::MAX_DOUBLE)
         throw CKvOverFlowException(u"The Decimal value if to large to fit into a Double");
     std::u16string text = ToString();
     std::string narrow(text.size(), '\0');
-    for (size_t i = 0; i < text.size(); ++i)
-        narrow[i] = char(text[i]);
+    for (size_t i = 0; i < text.size(); ++i) narrow[i] = char(text[i]);
     double value = 0.0;
     std::from_chars(narrow.data(), narrow.data() + narrow.size(), value);
     return value;
 }
 
-CBigInteger CDecimal::ToBigInteger() const
-{
+CBigInteger CDecimal::ToBigInteger() const {
     CDecimal copy(*this);
     copy.ChangeFractionalDivider(0);
     return copy.m_integerPart;
 }
 
-CDecimal CDecimal::GetNegative() const
-{
+CDecimal CDecimal::GetNegative() const {
     CDecimal copy(*this);
     copy.Negate();
     return copy;
 }
 
-void CDecimal::Negate()
-{
+void CDecimal::Negate() {
     m_integerPart.Negate();
     m_fractionPart.Negate();
 }
@@ -444,8 +399,7 @@ void CDecimal::Negate()
 // ---------------------------------------------------------------------------------------------
 // Arithmetic
 
-CDecimal CDecimal::operator+(const CDecimal& other) const
-{
+CDecimal CDecimal::operator+(const CDecimal& other) const {
     CDecimal scratchA, scratchB;
     const CDecimal *pa, *pb;
     int32_t divider = Align(*this, other, scratchA, scratchB, pa, pb);
@@ -464,16 +418,14 @@ CDecimal CDecimal::operator+(const CDecimal& other) const
         r.m_integerPart -= one;
     }
     r.RepairSigns(unit);
-    if (r.m_integerPart == CBigInteger())
-        r.m_integerPart.m_sign = r.m_fractionPart.m_sign;
+    if (r.m_integerPart == CBigInteger()) r.m_integerPart.m_sign = r.m_fractionPart.m_sign;
     r.Rationalise();
     return r;
 }
 
 CDecimal CDecimal::operator-(const CDecimal& other) const { return *this + other.GetNegative(); }
 
-CDecimal CDecimal::operator*(const CDecimal& other) const
-{
+CDecimal CDecimal::operator*(const CDecimal& other) const {
     CDecimal scratchA, scratchB;
     const CDecimal *pa, *pb;
     int32_t divider = Align(*this, other, scratchA, scratchB, pa, pb);
@@ -489,8 +441,7 @@ CDecimal CDecimal::operator*(const CDecimal& other) const
     return r;
 }
 
-CDecimal CDecimal::operator/(const CDecimal& other) const
-{
+CDecimal CDecimal::operator/(const CDecimal& other) const {
     CDecimal scratchA, scratchB;
     const CDecimal *pa, *pb;
     int32_t divider = Align(*this, other, scratchA, scratchB, pa, pb);
@@ -515,8 +466,7 @@ CDecimal& CDecimal::operator/=(const CDecimal& other) { return *this = *this / o
 
 CDecimal& CDecimal::operator++() { return *this = *this + CDecimal(1); }
 
-CDecimal CDecimal::operator++(int)
-{
+CDecimal CDecimal::operator++(int) {
     CDecimal before(*this);
     *this = *this + CDecimal(1);
     return before;
@@ -524,8 +474,7 @@ CDecimal CDecimal::operator++(int)
 
 CDecimal& CDecimal::operator--() { return *this = *this - CDecimal(1); }
 
-CDecimal CDecimal::operator--(int)
-{
+CDecimal CDecimal::operator--(int) {
     CDecimal before(*this);
     *this = *this - CDecimal(1);
     return before;
@@ -534,8 +483,7 @@ CDecimal CDecimal::operator--(int)
 // ---------------------------------------------------------------------------------------------
 // Comparison: both brought to one divider; a zero integer part counts by its sign.
 
-bool CDecimal::operator==(const CDecimal& other) const
-{
+bool CDecimal::operator==(const CDecimal& other) const {
     CDecimal scratchA, scratchB;
     const CDecimal *pa, *pb;
     Align(*this, other, scratchA, scratchB, pa, pb);
@@ -547,19 +495,15 @@ bool CDecimal::operator==(const CDecimal& other) const
 bool CDecimal::operator!=(const CDecimal& other) const { return !(*this == other); }
 
 // Integer parts first, by the order of CBigInteger (a zero counts by its sign), then fractions.
-int32_t CDecimal::Compare(const CDecimal& x, const CDecimal& y)
-{
+int32_t CDecimal::Compare(const CDecimal& x, const CDecimal& y) {
     CDecimal scratchA, scratchB;
     const CDecimal *pa, *pb;
     Align(x, y, scratchA, scratchB, pa, pb);
     const CDecimal& a = *pa;
     const CDecimal& b = *pb;
-    if (a.m_integerPart < b.m_integerPart)
-        return -1;
-    if (b.m_integerPart < a.m_integerPart)
-        return 1;
-    if (a.m_fractionPart < b.m_fractionPart)
-        return -1;
+    if (a.m_integerPart < b.m_integerPart) return -1;
+    if (b.m_integerPart < a.m_integerPart) return 1;
+    if (a.m_fractionPart < b.m_fractionPart) return -1;
     return b.m_fractionPart < a.m_fractionPart ? 1 : 0;
 }
 

@@ -52,8 +52,7 @@ void CheckSmallIntegral(const char16_t* name, T value, const CPrimitiveRestricti
 template <class T, class FromString, class ToString>
 void CheckWideIntegral(const char16_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString,
                        ToString toString) {
-    if (!BoundsHold(value, r, fromString) || !DigitsHold(value, r, toString))
-        ThrowInvalidText(name, toString(value));
+    if (!BoundsHold(value, r, fromString) || !DigitsHold(value, r, toString)) ThrowInvalidText(name, toString(value));
 }
 
 template <class T, class FromString>
@@ -169,8 +168,8 @@ void CheckStringRestrictions(const char16_t* name, const std::u16string& value,
     try {
         matched = PatternInternals::PatternMatchWide(pattern.c_str(), value);
     } catch (const CKvException& e) {
-        throw CKvException(FormatString(u"%s\nInvalid Value for %s [%s].", e.GetFullMessage().c_str(), name,
-                                        value.c_str()));
+        throw CKvException(
+            FormatString(u"%s\nInvalid Value for %s [%s].", e.GetFullMessage().c_str(), name, value.c_str()));
     }
     if (!matched) ThrowInvalidText(name, value);
 }

@@ -19,10 +19,9 @@ class KVXML_API CPrimitiveRestrictions {
 public:
     CPrimitiveRestrictions();
     // Null texts count as empty.
-    CPrimitiveRestrictions(const char16_t* pattern, int32_t minLength, int32_t maxLength,
-                           const char16_t* minInclusive, const char16_t* maxInclusive,
-                           const char16_t* minExclusive, const char16_t* maxExclusive, int32_t length,
-                           int32_t totalDigits, int32_t fractionDigits);
+    CPrimitiveRestrictions(const char16_t* pattern, int32_t minLength, int32_t maxLength, const char16_t* minInclusive,
+                           const char16_t* maxInclusive, const char16_t* minExclusive, const char16_t* maxExclusive,
+                           int32_t length, int32_t totalDigits, int32_t fractionDigits);
     CPrimitiveRestrictions(const CPrimitiveRestrictions& other);
     CPrimitiveRestrictions& operator=(const CPrimitiveRestrictions& other);
     virtual ~CPrimitiveRestrictions();

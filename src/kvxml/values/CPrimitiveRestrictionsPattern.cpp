@@ -50,7 +50,7 @@ void AppendUtf8(std::string& out, const char16_t* text) {
             out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
         } else if (c >= 0xD800 && c <= 0xDBFF) {
             const uint32_t low = p[1];
-            if (low < 0xDC00 || low > 0xDFFF) return;  // high surrogate not followed by a low one
+            if (low < 0xDC00 || low > 0xDFFF) return; // high surrogate not followed by a low one
             const uint32_t cp = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
             out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
             out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
@@ -58,7 +58,7 @@ void AppendUtf8(std::string& out, const char16_t* text) {
             out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
             ++p;
         } else if (c >= 0xDC00 && c <= 0xDFFF) {
-            return;  // lone low surrogate
+            return; // lone low surrogate
         } else {
             out.push_back(static_cast<char>(0xE0 | (c >> 12)));
             out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
@@ -73,7 +73,7 @@ struct CompiledPattern {
     pcre2_code* code = nullptr;
     uint32_t captureCount = 0;
     bool jit = false;
-    std::u16string error;  // compiler text, widened; meaningful when code is null
+    std::u16string error; // compiler text, widened; meaningful when code is null
 
     CompiledPattern() = default;
     CompiledPattern(const CompiledPattern&) = delete;
@@ -87,13 +87,13 @@ std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern, bool fo
     const std::string expression = "^(" + PatternInternals::TranslateXsdPattern(pattern) + ")$";
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
-    compiled->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(),
-                                   PCRE2_UTF, &errorCode, &errorOffset, nullptr);
+    compiled->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(), PCRE2_UTF,
+                                   &errorCode, &errorOffset, nullptr);
     if (!compiled->code) {
         PCRE2_UCHAR buffer[256];
         const int n = pcre2_get_error_message(errorCode, buffer, sizeof buffer);
         const std::size_t len = n > 0 ? static_cast<std::size_t>(n) : 0;
-        compiled->error.assign(buffer, buffer + len);  // the compiler's text is ASCII
+        compiled->error.assign(buffer, buffer + len); // the compiler's text is ASCII
         return compiled;
     }
     pcre2_pattern_info(compiled->code, PCRE2_INFO_CAPTURECOUNT, &compiled->captureCount);
@@ -103,8 +103,8 @@ std::shared_ptr<const CompiledPattern> Compile(std::string_view pattern, bool fo
 }
 
 [[noreturn]] void ThrowCompileError(const CompiledPattern& compiled, const std::u16string& value) {
-    throw CKvException(FormatString(u"Invalid Regular Expression: %s Error: '%s'", value.c_str(),
-                                    compiled.error.c_str()));
+    throw CKvException(
+        FormatString(u"Invalid Regular Expression: %s Error: '%s'", value.c_str(), compiled.error.c_str()));
 }
 
 // Anchored match of the UTF-8 subject; only a match from 0 to the end of the subject counts,
@@ -171,7 +171,7 @@ private:
 };
 
 PatternCache& Cache() {
-    static PatternCache cache;  // built on first use, after every static it might depend on
+    static PatternCache cache; // built on first use, after every static it might depend on
     return cache;
 }
 
@@ -210,7 +210,7 @@ struct ThreadScratch {
     const CompiledPattern& Lookup(std::string_view pattern) {
         PatternCache& cache = Cache();
         const uint64_t current = cache.Generation();
-        if (current != generation) {  // the shared cache was cleared: forget what we remember
+        if (current != generation) { // the shared cache was cleared: forget what we remember
             for (FrontEntry& e : front) {
                 e.key.clear();
                 e.compiled.reset();
@@ -238,7 +238,7 @@ namespace PatternInternals {
 
 std::string TranslateXsdPattern(std::string_view pattern) {
     std::string text(pattern);
-    ReplaceAll(text, "\\\\", "\x01");  // an escaped backslash must not start a rewrite
+    ReplaceAll(text, "\\\\", "\x01"); // an escaped backslash must not start a rewrite
     ReplaceAll(text, "\\i", "([^\\W\\d]|:)");
     ReplaceAll(text, "\\I", "([\\W\\d])");
     ReplaceAll(text, "\\c", "(\\w|\\.|-|:)");

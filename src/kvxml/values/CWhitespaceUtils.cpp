@@ -8,9 +8,7 @@ namespace KvXmlLib16 {
 
 namespace {
 
-bool HasCarriageReturn(const std::u16string& text) {
-    return text.find(u'\r') != std::u16string::npos;
-}
+bool HasCarriageReturn(const std::u16string& text) { return text.find(u'\r') != std::u16string::npos; }
 
 bool HasReplaceable(const std::u16string& text) {
     for (char16_t c : text)
@@ -71,7 +69,7 @@ std::u16string CWhitespaceUtils::Replace(const std::u16string& text) {
 std::u16string CWhitespaceUtils::Collapse(const std::u16string& text) {
     std::u16string out;
     out.reserve(text.size());
-    bool lastWasSpace = true;  // so that leading whitespace vanishes
+    bool lastWasSpace = true; // so that leading whitespace vanishes
     for (char16_t c : text) {
         if (IsWhiteSpace(c)) {
             if (!lastWasSpace) out.push_back(u' ');
@@ -97,8 +95,7 @@ std::u16string CWhitespaceUtils::ApplyRule(WhitespaceRule rule, const std::u16st
 const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, const std::u16string& text,
                                                          std::u16string& scratch) {
     switch (rule) {
-    case WhitespaceRule_None:
-        return text;
+    case WhitespaceRule_None: return text;
     case WhitespaceRule_Preserve:
         if (!HasCarriageReturn(text)) return text;
         scratch = PreserveCore(text.data(), text.size());

@@ -11,8 +11,8 @@ namespace KvXmlLib16 {
 class KVXML_API CWhitespaceUtils {
 public:
     enum WhitespaceRule {
-        WhitespaceRule_None = 0,      // text left exactly as it is
-        WhitespaceRule_Preserve = 1,  // only line ends normalised
+        WhitespaceRule_None = 0,     // text left exactly as it is
+        WhitespaceRule_Preserve = 1, // only line ends normalised
         WhitespaceRule_Replace = 2,
         WhitespaceRule_Collapse = 3,
     };

@@ -15,21 +15,27 @@ namespace KvXmlLib16 {
 namespace {
 
 const char16_t* const kTypeNames[] = {
-    nullptr,     u"hexBinary", u"base64Binary", u"i1",       u"i2",       u"i4",        u"i8",
-    u"ui1",      u"ui2",       u"ui4",          u"ui8",      u"r4",       u"r8",        u"duration",
-    u"yearMonth", u"monthDay", u"year",         u"month",    u"day",      u"date",      u"datetime",
-    u"time",     u"char",      u"string",       u"boolean",  u"decimal",  u"integer",
+    nullptr, u"hexBinary", u"base64Binary", u"i1",   u"i2",       u"i4",        u"i8",       u"ui1",     u"ui2",
+    u"ui4",  u"ui8",       u"r4",           u"r8",   u"duration", u"yearMonth", u"monthDay", u"year",    u"month",
+    u"day",  u"date",      u"datetime",     u"time", u"char",     u"string",    u"boolean",  u"decimal", u"integer",
 };
 
 bool IsPointerKind(int32_t kind) {
     switch (kind) {
-    case ItemType_hexBinary: case ItemType_base64Binary: case ItemType_duration: case ItemType_yearMonth:
-    case ItemType_monthDay: case ItemType_date: case ItemType_datetime: case ItemType_time:
-    case ItemType_string: case ItemType_decimal: case ItemType_integer: case ItemType_xmlObject:
-    case ItemType_xmlCollection:
-        return true;
-    default:
-        return false;
+    case ItemType_hexBinary:
+    case ItemType_base64Binary:
+    case ItemType_duration:
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time:
+    case ItemType_string:
+    case ItemType_decimal:
+    case ItemType_integer:
+    case ItemType_xmlObject:
+    case ItemType_xmlCollection: return true;
+    default: return false;
     }
 }
 
@@ -83,8 +89,7 @@ void KvVariant::Clear() {
         if (m_value.obj != nullptr) m_value.obj->Release();
         m_value.obj = nullptr;
         break;
-    default:
-        break;  // inline kinds keep their bits
+    default: break; // inline kinds keep their bits
     }
     m_type = ItemType_Invalid;
 }
@@ -98,28 +103,33 @@ KvVariant& KvVariant::operator=(const KvVariant& other) {
     if (m_isNil) return *this;
     const Slot& src = other.m_value;
     switch (m_type) {
-    case ItemType_Invalid:
-        break;
+    case ItemType_Invalid: break;
     case ItemType_hexBinary:
     case ItemType_base64Binary:
         if (src.bin != nullptr) m_value.bin = new CBinaryData(*src.bin);
         break;
-    case ItemType_i1: case ItemType_ui1: case ItemType_month: case ItemType_day: case ItemType_boolean:
-        std::memcpy(&m_value, &src, 1);
-        break;
-    case ItemType_i2: case ItemType_ui2: case ItemType_year: case ItemType_char:
-        std::memcpy(&m_value, &src, 2);
-        break;
-    case ItemType_i4: case ItemType_ui4: case ItemType_r4:
-        std::memcpy(&m_value, &src, 4);
-        break;
-    case ItemType_i8: case ItemType_ui8: case ItemType_r8:
-        std::memcpy(&m_value, &src, 8);
-        break;
+    case ItemType_i1:
+    case ItemType_ui1:
+    case ItemType_month:
+    case ItemType_day:
+    case ItemType_boolean: std::memcpy(&m_value, &src, 1); break;
+    case ItemType_i2:
+    case ItemType_ui2:
+    case ItemType_year:
+    case ItemType_char: std::memcpy(&m_value, &src, 2); break;
+    case ItemType_i4:
+    case ItemType_ui4:
+    case ItemType_r4: std::memcpy(&m_value, &src, 4); break;
+    case ItemType_i8:
+    case ItemType_ui8:
+    case ItemType_r8: std::memcpy(&m_value, &src, 8); break;
     case ItemType_duration:
         if (src.span != nullptr) m_value.span = new CDateTimeSpan(*src.span);
         break;
-    case ItemType_yearMonth: case ItemType_monthDay: case ItemType_date: case ItemType_datetime:
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
     case ItemType_time:
         if (src.dt != nullptr) m_value.dt = new CDateTime(*src.dt);
         break;
@@ -139,8 +149,7 @@ KvVariant& KvVariant::operator=(const KvVariant& other) {
             m_value.obj = src.obj;
         }
         break;
-    default:
-        throw CKvException(u"Unknown Type");
+    default: throw CKvException(u"Unknown Type");
     }
     return *this;
 }
@@ -182,15 +191,16 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_r4: return CConversions::r4ToString(m_value.r4, fmt);
     case ItemType_r8: return CConversions::r8ToString(m_value.r8, fmt);
     case ItemType_char: return CConversions::charToString(m_value.c);
-    case ItemType_string:
-        return m_value.str != nullptr ? CConversions::stringToString(*m_value.str) : std::u16string();
+    case ItemType_string: return m_value.str != nullptr ? CConversions::stringToString(*m_value.str) : std::u16string();
     case ItemType_boolean: return CConversions::booleanToString(m_value.b);
     // [datetime]
     case ItemType_duration:
         return m_value.span != nullptr ? CConversions::durationToString(*m_value.span) : std::u16string();
-    case ItemType_yearMonth: case ItemType_monthDay: case ItemType_date: case ItemType_datetime:
-    case ItemType_time:
-        return m_value.dt != nullptr ? CConversions::dateToString(*m_value.dt) : std::u16string();
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time: return m_value.dt != nullptr ? CConversions::dateToString(*m_value.dt) : std::u16string();
     case ItemType_year: return CConversions::yearToString(m_value.ui2);
     case ItemType_month: return CConversions::monthToString(m_value.ui1);
     case ItemType_day: return CConversions::dayToString(m_value.ui1);
@@ -201,8 +211,7 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_integer:
         return m_value.big != nullptr ? CConversions::integerToString(*m_value.big) : std::u16string();
     // [bignum] end
-    default:
-        ThrowInvalidToString(m_type);
+    default: ThrowInvalidToString(m_type);
     }
 }
 
@@ -240,26 +249,85 @@ void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespac
     case ItemType_decimal: SetDecimal(CConversions::decimalFromString(text, rule)); return;
     case ItemType_integer: SetInteger(CConversions::integerFromString(text, rule)); return;
     // [bignum] end
-    default:
-        ThrowInvalidToString(m_type);
+    default: ThrowInvalidToString(m_type);
     }
 }
 
-void KvVariant::SetI1(int8_t value) { Clear(); m_type = ItemType_i1; m_value.i1 = value; }
-void KvVariant::SetI2(int16_t value) { Clear(); m_type = ItemType_i2; m_value.i2 = value; }
-void KvVariant::SetI4(int32_t value) { Clear(); m_type = ItemType_i4; m_value.i4 = value; }
-void KvVariant::SetI8(int64_t value) { Clear(); m_type = ItemType_i8; m_value.i8 = value; }
-void KvVariant::SetUI1(uint8_t value) { Clear(); m_type = ItemType_ui1; m_value.ui1 = value; }
-void KvVariant::SetUI2(uint16_t value) { Clear(); m_type = ItemType_ui2; m_value.ui2 = value; }
-void KvVariant::SetUI4(uint32_t value) { Clear(); m_type = ItemType_ui4; m_value.ui4 = value; }
-void KvVariant::SetUI8(uint64_t value) { Clear(); m_type = ItemType_ui8; m_value.ui8 = value; }
-void KvVariant::SetR4(float value) { Clear(); m_type = ItemType_r4; m_value.r4 = value; }
-void KvVariant::SetR8(double value) { Clear(); m_type = ItemType_r8; m_value.r8 = value; }
-void KvVariant::SetYear(uint16_t value) { Clear(); m_type = ItemType_year; m_value.ui2 = value; }
-void KvVariant::SetMonth(uint8_t value) { Clear(); m_type = ItemType_month; m_value.ui1 = value; }
-void KvVariant::SetDay(uint8_t value) { Clear(); m_type = ItemType_day; m_value.ui1 = value; }
-void KvVariant::SetChar(char16_t value) { Clear(); m_type = ItemType_char; m_value.c = value; }
-void KvVariant::SetBoolean(bool value) { Clear(); m_type = ItemType_boolean; m_value.b = value; }
+void KvVariant::SetI1(int8_t value) {
+    Clear();
+    m_type = ItemType_i1;
+    m_value.i1 = value;
+}
+void KvVariant::SetI2(int16_t value) {
+    Clear();
+    m_type = ItemType_i2;
+    m_value.i2 = value;
+}
+void KvVariant::SetI4(int32_t value) {
+    Clear();
+    m_type = ItemType_i4;
+    m_value.i4 = value;
+}
+void KvVariant::SetI8(int64_t value) {
+    Clear();
+    m_type = ItemType_i8;
+    m_value.i8 = value;
+}
+void KvVariant::SetUI1(uint8_t value) {
+    Clear();
+    m_type = ItemType_ui1;
+    m_value.ui1 = value;
+}
+void KvVariant::SetUI2(uint16_t value) {
+    Clear();
+    m_type = ItemType_ui2;
+    m_value.ui2 = value;
+}
+void KvVariant::SetUI4(uint32_t value) {
+    Clear();
+    m_type = ItemType_ui4;
+    m_value.ui4 = value;
+}
+void KvVariant::SetUI8(uint64_t value) {
+    Clear();
+    m_type = ItemType_ui8;
+    m_value.ui8 = value;
+}
+void KvVariant::SetR4(float value) {
+    Clear();
+    m_type = ItemType_r4;
+    m_value.r4 = value;
+}
+void KvVariant::SetR8(double value) {
+    Clear();
+    m_type = ItemType_r8;
+    m_value.r8 = value;
+}
+void KvVariant::SetYear(uint16_t value) {
+    Clear();
+    m_type = ItemType_year;
+    m_value.ui2 = value;
+}
+void KvVariant::SetMonth(uint8_t value) {
+    Clear();
+    m_type = ItemType_month;
+    m_value.ui1 = value;
+}
+void KvVariant::SetDay(uint8_t value) {
+    Clear();
+    m_type = ItemType_day;
+    m_value.ui1 = value;
+}
+void KvVariant::SetChar(char16_t value) {
+    Clear();
+    m_type = ItemType_char;
+    m_value.c = value;
+}
+void KvVariant::SetBoolean(bool value) {
+    Clear();
+    m_type = ItemType_boolean;
+    m_value.b = value;
+}
 
 void KvVariant::SetString(std::u16string value) {
     auto* stored = new std::u16string(std::move(value));

@@ -55,8 +55,7 @@ inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16st
 } // namespace
 
 CExpatReader::CExpatReader(CXmlDocument* document)
-    : m_document(document), m_parser(nullptr), m_pendingLength(0),
-      m_pendingCapacity(0) {}
+    : m_document(document), m_parser(nullptr), m_pendingLength(0), m_pendingCapacity(0) {}
 
 CExpatReader::~CExpatReader() { FreeParser(); }
 
@@ -167,7 +166,8 @@ void CExpatReader::AppendPending(const char16_t* text, size_t length) {
         }
     }
     if (m_pendingLength + length > m_pendingCapacity) {
-        const size_t capacity = std::min(kPendingLimit, std::max(m_pendingLength + length, 2 * m_pendingCapacity + 256));
+        const size_t capacity =
+            std::min(kPendingLimit, std::max(m_pendingLength + length, 2 * m_pendingCapacity + 256));
         std::unique_ptr<char16_t[]> grown(new char16_t[capacity]);
         if (m_pendingLength) std::memcpy(grown.get(), m_pendingText.get(), m_pendingLength * sizeof(char16_t));
         m_pendingText = std::move(grown);

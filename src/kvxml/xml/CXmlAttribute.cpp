@@ -9,9 +9,7 @@ namespace KvXmlLib16 {
 
 namespace {
 
-std::u16string_view OrEmpty(const char16_t* text) {
-    return text ? std::u16string_view(text) : std::u16string_view();
-}
+std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
 } // namespace
 
@@ -19,10 +17,12 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, const char16_t* name, const c
                              const char16_t* namespaceURI)
     : CXmlAttribute(element, OrEmpty(name), OrEmpty(value), OrEmpty(namespaceURI)) {}
 
-CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name,
-                             std::u16string_view value, std::u16string_view namespaceURI)
-    : m_element(element), m_pool(element ? element->m_pool : nullptr),
-      m_localName(CXmlNodePool::EmptyName()), m_value(value),
+CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name, std::u16string_view value,
+                             std::u16string_view namespaceURI)
+    : m_element(element),
+      m_pool(element ? element->m_pool : nullptr),
+      m_localName(CXmlNodePool::EmptyName()),
+      m_value(value),
       m_namespaceURI(CXmlNodePool::EmptyName()) {
     if (m_pool) m_pool->AddRef();
     m_localName = CXmlNodePool::MakeName(m_pool, name);
@@ -30,8 +30,11 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name,
 }
 
 CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
-    : CInstanceMonitor(other), m_element(other.m_element), m_pool(other.m_pool),
-      m_localName(CXmlNodePool::CopyName(other.m_localName)), m_value(other.m_value),
+    : CInstanceMonitor(other),
+      m_element(other.m_element),
+      m_pool(other.m_pool),
+      m_localName(CXmlNodePool::CopyName(other.m_localName)),
+      m_value(other.m_value),
       m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
     if (m_pool) m_pool->AddRef();
 }
@@ -86,8 +89,7 @@ std::u16string CXmlAttribute::GetXPath() const {
 bool CXmlAttribute::IsNamespaceAttribute() const {
     if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
     const std::u16string& name = m_localName.Get();
-    return name == u"xmlns" || name == u"type" || name == u"schemaLocation" ||
-           name == u"noNamespaceSchemaLocation";
+    return name == u"xmlns" || name == u"type" || name == u"schemaLocation" || name == u"noNamespaceSchemaLocation";
 }
 
 bool CXmlAttribute::IsNilAttribute() const {

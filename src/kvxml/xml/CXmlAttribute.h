@@ -16,8 +16,7 @@ class CXmlNodePool;
 // One attribute of a tree element. Owned by its element; the element pointer is not owned.
 class KVXML_API CXmlAttribute : public CInstanceMonitor {
 public:
-    CXmlAttribute(CXmlElement* element, const char16_t* name, const char16_t* value,
-                  const char16_t* namespaceURI);
+    CXmlAttribute(CXmlElement* element, const char16_t* name, const char16_t* value, const char16_t* namespaceURI);
     // Same, from counted pieces: the parsers hand over names cut out of a longer string.
     CXmlAttribute(CXmlElement* element, std::u16string_view name, std::u16string_view value,
                   std::u16string_view namespaceURI);

@@ -24,20 +24,37 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter)
     : CXmlDocument(filter, CSerializationContext::GetDefaultContext()) {}
 
 CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext& context)
-    : m_fileOffset(0), m_file(nullptr), m_spareBuffer(nullptr), m_documentElement(nullptr), m_inputBuffer(nullptr),
-      m_inputSize(0), m_schemaType(SchemaType_Default), m_elementFilter(filter), m_context(&context),
-      m_nodePool(nullptr), m_aliasIndexValid(false) {
+    : m_fileOffset(0),
+      m_file(nullptr),
+      m_spareBuffer(nullptr),
+      m_documentElement(nullptr),
+      m_inputBuffer(nullptr),
+      m_inputSize(0),
+      m_schemaType(SchemaType_Default),
+      m_elementFilter(filter),
+      m_context(&context),
+      m_nodePool(nullptr),
+      m_aliasIndexValid(false) {
     Init();
 }
 
 // Member by member, except the node pool: each document keeps its own, so that two copies
 // never free one pool twice. Nodes already built keep the pool they came from.
 CXmlDocument::CXmlDocument(const CXmlDocument& other)
-    : CInstanceMonitor(other), m_fileOffset(other.m_fileOffset), m_file(nullptr), m_spareBuffer(nullptr),
-      m_documentElement(other.m_documentElement), m_elementStack(other.m_elementStack),
-      m_aliasMap(other.m_aliasMap), m_inputBuffer(other.m_inputBuffer), m_inputSize(other.m_inputSize),
-      m_schemaType(other.m_schemaType), m_elementFilter(other.m_elementFilter), m_context(other.m_context),
-      m_nodePool(nullptr), m_aliasIndexValid(false) {}
+    : CInstanceMonitor(other),
+      m_fileOffset(other.m_fileOffset),
+      m_file(nullptr),
+      m_spareBuffer(nullptr),
+      m_documentElement(other.m_documentElement),
+      m_elementStack(other.m_elementStack),
+      m_aliasMap(other.m_aliasMap),
+      m_inputBuffer(other.m_inputBuffer),
+      m_inputSize(other.m_inputSize),
+      m_schemaType(other.m_schemaType),
+      m_elementFilter(other.m_elementFilter),
+      m_context(other.m_context),
+      m_nodePool(nullptr),
+      m_aliasIndexValid(false) {}
 
 CXmlDocument& CXmlDocument::operator=(const CXmlDocument& other) {
     if (this == &other) return *this;
@@ -104,8 +121,7 @@ std::u16string CXmlDocument::LookupNamespaceFromAlias(const char16_t* alias) con
 }
 
 std::u16string CXmlDocument::LookupAliasFromNamespace(const char16_t* namespaceURI) const {
-    return LookupAliasFromNamespace(namespaceURI ? std::u16string_view(namespaceURI)
-                                                 : std::u16string_view());
+    return LookupAliasFromNamespace(namespaceURI ? std::u16string_view(namespaceURI) : std::u16string_view());
 }
 
 std::u16string CXmlDocument::LookupAliasFromNamespace(std::u16string_view namespaceURI) const {
@@ -130,9 +146,7 @@ void CXmlDocument::SetAlias(std::u16string_view alias, std::u16string_view names
 
 namespace {
 
-std::u16string_view View(const char16_t* text) {
-    return text ? std::u16string_view(text) : std::u16string_view();
-}
+std::u16string_view View(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
 } // namespace
 
@@ -158,8 +172,7 @@ CXmlElement* CXmlDocument::AddChildElement(const char16_t* namespaceURI, const c
 
 CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16string_view localName) {
     if (!m_documentElement) return AddRootElement(namespaceURI, localName);
-    if (m_elementStack.empty())
-        throw CKvException(u"An element was started after the document element was closed");
+    if (m_elementStack.empty()) throw CKvException(u"An element was started after the document element was closed");
     CXmlElement* parent = m_elementStack.back().element;
     CXmlElement* previous = parent->m_lastChild;
     CXmlElement* child = parent->CreateNewChildElement();
@@ -186,8 +199,7 @@ void CXmlDocument::EndElement() {
     // sibling list, fall back to a search.
     CXmlElement* previous = open.previous;
     const bool linkedAsNoted = parent->m_lastChild == element &&
-                               (previous ? previous->m_nextSibling == element
-                                         : parent->m_firstChild == element);
+                               (previous ? previous->m_nextSibling == element : parent->m_firstChild == element);
     if (!linkedAsNoted) {
         previous = nullptr;
         CXmlElement* node = parent->m_firstChild;
@@ -206,10 +218,9 @@ void CXmlDocument::EndElement() {
     delete element;
 }
 
-void CXmlDocument::AddElementAttribute(CXmlElement* element, const std::u16string& name,
-                                       const std::u16string& value, const std::u16string& namespaceURI) {
-    element->AddAttribute(std::u16string_view(name), std::u16string_view(value),
-                          std::u16string_view(namespaceURI));
+void CXmlDocument::AddElementAttribute(CXmlElement* element, const std::u16string& name, const std::u16string& value,
+                                       const std::u16string& namespaceURI) {
+    element->AddAttribute(std::u16string_view(name), std::u16string_view(value), std::u16string_view(namespaceURI));
 }
 
 namespace {

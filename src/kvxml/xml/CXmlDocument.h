@@ -87,11 +87,10 @@ public:
     CXmlElement* AddElement(std::u16string_view namespaceURI, std::u16string_view localName);
     // Closes the innermost open element and offers it to the element filter.
     void EndElement();
-    void AddElementAttribute(CXmlElement* element, const std::u16string& name,
-                             const std::u16string& value, const std::u16string& namespaceURI);
+    void AddElementAttribute(CXmlElement* element, const std::u16string& name, const std::u16string& value,
+                             const std::u16string& namespaceURI);
     // Appends at most length units, stopping at a NUL; every CR is left out.
-    void AppendTextExcludingCR(CXmlElement* element, const char16_t* text,
-                               uint32_t length = UINT32_MAX);
+    void AppendTextExcludingCR(CXmlElement* element, const char16_t* text, uint32_t length = UINT32_MAX);
     // A namespace declaration: map[alias] = URI for the whole document.
     void SetAlias(std::u16string_view alias, std::u16string_view namespaceURI);
     // The open elements, the root first; a reader keeps its own state in step with them.
@@ -143,9 +142,9 @@ private:
     CXmlNodePool* NodePool();
 
     uint64_t m_fileOffset;
-    Platform::CPlatformFile* m_file;           // the file of a chunked load while it runs
-    Platform::CFileOperation m_fileOperation;  // the chunk read in flight
-    unsigned char* m_spareBuffer;              // the chunk buffer the disk fills
+    Platform::CPlatformFile* m_file;          // the file of a chunked load while it runs
+    Platform::CFileOperation m_fileOperation; // the chunk read in flight
+    unsigned char* m_spareBuffer;             // the chunk buffer the disk fills
     CXmlElement* m_documentElement;
     std::vector<OpenElement> m_elementStack;
     std::map<std::u16string, std::u16string, std::less<>> m_aliasMap;

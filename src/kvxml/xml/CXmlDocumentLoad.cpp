@@ -98,7 +98,7 @@ void CXmlDocument::TryInflate() {
     if (!InflateZlibOrGzip(m_inputBuffer + skip, m_inputSize - skip, UINT32_MAX, inflated)) return;
     const uint32_t size = inflated.GetLength();
     unsigned char* bytes = inflated.ReleaseData();
-    if (bytes == nullptr) bytes = new unsigned char[1];  // an empty stream inflates to nothing
+    if (bytes == nullptr) bytes = new unsigned char[1]; // an empty stream inflates to nothing
     FreeInput();
     m_inputBuffer = bytes;
     m_inputSize = size;
@@ -110,9 +110,10 @@ void CXmlDocument::LoadWholeFile(const char16_t* fileName) {
 }
 
 void CXmlDocument::ReadWholeFile(const char16_t* fileName) {
-    Platform::CPlatformFile file;  // closed on every way out
+    Platform::CPlatformFile file; // closed on every way out
     uint32_t error = file.OpenForRead(fileName);
-    if (error != Platform::KV_ERROR_SUCCESS) ThrowFileError(u"Failed to open the file [%s] Error [0x%08x]", fileName, error);
+    if (error != Platform::KV_ERROR_SUCCESS)
+        ThrowFileError(u"Failed to open the file [%s] Error [0x%08x]", fileName, error);
     uint64_t size = 0;
     error = file.GetSize(&size);
     if (error != Platform::KV_ERROR_SUCCESS)
@@ -140,9 +141,10 @@ bool CXmlDocument::ReadChunkFromFile(unsigned char* buffer) {
 }
 
 void CXmlDocument::LoadInChunks(const char16_t* fileName) {
-    Platform::CPlatformFile file;  // closed on every way out
+    Platform::CPlatformFile file; // closed on every way out
     const uint32_t error = file.OpenForRead(fileName);
-    if (error != Platform::KV_ERROR_SUCCESS) ThrowFileError(u"Failed to open the file [%s] Error [0x%08x]", fileName, error);
+    if (error != Platform::KV_ERROR_SUCCESS)
+        ThrowFileError(u"Failed to open the file [%s] Error [0x%08x]", fileName, error);
     m_file = &file;
     m_fileOffset = 0;
     try {

@@ -13,25 +13,34 @@ namespace {
 
 std::atomic<int64_t> g_liveElements{0};
 
-std::u16string_view OrEmpty(const char16_t* text) {
-    return text ? std::u16string_view(text) : std::u16string_view();
-}
+std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
 } // namespace
 
 CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
-    : m_document(document), m_parent(parent), m_nextSibling(nullptr), m_firstChild(nullptr),
-      m_lastChild(nullptr), m_pool(document ? document->NodePool() : nullptr),
-      m_localName(CXmlNodePool::EmptyName()), m_namespaceURI(CXmlNodePool::EmptyName()) {
+    : m_document(document),
+      m_parent(parent),
+      m_nextSibling(nullptr),
+      m_firstChild(nullptr),
+      m_lastChild(nullptr),
+      m_pool(document ? document->NodePool() : nullptr),
+      m_localName(CXmlNodePool::EmptyName()),
+      m_namespaceURI(CXmlNodePool::EmptyName()) {
     if (m_pool) m_pool->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
 
 CXmlElement::CXmlElement(const CXmlElement& other)
-    : CInstanceMonitor(other), m_document(other.m_document), m_parent(other.m_parent),
-      m_nextSibling(other.m_nextSibling), m_firstChild(other.m_firstChild),
-      m_lastChild(other.m_lastChild), m_attributes(other.m_attributes), m_text(other.m_text),
-      m_pool(other.m_pool), m_localName(CXmlNodePool::CopyName(other.m_localName)),
+    : CInstanceMonitor(other),
+      m_document(other.m_document),
+      m_parent(other.m_parent),
+      m_nextSibling(other.m_nextSibling),
+      m_firstChild(other.m_firstChild),
+      m_lastChild(other.m_lastChild),
+      m_attributes(other.m_attributes),
+      m_text(other.m_text),
+      m_pool(other.m_pool),
+      m_localName(CXmlNodePool::CopyName(other.m_localName)),
       m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
     if (m_pool) m_pool->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
@@ -89,14 +98,12 @@ static_assert(alignof(CXmlElement) <= 8, "pool blocks are aligned to 8 bytes");
 
 int64_t CXmlElement::GetLiveElementCount() { return g_liveElements.load(std::memory_order_relaxed); }
 
-const std::u16string& CXmlElement::GetAttribute(const char16_t* name,
-                                                const char16_t* namespaceURI) const {
+const std::u16string& CXmlElement::GetAttribute(const char16_t* name, const char16_t* namespaceURI) const {
     static const std::u16string empty;
     const std::u16string_view wantedName = OrEmpty(name);
     const std::u16string_view wantedNamespace = OrEmpty(namespaceURI);
     for (const CXmlAttribute* attribute : m_attributes) {
-        if (attribute->GetLocalName() == wantedName &&
-            attribute->GetNamespaceURI() == wantedNamespace)
+        if (attribute->GetLocalName() == wantedName && attribute->GetNamespaceURI() == wantedNamespace)
             return attribute->GetValue();
     }
     return empty;
@@ -134,15 +141,12 @@ void CXmlElement::SetNamespaceHinted(std::u16string_view namespaceURI, const CXm
     CXmlNodePool::DropName(old);
 }
 
-void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value,
-                               const char16_t* namespaceURI) {
+void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value, const char16_t* namespaceURI) {
     AddAttribute(OrEmpty(name), OrEmpty(value), OrEmpty(namespaceURI));
 }
 
-void CXmlElement::AddAttribute(std::u16string_view name, std::u16string_view value,
-                               std::u16string_view namespaceURI) {
-    std::unique_ptr<CXmlAttribute> attribute(
-        new (m_pool) CXmlAttribute(this, name, value, namespaceURI));
+void CXmlElement::AddAttribute(std::u16string_view name, std::u16string_view value, std::u16string_view namespaceURI) {
+    std::unique_ptr<CXmlAttribute> attribute(new (m_pool) CXmlAttribute(this, name, value, namespaceURI));
     m_attributes.push_back(attribute.get());
     attribute.release();
 }

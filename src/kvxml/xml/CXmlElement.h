@@ -57,8 +57,7 @@ public:
     void SetNamespace(std::u16string_view namespaceURI);
     // Appends without looking for a duplicate.
     void AddAttribute(const char16_t* name, const char16_t* value, const char16_t* namespaceURI);
-    void AddAttribute(std::u16string_view name, std::u16string_view value,
-                      std::u16string_view namespaceURI);
+    void AddAttribute(std::u16string_view name, std::u16string_view value, std::u16string_view namespaceURI);
     void AppendText(const char16_t* text);
     void AppendText(const char16_t* text, size_t length);
     // Room for count more attributes, when a reader knows how many follow.

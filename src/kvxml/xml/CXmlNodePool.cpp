@@ -39,8 +39,14 @@ struct CXmlNodePool::Slab {
 };
 
 CXmlNodePool::CXmlNodePool()
-    : m_slabs(nullptr), m_cursor(nullptr), m_end(nullptr), m_freeLists{}, m_references(0),
-      m_nextSlabSize(kFirstSlabSize), m_attached(true), m_recentNames{} {}
+    : m_slabs(nullptr),
+      m_cursor(nullptr),
+      m_end(nullptr),
+      m_freeLists{},
+      m_references(0),
+      m_nextSlabSize(kFirstSlabSize),
+      m_attached(true),
+      m_recentNames{} {}
 
 CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
 
@@ -141,8 +147,7 @@ const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
     const size_t key = ((mix ^ (mix >> 15)) % (kRecentNames / 2)) * 2;
     for (size_t way = key; way < key + 2; ++way) {
         const std::u16string* recent = m_recentNames[way];
-        if (recent && recent->size() == size &&
-            std::memcmp(recent->data(), text.data(), size * sizeof(char16_t)) == 0)
+        if (recent && recent->size() == size && std::memcmp(recent->data(), text.data(), size * sizeof(char16_t)) == 0)
             return recent;
     }
     auto found = m_names.find(text);

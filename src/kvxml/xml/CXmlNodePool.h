@@ -79,7 +79,6 @@ private:
         bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
     };
 
-
     struct Slab;
     Slab* m_slabs;
     unsigned char* m_cursor;
