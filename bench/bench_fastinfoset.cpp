@@ -1,7 +1,6 @@
 // Fast Infoset output of the generated 20 MB purchase-order document against XML output of the
 // same objects: time, and the size of the binary form against the XML (UTF-8) size.
-//   KVXML_PO_XML   a document that gen_po.py wrote; otherwise the benchmark runs
-//   KVXML_GEN_PO   (default /work/shared/bench/gen_po.py) with --bytes 20000000 --seed 1.
+//   The document is the shared one of PoDocument.h (KVXML_BENCH_DOC, or generated).
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -14,27 +13,13 @@
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 
+#include "PoDocument.h"
+
 using namespace KvXmlLib16;
 
 namespace {
 
-std::string ReadDocument() {
-    if (const char* path = std::getenv("KVXML_PO_XML")) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    const char* generator = std::getenv("KVXML_GEN_PO");
-    const std::string command = std::string("python3 ") + (generator ? generator : "/work/shared/bench/gen_po.py") +
-                                " --bytes 20000000 --seed 1 2>/dev/null";
-    std::string text;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char block[65536];
-        size_t n;
-        while ((n = fread(block, 1, sizeof block, pipe)) > 0) text.append(block, n);
-        pclose(pipe);
-    }
-    return text;
-}
+std::string ReadDocument() { return BenchDoc::ReadPoDocument(); }
 
 struct Document {
     Document() {
@@ -67,7 +52,7 @@ const Document& TheDocument() {
 
 void BM_ToXml(benchmark::State& state) {
     const Document& d = TheDocument();
-    if (!d.orders) return state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    if (!d.orders) return state.SkipWithError("no document: set KVXML_BENCH_DOC or KVXML_GEN_PO");
     for (auto _ : state) {
         std::u16string text = d.orders->ToXml(false, false, EOLType_LF, d.plain);
         benchmark::DoNotOptimize(text.data());
@@ -79,7 +64,7 @@ void BM_ToXml(benchmark::State& state) {
 // The byte-block form of XML, the like of ToFastInfosetStream.
 void BM_ToXmlStream(benchmark::State& state) {
     const Document& d = TheDocument();
-    if (!d.orders) return state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    if (!d.orders) return state.SkipWithError("no document: set KVXML_BENCH_DOC or KVXML_GEN_PO");
     for (auto _ : state) {
         CBinaryData data =
             d.orders->ToXmlStream(false, false, XmlEncoding_UTF8, EOLType_LF, d.plain, CompressionType_None);
@@ -90,7 +75,7 @@ void BM_ToXmlStream(benchmark::State& state) {
 
 void FastInfoset(benchmark::State& state, const CSerializationContext Document::*context) {
     const Document& d = TheDocument();
-    if (!d.orders) return state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    if (!d.orders) return state.SkipWithError("no document: set KVXML_BENCH_DOC or KVXML_GEN_PO");
     size_t size = 0;
     for (auto _ : state) {
         CBinaryData data = d.orders->ToFastInfosetStream(FInfoDecl_None, d.*context, CompressionType_None);

@@ -1,8 +1,7 @@
 // Fast Infoset input of the generated 20 MB purchase-order document against XML input of the same
 // document: into objects (FromXmlStream of the binary form against FromXml of the text), and into
 // the tree alone (the Fast Infoset reader against Expat's parse).
-//   KVXML_PO_XML   a document that gen_po.py wrote; otherwise the benchmark runs
-//   KVXML_GEN_PO   (default /work/shared/bench/gen_po.py) with --bytes 20000000 --seed 1.
+//   The document is the shared one of PoDocument.h (KVXML_BENCH_DOC, or generated).
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -16,27 +15,13 @@
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "kvxml/xml/CXmlDocument.h"
 
+#include "PoDocument.h"
+
 using namespace KvXmlLib16;
 
 namespace {
 
-std::string ReadGeneratedDocument() {
-    if (const char* path = std::getenv("KVXML_PO_XML")) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    const char* generator = std::getenv("KVXML_GEN_PO");
-    const std::string command = std::string("python3 ") + (generator ? generator : "/work/shared/bench/gen_po.py") +
-                                " --bytes 20000000 --seed 1 2>/dev/null";
-    std::string text;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char block[65536];
-        size_t n;
-        while ((n = fread(block, 1, sizeof block, pipe)) > 0) text.append(block, n);
-        pclose(pipe);
-    }
-    return text;
-}
+std::string ReadGeneratedDocument() { return BenchDoc::ReadPoDocument(); }
 
 // The XML as our writer makes it from the objects, and the Fast Infoset forms of the same objects,
 // so that both sides carry the same content.
@@ -71,7 +56,7 @@ const Documents& TheDocuments() {
 
 bool Ready(benchmark::State& state) {
     if (!TheDocuments().xml.empty()) return true;
-    state.SkipWithError("no document: set KVXML_PO_XML or KVXML_GEN_PO");
+    state.SkipWithError("no document: set KVXML_BENCH_DOC or KVXML_GEN_PO");
     return false;
 }
 

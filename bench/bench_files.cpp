@@ -3,8 +3,7 @@
 // the chunked filtered load against Expat reading the same file, ToXmlFile streamed against
 // ToXml, and gzip output against zlib's own deflate at the same level.
 //
-// The document is made by gen_po.py (KVXML_GEN_PO, default /work/shared/bench/gen_po.py) into
-// KVXML_BENCH_PO (default /tmp/kvxml_po_20mb.xml) unless that file exists. It is bound to an
+// The document is the shared one of PoDocument.h (KVXML_BENCH_DOC, or generated). It is bound to an
 // untyped CElement held as the document's root, which takes any document.
 #include <benchmark/benchmark.h>
 #include <expat.h>
@@ -20,27 +19,15 @@
 
 #include "kvxml/KvXmlLib16.h"
 
+#include "PoDocument.h"
+
 using namespace KvXmlLib16;
 
 namespace {
 
-std::string Env(const char* name, const char* fallback) {
-    const char* value = std::getenv(name);
-    return value && *value ? value : fallback;
-}
+using BenchDoc::Env;
 
-const std::string& DocumentPath() {
-    static const std::string path = [] {
-        const std::string file = Env("KVXML_BENCH_PO", "/tmp/kvxml_po_20mb.xml");
-        if (!std::ifstream(file)) {
-            const std::string command = "python3 " + Env("KVXML_GEN_PO", "/work/shared/bench/gen_po.py") +
-                                        " --bytes 20000000 --seed 1 -o " + file;
-            if (std::system(command.c_str()) != 0) std::fprintf(stderr, "could not make %s\n", file.c_str());
-        }
-        return file;
-    }();
-    return path;
-}
+const std::string& DocumentPath() { return BenchDoc::PoDocumentPath(); }
 
 std::u16string WidePath() {
     const std::string& path = DocumentPath();
@@ -72,7 +59,7 @@ uint64_t DocumentSize() {
 
 bool Ready(benchmark::State& state) {
     if (DocumentSize() != 0) return true;
-    state.SkipWithError("no document: set KVXML_BENCH_PO or KVXML_GEN_PO");
+    state.SkipWithError("no document: set KVXML_BENCH_DOC or KVXML_GEN_PO");
     return false;
 }
 

@@ -18,7 +18,7 @@ namespace {
 // KVXML_PO_DOC names the document; without it one of 20 MB is made with the generator script.
 const std::string& Document() {
     static const std::string text = [] {
-        std::string path = std::getenv("KVXML_PO_DOC") ? std::getenv("KVXML_PO_DOC") : "";
+        std::string path = std::getenv("KVXML_BENCH_DOC") ? std::getenv("KVXML_BENCH_DOC") : "";
         if (path.empty()) {
             path = "/tmp/kvxml_po_bench_20mb.xml";
             const std::string command = "python3 '" KVXML_PO_GENERATOR "' --bytes 20000000 --seed 1 -o " + path;

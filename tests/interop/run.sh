@@ -10,7 +10,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 out=${KVXML_INTEROP_DIR:-build-interop/documents}
-generator=${KVXML_GEN_PO:-/work/shared/bench/gen_po.py}
+generator=${KVXML_GEN_PO:-$PWD/../shared/bench/gen_po.py}
 classpath=/usr/share/java/FastInfoset.jar
 jobs=$(nproc 2>/dev/null || echo 2)
 
