@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -91,14 +89,6 @@ TEST(XmlWriterForms, DeclarationFollowsEncodingAndLineEnd) {
         {XmlEncoding_UTF16_NoDecl, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
     };
     for (const auto& c : cases) EXPECT_EQ(Write({{'X'}}, c.formatted, c.eol, c.encoding), c.expected) << c.encoding;
-
-    CTextStream stream(4095, XmlEncoding_None);
-    CXmlTextWriter writer(&stream);
-    EXPECT_TRUE(writer.GetFormatted() && writer.GetIndent() == u"\t" && writer.GetEOLType() == EOLType_LF);
-    EXPECT_FALSE(writer.GetWriteDefaultValues());
-    writer.SetEOLType(EOLType_CRLF);
-    EXPECT_THROW(writer.SetEOLType(static_cast<EOLType>(2)), CKvException);
-    EXPECT_EQ(writer.GetEOLType(), EOLType_CRLF);
 }
 
 // Empty elements, text on one line with its tags, one indent per level, text then a child.
@@ -184,44 +174,4 @@ TEST(XmlWriterForms, InstructionsCommentsAndInlineSchema) {
          {S(u"r"), T(u"t"), {'C', u"c"}, {'I', u"s"}, E}, u"<r>t<!--c-->\n \ns\n</r>"},
     });
     // clang-format on
-}
-
-// The writer's output operations drive the stream: closing it comes before the unclosed-element check.
-// A stream that empties its buffer on Flush (as a file stream does) receives the same text as the
-// in-memory stream, and only once at least 4096 characters are held.
-TEST(XmlWriterForms, StreamOperationsAndFlushRule) {
-    struct DrainingStream : CTextStream {
-        std::u16string drained;
-        int closes = 0;
-        uint32_t smallest = UINT32_MAX;
-        DrainingStream() : CTextStream(4095, XmlEncoding_None) {}
-        void Close() override { ++closes; }
-        void Flush() override {
-            smallest = std::min(smallest, GetBuffer().GetTotal());
-            drained += GetText();
-            GetBuffer().Clear();
-        }
-    };
-    CTextStream memory(4095, XmlEncoding_None);
-    DrainingStream draining;
-    draining.Append(u"old");
-    for (CTextStream* stream : {&memory, static_cast<CTextStream*>(&draining)}) {
-        CXmlTextWriter w(stream);
-        w.OpenOutput();
-        w.WriteXmlDeclaration();
-        w.WriteStartElement(u"root", u"urn:r");
-        for (int i = 0; i < 1000; ++i) {
-            w.WriteStartElement(u"item", i % 3 == 0 ? u"urn:other" : u"urn:r");
-            w.WriteAttribute(u"n", u"", std::u16string(i % 7, u'x'), kString);
-            w.WriteElementText(u"value & more\n", kString, false);
-            w.WriteEndElement();
-        }
-        EXPECT_THROW(w.CloseOutput(), CKvException);
-        w.WriteEndElement();
-        w.CloseOutput();
-    }
-    EXPECT_EQ(draining.closes, 2);
-    EXPECT_GE(draining.smallest, 4096u);
-    draining.Flush();
-    EXPECT_EQ(draining.drained, memory.GetText());
 }
