@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <ctime>
+#include <initializer_list>
+#include <string>
+#include <tuple>
+
+#include "kvxml/platform/KvPlatform.h"
+#include "support/ZoneScope.h"
+
+using namespace KvXmlLib16::Platform;
+using KvXmlLib16::FILETIME;
+using KvXmlLib16::SYSTEMTIME;
+
+namespace {
+
+constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
+constexpr int64_t kLastSecond = 32535215999LL; // 3000-12-31 23:59:59 UTC
+
+// Input, base, expected value, units consumed (0: nothing converted, end at the start), ERANGE.
+template <typename T>
+struct IntCase {
+    const char16_t* text;
+    int base;
+    T value;
+    size_t consumed;
+    bool range;
+};
+
+template <typename T, typename F>
+void RunIntCases(F convert, std::initializer_list<IntCase<T>> cases) {
+    for (const IntCase<T>& c : cases) {
+        errno = 0;
+        char16_t* end = nullptr;
+        const T value = convert(c.text, &end, c.base);
+        EXPECT_EQ(std::tuple(value, size_t(end - c.text), errno), std::tuple(c.value, c.consumed, c.range ? ERANGE : 0))
+            << &c - cases.begin();
+    }
+}
+
+std::tm Fields(int year, int month, int day, int hour, int minute, int second, int isdst = -1) {
+    std::tm t{};
+    std::tie(t.tm_year, t.tm_mon, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, t.tm_isdst) =
+        std::tuple(year - 1900, month - 1, day, hour, minute, second, isdst);
+    return t;
+}
+
+} // namespace
+
+TEST(WindowsSemantics, IntegerScanners) {
+    // clang-format off
+    RunIntCases<int32_t>(WcsToL, {
+        {u"\v\f\r-42", 10, -42, 6, false}, {u"0X1a", 0, 26, 4, false}, {u"1A", 16, 26, 2, false},
+        {u"-0x10", 0, -16, 5, false}, {u"0x", 16, 0, 0, false}, {u"0x80000000", 16, INT32_MAX, 10, true},
+        {u"010", 0, 8, 3, false}, {u"089", 0, 0, 1, false}, {u"0x10", 10, 0, 1, false},
+        {u"1010102", 2, 42, 6, false}, {u"zZ", 36, 35 * 36 + 35, 2, false},
+        // Only ASCII digits and blanks count.
+        {u"\u0661\u0662", 10, 0, 0, false}, {u"1\uFF12", 10, 1, 1, false}, {u"\u00A01", 10, 0, 0, false},
+    });
+    // clang-format on
+    RunIntCases<uint32_t>(WcsToUL, {{u"0x100000000", 0, UINT32_MAX, 11, true}});
+    RunIntCases<int64_t>(WcsToI64, {{u"-0x8000000000000000", 16, INT64_MIN, 19, false}});
+    RunIntCases<uint64_t>(WcsToUI64, {{u"-0x1", 16, UINT64_MAX, 4, false}});
+
+    errno = EDOM;
+    EXPECT_EQ(WcsToL(u"5", nullptr, 10), 5);
+    EXPECT_EQ(errno, EDOM) << "success leaves errno alone";
+    for (int base : {-1, 1, 37}) {
+        errno = 0;
+        char16_t* end = nullptr;
+        const char16_t* text = u"12";
+        EXPECT_EQ(std::tuple(WcsToL(text, &end, base), end, errno), std::tuple(0, text, EINVAL)) << base;
+    }
+    char16_t* end = reinterpret_cast<char16_t*>(0x1);
+    EXPECT_EQ(WcsToUI64(nullptr, &end, 10), 0u);
+    EXPECT_EQ(end, nullptr);
+    errno = 0;
+    EXPECT_EQ(std::tuple(WToI(u"  -17xyz"), WToI(u"0x10")), std::tuple(-17, 0));
+    EXPECT_EQ(WToI(u"-3000000000"), INT_MIN);
+    EXPECT_EQ(errno, ERANGE);
+}
+
+TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
+    const struct {
+        const char16_t* text;
+        double value;
+        size_t consumed;
+    } cases[] = {
+        {u"\v-2.25e2 rest", -225.0, 8}, {u"inf", 0.0, 0}, {u"-Infinity", 0.0, 0}, {u"nan", 0.0, 0},
+        {u" NaN(1)", 0.0, 0}, {u"0x1p3", 0.0, 1}, {u"0X1.8", 0.0, 1}, {u"1,5", 1.0, 1}, {u"\u0661", 0.0, 0},
+    };
+    for (const auto& c : cases) {
+        errno = 0;
+        char16_t* end = nullptr;
+        const double value = WcsToD(c.text, &end);
+        EXPECT_EQ(std::tuple(value, size_t(end - c.text), errno), std::tuple(c.value, c.consumed, 0)) << &c - cases;
+    }
+    char16_t* end = nullptr;
+    for (const char16_t* huge : {u"1e400", u"1e99999999999999999999", u"1e-400"}) {
+        errno = 0;
+        WcsToD(huge, &end);
+        EXPECT_EQ(errno, ERANGE);
+    }
+    // A mantissa longer than the scanner's stack buffer still rounds exactly.
+    const std::u16string longText = u"0." + std::u16string(300, u'0') + u"1e301";
+    EXPECT_EQ(WcsToD(longText.c_str(), &end), 1.0);
+    EXPECT_EQ(size_t(end - longText.c_str()), longText.size());
+}
+
+TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
+    KvTest::ZoneScope zone(kCentralEurope);
+    const struct {
+        std::tm in;
+        int64_t seconds;             // -1: failure
+        int year, month, day, hour;  // normalised local fields on success
+        int isdst;
+    } cases[] = {
+        // Winter: UTC+1; summer: UTC+2, with the zone deciding when isdst is -1.
+        {Fields(2000, 1, 15, 12, 0, 0), 947934000, 2000, 1, 15, 12, 0},
+        {Fields(2000, 7, 1, 12, 0, 0), 962445600, 2000, 7, 1, 12, 1},
+        // Stated as standard time in summer: read as UTC+1, shown as summer time.
+        {Fields(2000, 7, 1, 12, 0, 0, 0), 962449200, 2000, 7, 1, 13, 1},
+        // Fields out of range roll over.
+        {Fields(2001, 2, 29, 0, 0, 0), 983401200, 2001, 3, 1, 0, 0},
+        {Fields(1999, 13, 1, 0, 0, 0), 946681200, 2000, 1, 1, 0, 0},
+        {Fields(2000, 3, 1, 0, 0, -1), 951865199, 2000, 2, 29, 23, 0},
+        {Fields(2040, 1, 1, 1, 0, 0), 2208988800LL, 2040, 1, 1, 1, 0},
+        // Local midnight 1970-01-01 is still 1969 in UTC here.
+        {Fields(1970, 1, 1, 0, 30, 0), -1, 0, 0, 0, 0, 0},
+        {Fields(1970, 1, 1, 1, 0, 0), 0, 1970, 1, 1, 1, 0},
+        {Fields(3001, 1, 1, 0, 59, 59), kLastSecond, 3001, 1, 1, 0, 0},
+        {Fields(3001, 1, 1, 1, 0, 0), -1, 0, 0, 0, 0, 0},
+        {Fields(1968, 12, 31, 0, 0, 0), -1, 0, 0, 0, 0, 0},
+    };
+    for (const auto& c : cases) {
+        std::tm t = c.in;
+        const int64_t got = MkTime64(&t);
+        EXPECT_EQ(got, c.seconds) << &c - cases;
+        if (c.seconds >= 0) {
+            EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_isdst),
+                      std::tuple(c.year, c.month, c.day, c.hour, c.isdst)) << &c - cases;
+        }
+    }
+}
+
+// The served range ends at 3000-12-31 23:59:59 on the local clock, and starts at 1970 on it.
+TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
+    const struct {
+        const char* zone;
+        int64_t seconds;
+        bool served;
+        int year, day, hour, isdst;  // when served and year != 0
+    } cases[] = {
+        {kCentralEurope, 0, true, 1970, 1, 1, 0},
+        {kCentralEurope, 962445600, true, 2000, 1, 12, 1},
+        {kCentralEurope, kLastSecond - 3600, true, 3000, 31, 23, 0},
+        {kCentralEurope, kLastSecond - 3599, false, 0, 0, 0, 0},
+        {"EST5", 0, false, 0, 0, 0, 0},
+        {"EST5", 5 * 3600 - 1, false, 0, 0, 0, 0},
+        {"EST5", -1, false, 0, 0, 0, 0},
+        {"EST5", 5 * 3600, true, 1970, 1, 0, 0},
+        {"EST5", kLastSecond + 3600, true, 0, 0, 0, 0},
+    };
+    for (const auto& c : cases) {
+        KvTest::ZoneScope zone(c.zone);
+        std::tm t{};
+        EXPECT_EQ(LocalTime64(c.seconds, &t), c.served) << &c - cases;
+        if (c.served && c.year != 0) {
+            EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mday, t.tm_hour, t.tm_isdst),
+                      std::tuple(c.year, c.day, c.hour, c.isdst)) << &c - cases;
+        }
+    }
+    std::tm t{};
+    for (int64_t s : {int64_t(-1), kLastSecond + 1, INT64_MAX, INT64_MIN}) EXPECT_FALSE(GmTime64(s, &t)) << s;
+}
+
+TEST(WindowsSemantics, FileTimeToSystemTimeOfKnownValues) {
+    const struct {
+        uint64_t ticks;
+        uint16_t year, month, dow, day, hour, minute, second, ms;
+    } cases[] = {
+        {0, 1601, 1, 1, 1, 0, 0, 0, 0},
+        {116444736000000000ULL, 1970, 1, 4, 1, 0, 0, 0, 0},
+        {125963012967890005ULL, 2000, 2, 2, 29, 12, 34, 56, 789},
+        {137919572480000000ULL, 2038, 1, 2, 19, 3, 14, 8, 0},
+        {0x7FFFFFFFFFFFFFFFULL, 30828, 9, 4, 14, 2, 48, 5, 477},
+    };
+    for (const auto& c : cases) {
+        FILETIME ft{static_cast<uint32_t>(c.ticks), static_cast<uint32_t>(c.ticks >> 32)};
+        SYSTEMTIME st{};
+        ASSERT_TRUE(FileTimeToSystemTime(&ft, &st)) << c.ticks;
+        EXPECT_EQ(std::tuple(st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond,
+                             st.wMilliseconds),
+                  std::tuple(c.year, c.month, c.dow, c.day, c.hour, c.minute, c.second, c.ms)) << c.ticks;
+    }
+    SYSTEMTIME st{};
+    for (FILETIME ft : {FILETIME{0, 0x80000000u}, FILETIME{0xFFFFFFFFu, 0xFFFFFFFFu}})
+        EXPECT_FALSE(FileTimeToSystemTime(&ft, &st));
+}
