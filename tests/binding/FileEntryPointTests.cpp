@@ -8,12 +8,14 @@
 // The purchase order is compiled with PurchaseOrderTests.cpp; the checkout here.
 #include "../../examples/purchase_order/Checkout.cpp"
 #include "kvxml/output/CFileTextStream.h"
+#include "support/KvTestBytes.h"
 
 namespace BindingTest {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace PurchaseOrderSample;
+using KvTest::OpenDescriptors;
 
 const char kOrder[] =
     "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
@@ -48,10 +50,6 @@ CSmartPtr<CXmlObjectBase> Parsed(const std::string& xml) {
     CSmartPtr<CXmlObjectBase> object(Make<T>());
     object->FromXml(xml.c_str(), Context());
     return object;
-}
-
-size_t OpenDescriptors() {
-    return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
 class FileEntryPoints : public ::testing::Test {
