@@ -52,20 +52,17 @@ CSmartPtr<CXmlObjectBase> Parsed(const std::string& xml) {
     return object;
 }
 
-class FileEntryPoints : public ::testing::Test {
+class FileEntryPoints : public KvTest::TempDirTest {
 protected:
     void SetUp() override {
-        m_dir = fs::temp_directory_path() / ("kvxml_entry_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-        fs::remove_all(m_dir);
+        TempDirTest::SetUp();
         fs::create_directories(m_dir / "dir");
     }
     void TearDown() override {
         AsyncToXmlFile(false);
         AsyncFromXmlFile(false);
-        fs::remove_all(m_dir);
+        TempDirTest::TearDown();
     }
-    std::string Path(const std::string& leaf) const { return (m_dir / leaf).string(); }
-    fs::path m_dir;
 };
 
 TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {

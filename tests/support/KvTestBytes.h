@@ -7,8 +7,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "kvxml/values/CBinaryData.h"
 
@@ -45,5 +48,26 @@ inline size_t OpenDescriptors() {
     namespace fs = std::filesystem;
     return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
+
+// A private directory per test, removed with everything in it afterwards.
+class TempDirTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::random_device rd;
+        m_dir = std::filesystem::temp_directory_path() / ("kvxml_" + std::to_string(rd()) + "_" + std::to_string(rd()));
+        std::filesystem::create_directories(m_dir);
+    }
+    void TearDown() override {
+        std::error_code ec;
+        std::filesystem::remove_all(m_dir, ec);
+    }
+    std::string Path(const std::string& leaf) const { return (m_dir / leaf).string(); }
+    // Wide name of a file in the directory (ASCII names only).
+    std::u16string Name(const std::string& leaf) const {
+        const std::string full = Path(leaf);
+        return std::u16string(full.begin(), full.end());
+    }
+    std::filesystem::path m_dir;
+};
 
 } // namespace KvTest

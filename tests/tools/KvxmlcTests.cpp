@@ -216,6 +216,11 @@ TEST(Kvxmlc, TypedApiBuildsADocument) {
     EXPECT_THROW(product->ToXml(true, true, EOLType_LF, context), CKvException);
 }
 
+// Runs the compiler in dir on the arguments, its messages to err.txt there.
+int Kvxmlc(const fs::path& dir, const std::string& arguments) {
+    return std::system(("cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' " + arguments + " 2> err.txt").c_str());
+}
+
 struct BadSchema {
     const char* what;
     const char* text; // written as bad.xsd; ok.xsd and other.xsd stand beside it
@@ -271,8 +276,7 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
         SCOPED_TRACE(c.what);
         const std::string text = c.text;
         WriteFile(dir / "bad.xsd", text.rfind("<xs:schema", 0) == 0 ? text : kHead + text);
-        const std::string command = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' bad.xsd --out out 2> err.txt";
-        const int status = std::system(command.c_str());
+        const int status = Kvxmlc(dir, "bad.xsd --out out");
         ASSERT_TRUE(WIFEXITED(status));
         EXPECT_EQ(WEXITSTATUS(status), 1);
         EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), std::string(c.message) + "\n");
@@ -283,8 +287,7 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
     for (int i = 0; i < 600; ++i) deep += "<x>";
     for (int i = 0; i < 600; ++i) deep += "</x>";
     WriteFile(dir / "bad.xsd", deep + "</xs:schema>");
-    const std::string command = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' bad.xsd --out out 2> err.txt";
-    EXPECT_NE(std::system(command.c_str()), 0);
+    EXPECT_NE(Kvxmlc(dir, "bad.xsd --out out"), 0);
     EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), "bad.xsd:2: elements nested deeper than 500 levels\n");
 }
 
@@ -299,10 +302,9 @@ TEST(Kvxmlc, SchemaPathFindsAnImportByItsFileName) {
     WriteFile(dir / "main.xsd", std::string(kHead) +
                                     "\n<xs:import namespace='urn:o' "
                                     "schemaLocation='http://example.org/schemas/other.xsd'/></xs:schema>");
-    const std::string run = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' main.xsd --out out 2> err.txt";
-    EXPECT_NE(std::system(run.c_str()), 0);
+    EXPECT_NE(Kvxmlc(dir, "main.xsd --out out"), 0);
     EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), "main.xsd:2: cannot find the schema 'http://example.org/schemas/other.xsd'\n");
-    EXPECT_EQ(std::system((run + " --schema-path lib").c_str()), 0) << KvTest::FileBytes(dir / "err.txt");
+    EXPECT_EQ(Kvxmlc(dir, "main.xsd --out out --schema-path lib"), 0) << KvTest::FileBytes(dir / "err.txt");
     EXPECT_TRUE(fs::exists(dir / "out" / "main.h") && fs::exists(dir / "out" / "other.cpp"));
 }
 
