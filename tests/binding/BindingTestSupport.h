@@ -322,9 +322,6 @@ public:
     std::vector<std::u16string> items;
 };
 
-inline CTestStringCol* StringColAt(const CTestObject& object, int32_t index) {
-    return dynamic_cast<CTestStringCol*>(object.props[index].GetXmlObject().get());
-}
 inline CTestCol* TestColAt(const CTestObject& object, int32_t index) {
     return dynamic_cast<CTestCol*>(object.props[index].GetXmlObject().get());
 }

@@ -8,12 +8,14 @@
 // The purchase order is compiled with PurchaseOrderTests.cpp; the checkout here.
 #include "../../examples/purchase_order/Checkout.cpp"
 #include "kvxml/output/CFileTextStream.h"
+#include "support/KvTestBytes.h"
 
 namespace BindingTest {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace PurchaseOrderSample;
+using KvTest::OpenDescriptors;
 
 const char kOrder[] =
     "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
@@ -50,24 +52,17 @@ CSmartPtr<CXmlObjectBase> Parsed(const std::string& xml) {
     return object;
 }
 
-size_t OpenDescriptors() {
-    return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
-class FileEntryPoints : public ::testing::Test {
+class FileEntryPoints : public KvTest::TempDirTest {
 protected:
     void SetUp() override {
-        m_dir = fs::temp_directory_path() / ("kvxml_entry_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-        fs::remove_all(m_dir);
+        TempDirTest::SetUp();
         fs::create_directories(m_dir / "dir");
     }
     void TearDown() override {
         AsyncToXmlFile(false);
         AsyncFromXmlFile(false);
-        fs::remove_all(m_dir);
+        TempDirTest::TearDown();
     }
-    std::string Path(const std::string& leaf) const { return (m_dir / leaf).string(); }
-    fs::path m_dir;
 };
 
 TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {

@@ -1,5 +1,6 @@
 // The purchase-order example classes: round trips of whole documents and the options of a call.
 #include "BindingTestSupport.h"
+#include "support/PurchaseOrderSamples.h"
 
 #include <thread>
 
@@ -11,53 +12,9 @@ namespace {
 using namespace PurchaseOrderSample;
 
 CSmartPtr<CPurchaseOrder> MakeOrder() {
-    CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-    order->SetOrderId(u"PO-1001");
-    order->SetCurrency(u"USD");
-    order->SetStatus(OrderStatus::Shipped);
-    order->GetAnyAttributes()->Add(u"ref", u"A&B", u"urn:partner");
-    order->SetCustomer(u"Alice <Smith>");
-    order->SetCustomerNumber(4000000000u);
-    order->SetPriority(2);
-    order->SetExpress(true);
-    const unsigned char signature[] = {0x0a, 0xff, 0x10};
-    order->SetSignature(CBinaryData(signature, 3, false));
-    order->SetShipMethod(u"ground");
-    CAddress* billTo = order->GetBillTo();
-    billTo->SetName(u"Alice Smith");
-    billTo->SetStreet(u"1 Main St");
-    billTo->SetCity(u"Springfield");
-    billTo->SetZip(u"12345");
-    CSmartPtr<CAddress> shipTo = new CAddress();
-    shipTo->SetCountry(u"US");
-    shipTo->SetName(u"Bob");
-    shipTo->SetStreet(u"2 Side St");
-    shipTo->SetCity(u"Shelbyville");
-    shipTo->SetZip(u"54321");
-    order->SetShipTo(shipTo);
-    for (int i = 1; i <= 2; ++i) {
-        CSmartPtr<CItem> item = new CItem();
-        item->SetPartNumber(i == 1 ? u"123-AB" : u"456-CD");
-        item->SetProductName(i == 1 ? u"Lawnmower" : u"Baby Monitor");
-        item->GetQuantity()->SetValue(i);
-        if (i == 2) item->GetQuantity()->SetUnit(u"box");
-        item->SetUnitPrice(i == 1 ? 148.95 : 39.5);
-        if (i == 1) {
-            item->SetGiftWrap(false);
-            item->GetTracking()->SetAddedBy(u"web");
-            item->GetTracking()->SetLineNumber(1);
-            item->GetTracking()->SetComment(u"Confirm this is electric");
-        }
-        order->GetItems()->Add(item);
-    }
-    CSmartPtr<CCreditCardPayment> payment = new CCreditCardPayment();
-    payment->SetAmount(188.45);
-    payment->SetCardHolder(u"Alice Smith");
-    payment->SetCardNumber(u"4111111111111111");
-    order->SetPayment(payment);
-    CSmartPtr<CElement> extension = new CElement(u"note", u"urn:partner");
-    extension->SetText(u"leave at the door");
-    order->SetExtension(extension);
+    CSmartPtr<CPurchaseOrder> order = KvTest::MakeOrder(2);
+    order->GetBillTo()->SetStreet(u"1 Main St");
+    order->GetShipTo()->SetName(u"Bob");
     return order;
 }
 

@@ -186,32 +186,6 @@ TEST(PrimitiveCollections, WhitespaceRuleAndFormatOverride) {
               "<r><n>1.50</n></r><r><n>1.234e+03</n></r><r><n>1.50</n></r><r><n>7</n></r>");
 }
 
-// Date bounds that no determinate value could satisfy: only values incomparable with both pass,
-// those within 14 hours of an unzoned bound and those of fewer fields than the bound.
-TEST(PrimitiveCollections, IndeterminateDateComparisonsFailNoFacet) {
-    const struct {
-        ItemType kind;
-        CDateTime (*parse)(const std::u16string&, Rule);
-        const char16_t *value, *minExclusive, *maxExclusive;
-        const char* message;
-    } cases[] = {
-        {ItemType_datetime, C::datetimeFromString, u"2000-01-01T12:00:00Z", u"2000-01-01T20:00:00",
-         u"2000-01-01T05:00:00", "<no exception>"},
-        {ItemType_datetime, C::datetimeFromString, u"2000-01-01T17:00:00+05:00", u"2000-01-01T20:00:00",
-         u"2000-01-01T05:00:00", "<no exception>"},
-        {ItemType_datetime, C::datetimeFromString, u"2000-01-02T12:00:00Z", u"2000-01-01T20:00:00",
-         u"2000-01-01T05:00:00", "Invalid Value for x [2000-01-02T12:00:00Z]."},
-        {ItemType_date, C::dateFromString, u"2000", u"2000-06-01", u"2000-01-01", "<no exception>"},
-        {ItemType_yearMonth, C::yearMonthFromString, u"2000-06", u"2000-06-15", u"2000-06-01", "<no exception>"},
-    };
-    for (const auto& c : cases) {
-        const CPrimitiveRestrictions r(nullptr, -1, -1, nullptr, nullptr, c.minExclusive, c.maxExclusive, -1, -1, -1);
-        KvVariant value;
-        value.SetDate(c.parse(c.value, kCollapse));  // any date kind reads the same stored value
-        EXPECT_EQ(MessageOf([&] { CheckPrimitiveRestrictions(u"x", value, c.kind, r); }), c.message);
-    }
-}
-
 // Inserts and removals that shift the bits of a boolean collection across the words of its packing.
 TEST(PrimitiveCollections, BooleanBitsStayInPlaceAcrossWords) {
     CSmartPtr<CbooleanCol> col = Make<CbooleanCol>();

@@ -4,16 +4,16 @@
 #include <vector>
 
 #include "kvxml/fastinfoset/CFastInfosetBinaryData.h"
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
 using KvTest::MessageOf;
 using KvTest::Narrow;
-using Bytes = std::vector<unsigned char>;
+using KvTest::Bytes;
+using KvTest::Content;
 
 namespace {
-
-Bytes Content(const CBinaryData& d) { return d.GetData() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes(); }
 
 CFastInfosetBinaryData Make(const Bytes& b) {
     return CFastInfosetBinaryData(b.data(), static_cast<uint32_t>(b.size()), false);

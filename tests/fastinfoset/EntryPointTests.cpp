@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstdio>
 #include <fstream>
@@ -11,35 +10,20 @@
 #include "kvxml/collections/CElement.h"
 #include "kvxml/collections/CElementCol.h"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
 using KvTest::MessageOf;
-using Bytes = std::vector<unsigned char>;
+using namespace KvTest;
 
 namespace {
-
-Bytes Content(const CBinaryData& d) { return d.GetData() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes(); }
 
 // Fifty lines of one text: long enough to shrink when compressed.
 CSmartPtr<CElement> MakeTree() {
     CSmartPtr<CElement> root = new CElement(u"batch", u"urn:b");
     for (int i = 0; i < 50; ++i) root->GetChildElements()->Add(u"line", u"urn:b")->SetText(u"a line of text that repeats");
     return root;
-}
-
-Bytes Inflate(const Bytes& in) {
-    z_stream zs{};
-    inflateInit2(&zs, 47);  // gzip or zlib, told by the header
-    Bytes out(1 << 20);
-    zs.next_in = const_cast<unsigned char*>(in.data());
-    zs.avail_in = static_cast<uInt>(in.size());
-    zs.next_out = out.data();
-    zs.avail_out = static_cast<uInt>(out.size());
-    EXPECT_EQ(inflate(&zs, Z_FINISH), Z_STREAM_END);
-    out.resize(zs.total_out);
-    inflateEnd(&zs);
-    return out;
 }
 
 } // namespace
@@ -77,8 +61,7 @@ TEST(FastInfosetEntryPoints, StreamDeclarationsCompressionAndFile) {
               "ZLIB Compression only available for To Stream methods.");
     EXPECT_FALSE(std::ifstream(path).good());
     batch->ToFastInfosetFile(widePath.c_str(), FInfoDecl_Enc, context, CompressionType_None);
-    std::ifstream file(path, std::ios::binary);
-    const Bytes written((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(written, Content(batch->ToFastInfosetStream(FInfoDecl_Enc, context, CompressionType_None)));
+    const std::string written = FileBytes(path);
+    EXPECT_EQ(Bytes(written.begin(), written.end()), Content(batch->ToFastInfosetStream(FInfoDecl_Enc, context, CompressionType_None)));
     std::remove(path.c_str());
 }

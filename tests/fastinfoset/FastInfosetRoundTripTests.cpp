@@ -7,52 +7,20 @@
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "support/KvTestText.h"
+#include "support/PurchaseOrderSamples.h"
 
 using namespace KvXmlLib16;
 using namespace PurchaseOrderSample;
 
 namespace {
 
+// Beyond the shared sample: a character outside the basic plane, octet 0 and a small negative double.
 CSmartPtr<CPurchaseOrder> MakeOrder(int items) {
-    CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-    order->SetOrderId(u"PO-1001");
-    order->SetCurrency(u"USD");
-    order->SetStatus(OrderStatus::Shipped);
-    order->GetAnyAttributes()->Add(u"ref", u"A&B", u"urn:partner");
+    CSmartPtr<CPurchaseOrder> order = KvTest::MakeOrder(items);
     order->SetCustomer(u"Alice <Smith> \u00E9\u4E2D\U0001F600");
-    order->SetCustomerNumber(4000000000u);
-    order->SetPriority(2);
-    order->SetExpress(true);
     const unsigned char signature[] = {0x00, 0xAB, 0xFF};
     order->SetSignature(CBinaryData(signature, 3, false));
-    CAddress* billTo = order->GetBillTo();
-    billTo->SetName(u"Alice Smith");
-    billTo->SetStreet(u"1 Main St");
-    billTo->SetCity(u"Springfield");
-    billTo->SetZip(u"12345");
-    for (int i = 1; i <= items; ++i) {
-        CSmartPtr<CItem> item = new CItem();
-        item->SetPartNumber(i % 2 ? u"123-AB" : u"456-CD");
-        item->SetProductName(i % 2 ? u"Lawnmower" : u"Baby Monitor");
-        item->GetQuantity()->SetValue(static_cast<uint32_t>(i));
-        if (i == 2) item->GetQuantity()->SetUnit(u"box");
-        item->SetUnitPrice(i % 2 ? 148.95 : -39.5e-7);
-        if (i == 1) {
-            item->SetGiftWrap(false);
-            item->GetTracking()->SetAddedBy(u"web");
-            item->GetTracking()->SetLineNumber(1);
-            item->GetTracking()->SetComment(u"Confirm this is electric");
-        }
-        order->GetItems()->Add(item);
-    }
-    CSmartPtr<CCreditCardPayment> payment = new CCreditCardPayment();
-    payment->SetAmount(188.45);
-    payment->SetCardHolder(u"Alice Smith");
-    payment->SetCardNumber(u"4111111111111111");
-    order->SetPayment(payment);
-    CSmartPtr<CElement> extension = new CElement(u"note", u"urn:partner");
-    extension->SetText(u"leave at the door");
-    order->SetExtension(extension);
+    order->GetItems()->Item(1)->SetUnitPrice(-39.5e-7);
     return order;
 }
 

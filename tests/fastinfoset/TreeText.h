@@ -4,33 +4,17 @@
 //   {uri}name[{uri}attr=value]"text"(child,child)
 // Characters outside ASCII appear as \uXXXX.
 
-#include <cstdio>
 #include <string>
 
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
+#include "../support/KvTestText.h"
 
 namespace KvTest {
 
-inline void AppendEscaped(std::string& out, const std::u16string& text) {
-    for (char16_t c : text) {
-        if (c >= 0x20 && c < 0x7F) {
-            out += static_cast<char>(c);
-        } else {
-            char code[8];
-            std::snprintf(code, sizeof code, "\\u%04X", static_cast<unsigned>(c));
-            out += code;
-        }
-    }
-}
-
 inline void AppendName(std::string& out, const std::u16string& uri, const std::u16string& name) {
-    if (!uri.empty()) {
-        out += '{';
-        AppendEscaped(out, uri);
-        out += '}';
-    }
-    AppendEscaped(out, name);
+    if (!uri.empty()) out += '{' + N(uri) + '}';
+    out += N(name);
 }
 
 // Without recursion: the trees of the nesting tests are deep.
@@ -42,15 +26,9 @@ inline std::string TreeText(const KvXmlLib16::CXmlElement* root) {
         for (const KvXmlLib16::CXmlAttribute* attribute : element->GetAttributes()) {
             out += '[';
             AppendName(out, attribute->GetNamespaceURI(), attribute->GetLocalName());
-            out += '=';
-            AppendEscaped(out, attribute->GetValue());
-            out += ']';
+            out += '=' + N(attribute->GetValue()) + ']';
         }
-        if (!element->GetText().empty()) {
-            out += '"';
-            AppendEscaped(out, element->GetText());
-            out += '"';
-        }
+        if (!element->GetText().empty()) out += '"' + N(element->GetText()) + '"';
         if (element->GetFirstElement()) {
             out += '(';
             element = element->GetFirstElement();

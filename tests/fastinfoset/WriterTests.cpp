@@ -7,11 +7,13 @@
 #include "kvxml/fastinfoset/CFastInfosetWriter.h"
 #include "kvxml/output/CBinaryStream.h"
 #include "kvxml/values/ItemType.h"
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
 using KvTest::MessageOf;
-using Bytes = std::vector<unsigned char>;
+using KvTest::Bytes;
+using KvTest::Content;
 
 namespace {
 
@@ -26,8 +28,6 @@ public:
     using CFastInfosetWriter::WriteLengthBit7;
     using CFastInfosetWriter::WriteNonEmptyOctetStringBit2;
 };
-
-Bytes Content(const CBinaryData& d) { return d.GetData() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes(); }
 
 Bytes Ascii(const std::string& s) { return Bytes(s.begin(), s.end()); }
 

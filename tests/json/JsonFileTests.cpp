@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include "JsonSamples.h"
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 
 namespace {
@@ -15,21 +16,12 @@ using KvTest::MessageOf;
 using KvTest::Narrow;
 namespace fs = std::filesystem;
 
-class JsonFiles : public ::testing::Test {
+class JsonFiles : public KvTest::TempDirTest {
 protected:
-    void SetUp() override {
-        m_dir = fs::temp_directory_path() / ("kvxml_json_" + std::to_string(::getpid()));
-        fs::create_directories(m_dir);
-    }
     void TearDown() override {
         AsyncToXmlFile(false);
-        fs::remove_all(m_dir);
+        TempDirTest::TearDown();
     }
-    std::u16string Name(const char* leaf) const {
-        const std::string path = (m_dir / leaf).string();
-        return std::u16string(path.begin(), path.end());
-    }
-    fs::path m_dir;
 };
 
 TEST_F(JsonFiles, EveryRouteAndCompressionReadsBack) {

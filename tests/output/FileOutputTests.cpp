@@ -13,9 +13,11 @@
 #include "kvxml/output/CBinaryStream.h"
 #include "kvxml/output/CFileTextStream.h"
 #include "kvxml/output/CXmlTextWriter.h"
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
+using KvTest::FileBytes;
 using KvTest::MessageOf;
 
 namespace {
@@ -23,11 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const ItemType kString = static_cast<ItemType>(23);
-
-std::string FileBytes(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 std::string Bytes(const CBinaryData& data) {
     return data.GetLength() ? std::string(reinterpret_cast<const char*>(data.GetData()), data.GetLength()) : std::string();
@@ -73,20 +70,6 @@ TEST(FileOutput, FilesHoldTheMarkAndTheBytesOfTheEncodingOnBothRoutes) {
     fs::remove(path);
 }
 
-std::string Inflate(const CBinaryData& data, int windowBits) {
-    z_stream zs{};
-    EXPECT_EQ(inflateInit2(&zs, windowBits), Z_OK);
-    std::string out(1 << 20, '\0');
-    zs.next_in = const_cast<unsigned char*>(data.GetData());
-    zs.avail_in = data.GetLength();
-    zs.next_out = reinterpret_cast<unsigned char*>(out.data());
-    zs.avail_out = static_cast<uInt>(out.size());
-    EXPECT_EQ(inflate(&zs, Z_FINISH), Z_STREAM_END);
-    out.resize(zs.total_out);
-    inflateEnd(&zs);
-    return out;
-}
-
 TEST(Compression, GzipAndZlibInflateBackOtherTypesChangeNothingAndNoiseIsRefused) {
     CTextStream memory(4095, XmlEncoding_UTF8);
     WriteDocument(memory, 500);
@@ -96,7 +79,7 @@ TEST(Compression, GzipAndZlibInflateBackOtherTypesChangeNothingAndNoiseIsRefused
     for (const auto& [type, windowBits] : cases) {
         CBinaryData data = plain;
         Compress(data, type);
-        EXPECT_EQ(windowBits ? Inflate(data, windowBits) : Bytes(data), Bytes(plain)) << type;
+        EXPECT_EQ(windowBits ? KvTest::Inflate(KvTest::Content(data), windowBits) : KvTest::Content(data), KvTest::Content(plain)) << type;
         EXPECT_TRUE(windowBits == 0 || data.GetLength() < plain.GetLength() / 4);
     }
     std::mt19937 random(7);

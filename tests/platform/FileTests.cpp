@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kvxml/platform/KvFile.h"
+#include "support/KvTestBytes.h"
 
 using namespace KvXmlLib16;
 using namespace KvXmlLib16::Platform;
@@ -16,33 +17,12 @@ namespace fs = std::filesystem;
 namespace {
 
 // A private directory per test, removed with everything in it afterwards.
-class PlatformFile : public ::testing::Test {
+class PlatformFile : public KvTest::TempDirTest {
 protected:
-    void SetUp() override {
-        std::random_device rd;
-        m_dir = fs::temp_directory_path() /
-                ("kvxml_platform_" + std::to_string(rd()) + "_" + std::to_string(rd()));
-        fs::create_directories(m_dir);
-    }
-    void TearDown() override {
-        std::error_code ec;
-        fs::remove_all(m_dir, ec);
-    }
-
-    // Wide name of a file in the directory (ASCII names only here).
-    std::u16string Name(const std::string& leaf) const {
-        const std::string full = (m_dir / leaf).string();
-        return std::u16string(full.begin(), full.end());
-    }
     void Put(const std::string& leaf, const std::string& bytes) const {
         std::ofstream(m_dir / leaf, std::ios::binary) << bytes;
     }
-    std::string Get(const std::string& leaf) const {
-        std::ifstream in(m_dir / leaf, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-    fs::path m_dir;
+    std::string Get(const std::string& leaf) const { return KvTest::FileBytes(m_dir / leaf); }
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 
 // Text helpers that the test programs share.
 
+#include <cstdio>
 #include <string>
 #include <type_traits>
 
@@ -13,6 +14,21 @@ namespace KvTest {
 inline std::string Narrow(const std::u16string& s) {
     std::string out;
     for (char16_t c : s) out += c < 0x80 ? static_cast<char>(c) : '?';
+    return out;
+}
+
+// Exact copy of a wide text for readable failure output; units outside printable ASCII as \uXXXX.
+inline std::string N(const std::u16string& s) {
+    std::string out;
+    for (char16_t c : s) {
+        if (c >= 32 && c < 127) {
+            out.push_back(static_cast<char>(c));
+        } else {
+            char buf[8];
+            std::snprintf(buf, sizeof buf, "\\u%04X", static_cast<unsigned>(c));
+            out += buf;
+        }
+    }
     return out;
 }
 

@@ -30,6 +30,7 @@
 #include "ismrmrd.h"
 #include "xmldsig-core-schema.h"
 #endif
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 #include "tools/XmlDataCompare.h"
 
@@ -101,13 +102,6 @@ const RoundTrip kRoundTrips[] = {
         </inner></t:item>)"},
 };
 
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 void WriteFile(const fs::path& path, const std::string& text) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;
@@ -123,7 +117,7 @@ int Validate(const std::string& xml, const std::string& schema, std::string& rep
     const std::string command =
         "xmllint --noout --schema '" + path + "' '" + file.string() + "' > '" + log.string() + "' 2>&1";
     const int status = std::system(command.c_str());
-    report = ReadFile(log);
+    report = KvTest::FileBytes(log);
     return status;
 }
 
@@ -191,7 +185,7 @@ TEST(Kvxmlc, RealSchemasReadAndWriteOurInstances) {
     };
     for (const RoundTrip& c : cases) {
         SCOPED_TRACE(c.xml);
-        CheckRoundTrip(ReadFile(fs::path(KVXMLC_TEST_INSTANCES) / c.xml), c.schema, c.create);
+        CheckRoundTrip(KvTest::FileBytes(fs::path(KVXMLC_TEST_INSTANCES) / c.xml), c.schema, c.create);
     }
 }
 #endif
@@ -220,6 +214,11 @@ TEST(Kvxmlc, TypedApiBuildsADocument) {
     // Facets hold on writing: the pattern refuses this code.
     product->SetCode(u"abc");
     EXPECT_THROW(product->ToXml(true, true, EOLType_LF, context), CKvException);
+}
+
+// Runs the compiler in dir on the arguments, its messages to err.txt there.
+int Kvxmlc(const fs::path& dir, const std::string& arguments) {
+    return std::system(("cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' " + arguments + " 2> err.txt").c_str());
 }
 
 struct BadSchema {
@@ -277,11 +276,10 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
         SCOPED_TRACE(c.what);
         const std::string text = c.text;
         WriteFile(dir / "bad.xsd", text.rfind("<xs:schema", 0) == 0 ? text : kHead + text);
-        const std::string command = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' bad.xsd --out out 2> err.txt";
-        const int status = std::system(command.c_str());
+        const int status = Kvxmlc(dir, "bad.xsd --out out");
         ASSERT_TRUE(WIFEXITED(status));
         EXPECT_EQ(WEXITSTATUS(status), 1);
-        EXPECT_EQ(ReadFile(dir / "err.txt"), std::string(c.message) + "\n");
+        EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), std::string(c.message) + "\n");
         EXPECT_TRUE(fs::is_empty(dir / "out"));
     }
     // Nesting that no schema needs is refused before the compiler walks it.
@@ -289,9 +287,8 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
     for (int i = 0; i < 600; ++i) deep += "<x>";
     for (int i = 0; i < 600; ++i) deep += "</x>";
     WriteFile(dir / "bad.xsd", deep + "</xs:schema>");
-    const std::string command = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' bad.xsd --out out 2> err.txt";
-    EXPECT_NE(std::system(command.c_str()), 0);
-    EXPECT_EQ(ReadFile(dir / "err.txt"), "bad.xsd:2: elements nested deeper than 500 levels\n");
+    EXPECT_NE(Kvxmlc(dir, "bad.xsd --out out"), 0);
+    EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), "bad.xsd:2: elements nested deeper than 500 levels\n");
 }
 
 // An import by URL is found by its file name on the schema path, and only there.
@@ -305,10 +302,9 @@ TEST(Kvxmlc, SchemaPathFindsAnImportByItsFileName) {
     WriteFile(dir / "main.xsd", std::string(kHead) +
                                     "\n<xs:import namespace='urn:o' "
                                     "schemaLocation='http://example.org/schemas/other.xsd'/></xs:schema>");
-    const std::string run = "cd '" + dir.string() + "' && '" + KVXMLC_PATH + "' main.xsd --out out 2> err.txt";
-    EXPECT_NE(std::system(run.c_str()), 0);
-    EXPECT_EQ(ReadFile(dir / "err.txt"), "main.xsd:2: cannot find the schema 'http://example.org/schemas/other.xsd'\n");
-    EXPECT_EQ(std::system((run + " --schema-path lib").c_str()), 0) << ReadFile(dir / "err.txt");
+    EXPECT_NE(Kvxmlc(dir, "main.xsd --out out"), 0);
+    EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), "main.xsd:2: cannot find the schema 'http://example.org/schemas/other.xsd'\n");
+    EXPECT_EQ(Kvxmlc(dir, "main.xsd --out out --schema-path lib"), 0) << KvTest::FileBytes(dir / "err.txt");
     EXPECT_TRUE(fs::exists(dir / "out" / "main.h") && fs::exists(dir / "out" / "other.cpp"));
 }
 

@@ -86,6 +86,7 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
 
 Facets Fraction(int32_t n) { return {.fractionDigits = n}; }
 Facets Length(int32_t n) { return Lengths(-1, -1, n); }
+Facets Never(const char16_t* above, const char16_t* below) { return {.minExclusive = above, .maxExclusive = below}; }
 Facets AllBounds(const char16_t* v) { return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v}; }
 
 TEST(FacetCheck, ValueClassKinds) {
@@ -111,6 +112,13 @@ TEST(FacetCheck, ValueClassKinds) {
         {ItemType_datetime, u"2024-05-01T10:00:00Z", MaxExc(u"2024-05-01T12:00:00+02:00"),
          "Invalid Value for v [2024-05-01T10:00:00Z]."},
         {ItemType_time, u"10:00:00", MaxInc(u"09:59:59"), "Invalid Value for v [10:00:00]."},
+        // Bounds no determinate value could meet: only values incomparable with both pass, those within
+        // 14 hours of an unzoned bound and those of fewer fields than the bound.
+        {ItemType_datetime, u"2000-01-01T12:00:00Z", Never(u"2000-01-01T20:00:00", u"2000-01-01T05:00:00"), ""},
+        {ItemType_datetime, u"2000-01-01T17:00:00+05:00", Never(u"2000-01-01T20:00:00", u"2000-01-01T05:00:00"), ""},
+        {ItemType_datetime, u"2000-01-02T12:00:00Z", Never(u"2000-01-01T20:00:00", u"2000-01-01T05:00:00"),
+         "Invalid Value for v [2000-01-02T12:00:00Z]."},
+        {ItemType_yearMonth, u"2000-06", Never(u"2000-06-15", u"2000-06-01"), ""},
         // Decimals: bounds, then total and fraction digits, signs and zero parts not counted.
         {ItemType_decimal, u"12.55", Fraction(1), "Invalid Value for v [12.55]."},
         {ItemType_decimal, u"123.5", Digits(3), "Invalid Value for v [123.5]."},
@@ -132,6 +140,7 @@ TEST(FacetCheck, ValueClassKinds) {
         EXPECT_THROW(CheckPrimitiveRestrictions(u"v", Value(kind, value), kind, MinInc(bound).Make()),
                      CKvInvalidValueException)
             << Narrow(bound);
+    EXPECT_EQ(Check(ItemType_year, u"2000", Never(u"2000-06-01", u"2000-01-01"), ItemType_date), "");
     Facets late = MinInc(u"2");
     late.maxExclusive = u"junk";
     EXPECT_EQ(Check(ItemType_integer, u"1", late), "Invalid Value for v [1].");

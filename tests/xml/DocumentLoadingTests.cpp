@@ -12,6 +12,7 @@
 #include "kvxml/output/CBinaryStream.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/KvInflate.h"
+#include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
@@ -52,11 +53,10 @@ std::string LoadFile(CXmlDocument& document, const std::string& bytes, bool chun
     const fs::path path = fs::temp_directory_path() / "kvxml_loading.xml";
     std::ofstream(path, std::ios::binary) << bytes;
     AsyncFromXmlFile(chunked);
-    const auto descriptors = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()); };
-    const auto before = descriptors();
+    const size_t before = KvTest::OpenDescriptors();
     const std::string message = MessageOf([&] { document.Load(path.u16string().c_str()); });
     AsyncFromXmlFile(false);
-    EXPECT_EQ(descriptors(), before) << message;
+    EXPECT_EQ(KvTest::OpenDescriptors(), before) << message;
     fs::remove(path);
     return message;
 }

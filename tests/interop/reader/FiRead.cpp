@@ -10,17 +10,14 @@
 #include <vector>
 
 #include "../../fastinfoset/TreeText.h"
+#include "../../support/KvTestText.h"
 #include "kvxml/KvXmlLib16.h"
 
 using namespace KvXmlLib16;
 
 namespace {
 
-std::string Narrow(const std::u16string& s) {
-    std::string out;
-    for (char16_t c : s) out += c < 0x80 ? static_cast<char>(c) : '?';
-    return out;
-}
+using KvTest::Narrow;
 
 std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
