@@ -55,7 +55,7 @@ struct Session {
     CXmlTextWriter writer{&stream};
     std::u16string message = u"<no exception>";
     Session(const std::vector<Op>& ops, bool formatted = false, EOLType eol = EOLType_LF,
-        XmlEncoding encoding = XmlEncoding_None)
+            XmlEncoding encoding = XmlEncoding_None)
         : stream(4095, encoding) {
         stream.Open();
         writer.SetFormatted(formatted);
@@ -89,6 +89,18 @@ void RunOutputCases(const std::vector<OutputCase>& cases) {
 const Op E{'E'};
 Op S(std::u16string name, std::u16string uri = u"") { return {'S', std::move(name), std::move(uri)}; }
 Op T(std::u16string text) { return {'T', std::move(text)}; }
+
+// The text a sequence of calls writes, or the message of the library exception it raised.
+std::u16string Write(const std::vector<Op>& ops, bool formatted, EOLType eol, XmlEncoding encoding = XmlEncoding_None) {
+    Session r(ops, formatted, eol, encoding);
+    if (r.message != u"<no exception>") return u"<exception> " + r.message;
+    return r.writer.GetCurrentContext() == nullptr ? r.Text() : u"<left open> " + r.Text();
+}
+
+using Case = OutputCase;
+void RunCases(const std::vector<Case>& cases) {
+    for (const Case& c : cases) EXPECT_EQ(Write(c.ops, c.formatted, c.eol), c.expected) << c.name;
+}
 
 } // namespace
 
@@ -135,8 +147,7 @@ TEST(CXmlTextWriter, FailureMessages) {
         {{S(u"a"), S(u"b"), E, {'Y', u"", u"T"}}, kAttributesFirst, u"<a><b/>"},
         {{S(u"a"), T(u"t"), {'N'}}, kAttributesFirst, u"<a>t"},
         {{attribute}, kAttributesFirst, u""},
-        {{S(u"a"), {'O'}}, u"An Element has not been closed.", u"<a"}
-    };
+        {{S(u"a"), {'O'}}, u"An Element has not been closed.", u"<a"}};
     for (const auto& [ops, message, text] : cases) {
         Session r(ops);
         EXPECT_EQ(r.message + u"|" + r.Text(), message + u"|" + text);
@@ -159,8 +170,16 @@ TEST(CXmlTextWriter, DeepOpenStackIsFreedWithTheWriter) {
 // Random call sequences over awkward texts either write or fail with a library exception.
 TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
     std::mt19937 random(5);
-    const std::u16string texts[] = {u"", u"a", u"urn:x", u"urn:y", u"<&>\"\r\n'", u"<![CDATA[", std::u16string(1, 0),
-                                    u"\xD800\xDFFF", std::u16string(5000, u'&'), kXsi};
+    const std::u16string texts[] = {u"",
+                                    u"a",
+                                    u"urn:x",
+                                    u"urn:y",
+                                    u"<&>\"\r\n'",
+                                    u"<![CDATA[",
+                                    std::u16string(1, 0),
+                                    u"\xD800\xDFFF",
+                                    std::u16string(5000, u'&'),
+                                    kXsi};
     auto text = [&] { return texts[random() % 10]; };
     const char kinds[] = "SSSEEETTDAAYNCPIdnXW";
     for (int round = 0; round < 40; ++round) {
@@ -168,8 +187,7 @@ TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
         for (int i = 0; i < 80; ++i) {
             try {
                 Apply(r.writer, {kinds[random() % 20], text(), text(), text()});
-            } catch (const CKvException&) {
-            }
+            } catch (const CKvException&) {}
         }
         EXPECT_EQ(r.stream.GetBuffer().GetTotal(), r.Text().size());
     }
@@ -180,19 +198,118 @@ TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
         CXmlWriter::NamespaceMap map;
         std::u16string expected;
     };
-    const Case cases[] = {
-        {{}, u"AA"},
-        {{{u"urn:1", u"AB"}}, u"AA"},
-        {{{u"urn:1", u"AA"}, {u"urn:2", u"AC"}, {u"urn:3", u"AB"}}, u"AD"},
-        {{{u"urn:1", u"aa"}, {u"urn:2", u"xml"}}, u"AA"}
-    };
+    const Case cases[] = {{{}, u"AA"},
+                          {{{u"urn:1", u"AB"}}, u"AA"},
+                          {{{u"urn:1", u"AA"}, {u"urn:2", u"AC"}, {u"urn:3", u"AB"}}, u"AD"},
+                          {{{u"urn:1", u"aa"}, {u"urn:2", u"xml"}}, u"AA"}};
     for (const Case& c : cases) EXPECT_EQ(CXmlWriter::AllocateAlias(c.map), c.expected);
     CXmlWriter::NamespaceMap taken;
     for (int i = 0; i < 26 * 26; ++i) {
-        taken[u"urn:" + std::u16string{char16_t(0x100 + i)}] = std::u16string{char16_t(u'A' + i / 26), char16_t(u'A' + i % 26)};
+        taken[u"urn:" + std::u16string{char16_t(0x100 + i)}] =
+            std::u16string{char16_t(u'A' + i / 26), char16_t(u'A' + i % 26)};
         if (i == 25) {
             EXPECT_EQ(CXmlWriter::AllocateAlias(taken), u"BA");
         }
     }
     EXPECT_EQ(CXmlWriter::AllocateAlias(taken), u"[A");
+}
+
+TEST(XmlWriterForms, DeclarationFollowsEncodingAndLineEnd) {
+    const struct {
+        XmlEncoding encoding;
+        EOLType eol;
+        bool formatted;
+        std::u16string expected;
+    } cases[] = {
+        {XmlEncoding_None, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
+        {XmlEncoding_UTF8, EOLType_CRLF, false, u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"},
+        {XmlEncoding_UTF16, EOLType_LF, false, u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"},
+        {XmlEncoding_UTF16_NoDecl, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Write({{'X'}}, c.formatted, c.eol, c.encoding), c.expected) << c.encoding;
+}
+
+// Empty elements, text on one line with its tags, one indent per level, text then a child.
+TEST(XmlWriterForms, ElementLayout) {
+    const std::vector<Op> tree = {S(u"r"), S(u"c"), T(u"text"), E, S(u"d"), S(u"e"), E, E, E};
+    const std::vector<Op> mixed = {S(u"a"), T(u"text"), S(u"b"), E, E};
+    // clang-format off
+    RunCases({
+        {"tree LF", true, EOLType_LF, tree, u"<r>\n\t<c>text</c>\n\t<d>\n\t\t<e/>\n\t</d>\n</r>\n"},
+        {"tree CRLF", true, EOLType_CRLF, tree, u"<r>\r\n\t<c>text</c>\r\n\t<d>\r\n\t\t<e/>\r\n\t</d>\r\n</r>\r\n"},
+        {"tree unformatted", false, EOLType_CRLF, tree, u"<r><c>text</c><d><e/></d></r>"},
+        {"text then child", true, EOLType_LF, mixed, u"<a>text\t<b/>\n</a>\n"},
+        {"text then child unformatted", false, EOLType_LF, mixed, u"<a>text<b/></a>"},
+        {"empty text closes empty", true, EOLType_LF, {S(u"a"), T(u""), E}, u"<a/>\n"},
+        {"default text closes empty", false, EOLType_LF, {S(u"a"), {'D', u"5"}, E}, u"<a/>"},
+        {"default text written on request", false, EOLType_LF, {{'W'}, S(u"a"), {'D', u"5"}, E}, u"<a>5</a>"},
+        {"CDATA untouched", false, EOLType_LF, {S(u"a"), T(u"<![CDATA[a<b&c]]>"), E}, u"<a><![CDATA[a<b&c]]></a>"},
+        {"CDATA without end", false, EOLType_LF, {S(u"a"), T(u"<![CDATA[& <"), E}, u"<a><![CDATA[& <</a>"},
+        {"CDATA marker not first", false, EOLType_LF, {S(u"a"), T(u" <![CDATA[x]]>"), E},
+         u"<a> &lt;![CDATA[x]]&gt;</a>"},
+        {"sibling after a parent", true, EOLType_LF, {S(u"r"), S(u"a", u"urn:a"), S(u"x"), E, E, S(u"b"), T(u"t"), E, E},
+         u"<r>\n\t<AA:a xmlns:AA=\"urn:a\">\n\t\t<x/>\n\t</AA:a>\n\t<b>t</b>\n</r>\n"},
+    });
+    // clang-format on
+}
+
+// The line break in text follows the EOL type, also unformatted; CR is dropped in both modes.
+TEST(XmlWriterForms, EscapingOfTextAndAttributes) {
+    const struct {
+        std::u16string input;
+        EOLType eol;
+        std::u16string text, attribute;
+    } cases[] = {
+        {u"a<b>c&d", EOLType_LF, u"a&lt;b&gt;c&amp;d", u"a&lt;b&gt;c&amp;d"},
+        {u"say \"hi\" 'x'", EOLType_LF, u"say \"hi\" 'x'", u"say &quot;hi&quot; 'x'"},
+        {u"l1\r\nl2", EOLType_LF, u"l1\nl2", u"l1&#xA;l2"},
+        {u"l1\r\nl2\n", EOLType_CRLF, u"l1\r\nl2\r\n", u"l1&#xA;l2&#xA;"},
+        {u"\rcr\r", EOLType_LF, u"cr", u"cr"},
+        {u"tab\there\x01\u4e2d", EOLType_LF, u"tab\there\x01\u4e2d", u"tab\there\x01\u4e2d"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Write({S(u"a"), {'A', u"v", u"", c.input}, T(c.input), E}, false, c.eol),
+                  u"<a v=\"" + c.attribute + u"\">" + c.text + u"</a>");
+}
+
+TEST(XmlWriterForms, AttributesTypeAndNil) {
+    // clang-format off
+    RunCases({
+        {"attributes in an undeclared namespace", false, EOLType_LF,
+         {S(u"r"), {'A', u"at", u"urn:a", u"v"}, {'A', u"bt", u"urn:a", u"w"}, E},
+         u"<r xmlns:AA=\"urn:a\" AA:at=\"v\" AA:bt=\"w\"/>"},
+        {"attribute in the default namespace is prefixed", false, EOLType_LF,
+         {{'d', u"urn:d"}, S(u"r", u"urn:d"), {'A', u"at", u"urn:d", u"v"}, {'A', u"plain", u"", u"p"}, E},
+         u"<r xmlns=\"urn:d\" xmlns:AA=\"urn:d\" AA:at=\"v\" plain=\"p\"/>"},
+        {"xsi:type and xsi:nil with declared prefixes", false, EOLType_LF,
+         {{'n', u"xsi", kXsi}, {'n', u"t", u"urn:t"}, S(u"r"), {'Y', u"urn:t", u"Derived"}, {'N'}, E},
+         u"<r xmlns:xsi=\"" + kXsi + u"\" xmlns:t=\"urn:t\" xsi:type=\"t:Derived\" xsi:nil=\"true\"/>"},
+        {"xsi:type of a type in the default namespace", false, EOLType_LF,
+         {{'n', u"xsi", kXsi}, {'d', u"urn:d"}, S(u"r", u"urn:d"), {'Y', u"urn:d", u"T"}, E},
+         u"<r xmlns=\"urn:d\" xmlns:xsi=\"" + kXsi + u"\" xsi:type=\"T\"/>"},
+        {"xsi:type with both namespaces undeclared keeps two blanks", false, EOLType_LF,
+         {S(u"r"), {'Y', u"urn:t", u"T"}, E}, u"<r xmlns:AA=\"urn:t\"  xmlns:AB=\"" + kXsi + u"\" AB:type=\"AA:T\"/>"},
+        {"xsi:nil with the instance namespace undeclared", false, EOLType_LF, {S(u"r"), {'N'}, E},
+         u"<r xmlns:AA=\"" + kXsi + u"\" AA:nil=\"true\"/>"},
+        {"a default-valued text leaves the start tag open", false, EOLType_LF,
+         {S(u"a"), {'D', u"d"}, {'A', u"x", u"", u"1"}, E}, u"<a x=\"1\"/>"},
+    });
+    // clang-format on
+}
+
+TEST(XmlWriterForms, InstructionsCommentsAndInlineSchema) {
+    // clang-format off
+    RunCases({
+        {"instructions end with two line ends, also unformatted", false, EOLType_CRLF,
+         {{'X'}, {'P', u"<?xml-stylesheet href=\"a&b\"?>"}, S(u"r"), E},
+         u"<?xml version=\"1.0\"?>\r\n<?xml-stylesheet href=\"a&b\"?>\r\n\r\n<r/>"},
+        {"comment is escaped and leaves the start tag open", true, EOLType_LF,
+         {{'C', u"a<b -- c"}, S(u"r"), {'C', u"inner"}, E}, u"<!--a&lt;b -- c-->\n<r<!--inner-->\n/>\n"},
+        {"in-line schema stands inside the start tag", true, EOLType_LF,
+         {S(u"r"), {'A', u"a", u"", u"1"}, {'I', u"<xs:schema/>"}, S(u"c"), E, E},
+         u"<r a=\"1\" \n<xs:schema/>\n>\n\t<c/>\n</r>\n"},
+        {"comment and schema after the tag closed do not fail", false, EOLType_LF,
+         {S(u"r"), T(u"t"), {'C', u"c"}, {'I', u"s"}, E}, u"<r>t<!--c-->\n \ns\n</r>"},
+    });
+    // clang-format on
 }
