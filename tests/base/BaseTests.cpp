@@ -90,7 +90,7 @@ TEST(CSmartPtr, TakesAndDropsReferences) {
         first = first;
         CSmartPtr<Probe> moved(std::move(first));
         EXPECT_TRUE(first.IsNull() && p->Count() == 1 && destroyed == 0);
-        moved = new Probe(&destroyedB);  // the old object goes once the new one is held
+        moved = new Probe(&destroyedB); // the old object goes once the new one is held
         EXPECT_EQ(destroyed, 1);
     }
     EXPECT_EQ(destroyedB, 1);
@@ -165,12 +165,14 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
     const char16_t* prefixes[] = {u"", u"h", u"hh", u"l", u"ll", u"w", u"I", u"I32", u"I64", u"L", u"F", u"N", u"hl"};
     const char16_t types[] = u"diuxXocCsSeEfgGaApnqZ%";
     const int stars[] = {3, -3, 0, 1 << 30};
-    char16_t text[16] = u"wide";  // zero-padded, so it also reads as a short narrow string
+    char16_t text[16] = u"wide"; // zero-padded, so it also reads as a short narrow string
     for (int i = 0; i < 3000; ++i) {
         const std::u16string width = widths[random() % 5], precision = precisions[random() % 6];
         const std::u16string prefix = prefixes[random() % 13];
         const char16_t type = types[random() % 22];
+        // clang-format off
         const std::u16string full = u"%" + std::u16string(flags[random() % 5]) + width + precision + prefix + type + u"|";
+        // clang-format on
         const int s1 = stars[random() % 4], s2 = stars[random() % 4];
         const int starCount = (width == u"*") + (precision == u".*");
         const bool wide64 = prefix == u"I" || prefix == u"ll" || prefix == u"I64";
@@ -181,7 +183,9 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
         };
         try {
             if (std::u16string(u"diuxXo").find(type) != std::u16string::npos) {
+                // clang-format off
                 if (wide64) call(static_cast<long long>(random())); else call(static_cast<int>(random()));
+                // clang-format on
             } else if (type == u'c' || type == u'C') {
                 call(static_cast<int>(random() % 0x10000));
             } else if (std::u16string(u"eEfgGaA").find(type) != std::u16string::npos) {
@@ -192,7 +196,6 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
             } else {
                 call(static_cast<const void*>(text));
             }
-        } catch (const CKvException&) {
-        }
+        } catch (const CKvException&) {}
     }
 }

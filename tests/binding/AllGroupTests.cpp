@@ -5,7 +5,6 @@
 namespace BindingTest {
 namespace {
 
-
 std::string LeftOver(const char* element) {
     return std::string("Failed read all the elements held within the element [root]. The unexpected element [") +
            element + "] remains un processed\nPath: /root";
@@ -16,8 +15,7 @@ std::string Missing(const char* name) {
            "].";
 }
 
-const char kNotImplemented[] =
-    "Failed to process the element.\nPath: /root\nNot implemented, should never be called";
+const char kNotImplemented[] = "Failed to process the element.\nPath: /root\nNot implemented, should never be called";
 
 // The creator of a group without an element: it is handed the element the group would start at.
 int g_groupCreatorNullCalls = 0;
@@ -41,10 +39,10 @@ struct Model {
     // grp: p?, q? without an element, of type 2 (202) or of type 1 with an attribute gid (203).
     Tables inlined{ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"grp"),
                    {AllPrimOpt(u"p", 0), AllPrimOpt(u"q", 1)}};
-    Tables pseudo{ClassInfo(XmlElementGroupType_All, XmlElementType_Pseudo, u"grp", false),
-                  {AllPrimOpt(u"p", 0), AllPrimOpt(u"q", 1)},
-                  {new CAttributeInfoPrimitive(u"gid", u"", 2, true, ItemType_string, nullptr, kPreserve, NoFacets(),
-                                               nullptr)}};
+    Tables pseudo{
+        ClassInfo(XmlElementGroupType_All, XmlElementType_Pseudo, u"grp", false),
+        {AllPrimOpt(u"p", 0), AllPrimOpt(u"q", 1)},
+        {new CAttributeInfoPrimitive(u"gid", u"", 2, true, ItemType_string, nullptr, kPreserve, NoFacets(), nullptr)}};
     // grp (mandatory, needing no content), k.
     Tables inlineGroup{ClassInfo(XmlElementGroupType_All),
                        {new CElementInfoAllClsMnd(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 202, false),
@@ -52,22 +50,21 @@ struct Model {
     Tables pseudoGroup{ClassInfo(XmlElementGroupType_All, XmlElementType_Element, u"root", false),
                        {new CElementInfoAllClsMnd(u"grp", u"", 0, XmlElementType_Pseudo, &CreateClass, 203, false),
                         AllPrimMnd(u"k", 1)}};
-    Tables optionalGroup{ClassInfo(XmlElementGroupType_All),
-                         {new CElementInfoAllClsOpt(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 202),
-                          AllPrimOpt(u"k", 1)}};
+    Tables optionalGroup{
+        ClassInfo(XmlElementGroupType_All),
+        {new CElementInfoAllClsOpt(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 202), AllPrimOpt(u"k", 1)}};
     // A sequence of G? then a?, where G is all of a, b without an element.
     Tables strictGroup{ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"grp"),
                        {AllPrimMnd(u"a", 0), AllPrimMnd(u"b", 1)}};
-    Tables groupInSequence{ClassInfo(XmlElementGroupType_Seq),
-                           {new CElementInfoSeqClsOpt(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 204),
-                            StringOpt(u"a", 1)}};
+    Tables groupInSequence{
+        ClassInfo(XmlElementGroupType_Seq),
+        {new CElementInfoSeqClsOpt(u"grp", u"", 0, XmlElementType_Inline, &CreateClass, 204), StringOpt(u"a", 1)}};
     // abstract: pay and alt? as objects that their attribute kind chooses, k.
-    Tables card{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"card", false),
-                {StringMnd(u"holder", 0)}};
-    Tables abstract{ClassInfo(XmlElementGroupType_All),
-                    {new CElementInfoAllAbsClsMnd(u"pay", u"", 0, XmlElementType_Element, &CreateByKind, 0),
-                     new CElementInfoAllAbsClsOpt(u"alt", u"", 1, XmlElementType_Element, &CreateByKind),
-                     AllPrimMnd(u"k", 2)}};
+    Tables card{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"card", false), {StringMnd(u"holder", 0)}};
+    Tables abstract{
+        ClassInfo(XmlElementGroupType_All),
+        {new CElementInfoAllAbsClsMnd(u"pay", u"", 0, XmlElementType_Element, &CreateByKind, 0),
+         new CElementInfoAllAbsClsOpt(u"alt", u"", 1, XmlElementType_Element, &CreateByKind), AllPrimMnd(u"k", 2)}};
     // abstractGroups: k?, grp and opt? as groups without an element made by a creator.
     Tables abstractGroups{ClassInfo(XmlElementGroupType_All),
                           {AllPrimOpt(u"k", 0),
@@ -136,13 +133,13 @@ const ReadCase kReadCases[] = {
      "<root><note>n</note><work><street>w</street></work><home><street>h</street></home></root>", false,
      "{0={0=h} 1={0=w} 2=n}",
      "<root><home><street>h</street></home><work><street>w</street></work><note>n</note></root>"},
-    {"mandatory child absent", &Model::classes, "<root><work><street>w</street></work></root>", false,
-     Missing("home"), nullptr},
+    {"mandatory child absent", &Model::classes, "<root><work><street>w</street></work></root>", false, Missing("home"),
+     nullptr},
     {"failure inside a child has the child's path once", &Model::classes, "<root><home/></root>", false,
      "Failed to find the required child element [street].\nPath: /root/home", nullptr},
     // Groups without an element of their own.
-    {"inline group needing no content may be absent", &Model::inlineGroup, "<root><k>1</k></root>", false,
-     "{0={} 1=1}", "<root><k>1</k></root>"},
+    {"inline group needing no content may be absent", &Model::inlineGroup, "<root><k>1</k></root>", false, "{0={} 1=1}",
+     "<root><k>1</k></root>"},
     {"pseudo group needing no content is still mandatory", &Model::pseudoGroup, "<root><k>1</k></root>", false,
      Missing("grp"), nullptr},
     {"pseudo group with its attribute", &Model::pseudoGroup, "<root gid='g'><q>2</q><k>1</k></root>", false,
@@ -262,8 +259,8 @@ TEST(AllRobustness, RandomDocumentsReturnOrFail) {
                                 &Model::optionalGroup, &Model::groupInSequence, &Model::abstract,
                                 &Model::abstractGroups, &Model::wildcards, &Model::strings, &Model::objects})
         roots.push_back(model.Make(root));
-    const std::vector<const char*> names = {"a",   "b", "c", "d", "e", "home", "work", "street", "note", "grp", "p",
-                                            "q",   "k", "s", "item", "v", "pay", "alt", "holder", "ext", "z"};
+    const std::vector<const char*> names = {"a", "b", "c", "d",    "e", "home", "work", "street", "note", "grp", "p",
+                                            "q", "k", "s", "item", "v", "pay",  "alt",  "holder", "ext",  "z"};
     std::mt19937 random(1321);
     for (int i = 0; i < 150; ++i) {
         const std::string xml = RandomDocument(random, names, "root", random() % 2 ? " gid='1'" : "");

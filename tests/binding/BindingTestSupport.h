@@ -75,8 +75,8 @@ inline CParentElementInfo* ClassInfo(XmlElementGroupType group, XmlElementType t
                                      const char16_t* name = u"root", bool failIfAttributeUnknown = true,
                                      bool hasBaseClasses = false, int32_t valueIndex = -1,
                                      ItemType valueType = ItemType_Invalid) {
-    return new CParentElementInfo(group, type, name, u"", failIfAttributeUnknown, hasBaseClasses, valueIndex,
-                                  valueType, nullptr, false);
+    return new CParentElementInfo(group, type, name, u"", failIfAttributeUnknown, hasBaseClasses, valueIndex, valueType,
+                                  nullptr, false);
 }
 
 inline const CPrimitiveRestrictions& NoFacets() {
@@ -103,7 +103,9 @@ inline CAttributeInfo* StringAttribute(const char16_t* name, int32_t index, bool
 inline constexpr const char16_t* kColours[] = {u"red", u"green", u"blue"};
 inline constexpr const char16_t* kSizes[] = {u"small", u"medium", u"large"};
 template <const char16_t* const* Names>
+// clang-format off
 const char16_t* EnumToText(int32_t v) { return v >= 0 && v < 3 ? Names[v] : nullptr; }
+// clang-format on
 template <const char16_t* const* Names>
 int32_t EnumFromText(const char16_t* text) {
     for (int32_t i = 0; i < 3; ++i)
@@ -196,8 +198,7 @@ public:
         for (CNode* node = m_head; node; node = node->m_next)
             CXmlObjectBase::ToXml_Int(node->m_item, writer, false, ns, context, false);
     }
-    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
-                             bool) override {
+    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) override {
         while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
             CSmartPtr<CTestObject> item = new CTestObject(m_tables, m_elementName.c_str());
             item->FromXml_Int(element, element->GetFirstElement(), context, false);
@@ -305,8 +306,7 @@ public:
             writer->WriteEndElement();
         }
     }
-    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context,
-                             bool) override {
+    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) override {
         while (element && element->GetLocalName() == m_elementName &&
                (context.GetIgnoreNamespaces() || element->GetNamespaceURI() == m_namespace)) {
             items.push_back(element->GetText());
@@ -347,9 +347,9 @@ inline std::string Dump(const CXmlObjectBase* object) {
     for (size_t i = 0; i < test->props.size(); ++i) {
         const KvVariant& value = test->props[i];
         if (value.GetTypeAsEnum() == ItemType_Invalid) continue;
-        out += (out.empty() ? "" : " ") + std::to_string(i) + "=" +
-               (value.GetTypeAsEnum() == ItemType_xmlObject ? Dump(value.GetXmlObject().get())
-                                                            : Narrow(value.ToString()));
+        out +=
+            (out.empty() ? "" : " ") + std::to_string(i) + "=" +
+            (value.GetTypeAsEnum() == ItemType_xmlObject ? Dump(value.GetXmlObject().get()) : Narrow(value.ToString()));
     }
     return "{" + out + "}";
 }
@@ -419,7 +419,9 @@ inline CSerializationContext RandomContext(std::mt19937& random) {
 }
 
 // Reads the document, and writes back what was read; either returns or fails with a CKvException.
+// clang-format off
 inline void ReadWriteSurvives(CXmlGeneratedClass& object, const std::string& xml, const CSerializationContext& context) {
+    // clang-format on
     try {
         Read(object, xml.c_str(), context);
         Write(object, context);

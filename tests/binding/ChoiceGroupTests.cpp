@@ -5,7 +5,6 @@
 namespace BindingTest {
 namespace {
 
-
 const char kNoChoiceRead[] =
     "No child elements within the element [root] were populated. The element represents a choice, so one and only "
     "one element should be populated. The element contained no sutable child elements\nPath: /root";
@@ -54,21 +53,20 @@ struct Model {
     Tables pickInSequence{ClassInfo(XmlElementGroupType_Seq),
                           {new CElementInfoSeqClsOpt(u"pick", u"", 0, XmlElementType_Element, &CreateClass, 101)}};
     // groupInChoice: G | z, where G is a choice x | y with an attribute gid and no element (type 1).
-    Tables pseudo{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Pseudo, u"G", false),
-                  {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1)},
-                  {new CAttributeInfoPrimitive(u"gid", u"", 2, true, ItemType_string, nullptr, kPreserve, NoFacets(),
-                                               nullptr)}};
+    Tables pseudo{
+        ClassInfo(XmlElementGroupType_Choice, XmlElementType_Pseudo, u"G", false),
+        {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1)},
+        {new CAttributeInfoPrimitive(u"gid", u"", 2, true, ItemType_string, nullptr, kPreserve, NoFacets(), nullptr)}};
     Tables groupInChoice{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Element, u"root", false),
                          {ChoiceCls(u"G", 0, 102, XmlElementType_Pseudo), ChoicePrim(u"z", 1)}};
     // groupInSequence: G? then w?, where G is a choice x | y of type 2.
     Tables inlined{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Inline, u"G", false),
                    {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1)}};
-    Tables groupInSequence{ClassInfo(XmlElementGroupType_Seq),
-                           {new CElementInfoSeqClsOpt(u"G", u"", 0, XmlElementType_Inline, &CreateClass, 103),
-                            StringOpt(u"w", 1)}};
+    Tables groupInSequence{
+        ClassInfo(XmlElementGroupType_Seq),
+        {new CElementInfoSeqClsOpt(u"G", u"", 0, XmlElementType_Inline, &CreateClass, 103), StringOpt(u"w", 1)}};
     // abstract: pay as an object that its attribute kind chooses | pay as text.
-    Tables card{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"card", false),
-                {StringMnd(u"holder", 0)}};
+    Tables card{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"card", false), {StringMnd(u"holder", 0)}};
     Tables abstract{ClassInfo(XmlElementGroupType_Choice),
                     {new CElementInfoChoiceAbsClsOpt(u"pay", u"", 0, XmlElementType_Element, &CreateByKind),
                      ChoicePrim(u"pay", 1)}};
@@ -129,20 +127,19 @@ const ReadCase kReadCases[] = {
     {"empty: the optional alternatives excuse it", &Model::flat, "<root/>", kStrict, "{}", "<root/>"},
     {"two alternatives: the second is left over", &Model::flat, "<root><a>x</a><b>7</b></root>", kStrict,
      LeftOver("root", "b", "/root"), nullptr},
-    {"unknown in front is left over", &Model::flat, "<root><z/><b>7</b></root>", kStrict, LeftOver("root", "z", "/root"),
-     nullptr},
+    {"unknown in front is left over", &Model::flat, "<root><z/><b>7</b></root>", kStrict,
+     LeftOver("root", "z", "/root"), nullptr},
     {"alternative behind an alternative is not read", &Model::flat, "<root><c>small</c><z/><a>x</a></root>",
      kSkipUnknown, "{2=0}", nullptr},
     // Collections that may not be absent.
     {"strings", &Model::collections, "<root><s>1</s><s>2</s></root>", kStrict, "{0=[1,2] 1=[]}",
      "<root><s>1</s><s>2</s></root>"},
     {"empty", &Model::collections, "<root/>", kStrict, kNoChoiceRead, nullptr},
-    {"empty, missing choice ignored", &Model::collections, "<root/>", kNoChoice, "{0=[] 1=[]}",
-     nullptr},
+    {"empty, missing choice ignored", &Model::collections, "<root/>", kNoChoice, "{0=[] 1=[]}", nullptr},
     {"only an unknown element, skipped and missing choice ignored", &Model::collections, "<root><z/></root>",
      kSkipUnknownNoChoice, "{0=[] 1=[]}", nullptr},
-    {"unknown element, missing choice ignored: left over", &Model::collections, "<root><z/></root>",
-     kNoChoice, LeftOver("root", "z", "/root"), nullptr},
+    {"unknown element, missing choice ignored: left over", &Model::collections, "<root><z/></root>", kNoChoice,
+     LeftOver("root", "z", "/root"), nullptr},
     {"too few strings", &Model::collections, "<root><s>1</s></root>", kStrict,
      "Failed to process the element.\nPath: /root\nThe Minimum number of [s] elements allowed in this collection "
      "is 2",
@@ -159,8 +156,8 @@ const ReadCase kReadCases[] = {
     // A group without an element of its own as an alternative, and in a sequence.
     {"alternative inside the group", &Model::groupInChoice, "<root gid='5'><y>1</y></root>", kStrict, "{0={1=1 2=5}}",
      "<root gid=\"5\"><y>1</y></root>"},
-    {"group that took nothing is emptied, the next alternative tried", &Model::groupInChoice,
-     "<root><z>1</z></root>", kStrict, "{0=null 1=1}", "<root><z>1</z></root>"},
+    {"group that took nothing is emptied, the next alternative tried", &Model::groupInChoice, "<root><z>1</z></root>",
+     kStrict, "{0=null 1=1}", "<root><z>1</z></root>"},
     {"inline group without a match returns where it started", &Model::groupInSequence, "<root><w>1</w></root>", kStrict,
      "{1=1}", nullptr},
     {"inline group reads one alternative", &Model::groupInSequence, "<root><x>1</x><y>2</y></root>", kStrict,
@@ -192,8 +189,8 @@ const ReadCase kReadCases[] = {
      "{0=[2 elements]}", nullptr},
     {"named wildcards, other namespace stops them", &Model::namedWildcards,
      "<root xmlns:o='urn:o'><entry>1</entry><o:entry/></root>", kStrict, LeftOver("root", "entry", "/root"), nullptr},
-    {"named wildcards in a group at the end of its parent", &Model::wildcardsInGroup, "<root/>", kStrict, "{}", nullptr}
-};
+    {"named wildcards in a group at the end of its parent", &Model::wildcardsInGroup, "<root/>", kStrict, "{}",
+     nullptr}};
 
 class ChoiceRead : public ::testing::TestWithParam<ReadCase> {};
 
@@ -252,8 +249,7 @@ const OptionalCase kOptionalCases[] = {
     {"prim col from 0", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, 0, true},
     {"prim col from 1", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, 1, false},
     {"class col from 0", [] { return new CElementInfoChoiceClsCol(u"a", u"", 0, XmlElementType_Element); }, 0, true},
-    {"collection record without a collection", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, -1,
-     false},
+    {"collection record without a collection", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, -1, false},
     {"sequence col from 0 counts for nothing", [] { return new CElementInfoSeqPrimCol(u"a", u"", 0); }, 0, false},
 };
 
@@ -283,8 +279,8 @@ TEST(ChoiceRobustness, RandomDocumentsReturnOrFail) {
                                 &Model::groupInSequence, &Model::abstract, &Model::groupCollection,
                                 &Model::namedWildcard, &Model::namedWildcards, &Model::wildcardsInGroup})
         roots.push_back(model.Make(root));
-    const std::vector<const char*> names = {"a", "b", "c", "s", "item", "v", "x", "y", "z", "pick", "pay", "w",
-                                            "entry", "note", "G"};
+    const std::vector<const char*> names = {"a", "b",    "c",   "s", "item",  "v",    "x", "y",
+                                            "z", "pick", "pay", "w", "entry", "note", "G"};
     std::mt19937 random(1207);
     for (int i = 0; i < 150; ++i) {
         const std::string xml = RandomDocument(random, names, "root", random() % 2 ? " gid='1'" : "");

@@ -18,16 +18,16 @@ CSerializationContext XsiContext() {
 // ---- nil objects ------------------------------------------------------------------------------
 
 struct NilFixture {
+    // clang-format off
     Tables child{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"child"), {StringMnd(u"v", 0)},
+                 // clang-format on
                  {StringAttribute(u"id", 1)}};
     Tables root{ClassInfo(XmlElementGroupType_Seq),
                 {new CElementInfoSeqClsMnd(u"req", u"", 0, XmlElementType_Element, &CreateClass, 0, true),
                  new CElementInfoSeqClsOpt(u"opt", u"", 1, XmlElementType_Element, &CreateClass, 10)}};
     NilFixture() { Define(10, child); }
     void Attach(CTestObject& object) {
-        object.onInit = [this](CTestObject& o) {
-            o.props[0].SetXmlObject(new CNillableTestObject(child, u"req"));
-        };
+        object.onInit = [this](CTestObject& o) { o.props[0].SetXmlObject(new CNillableTestObject(child, u"req")); };
         object.Init();
     }
 };
@@ -62,8 +62,7 @@ struct GroupFixture {
         : group(ClassInfo(XmlElementGroupType_Seq, groupType, u"grp", false), {StringOpt(u"g1", 0)},
                 {StringAttribute(u"ga", 1)}),
           root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
-               {StringMnd(u"a", 0),
-                new CElementInfoSeqClsMnd(u"grp", u"", 1, groupType, &CreateClass, 0, false),
+               {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"grp", u"", 1, groupType, &CreateClass, 0, false),
                 StringOpt(u"z", 2)}) {}
     void Attach(CTestObject& object) {
         object.onInit = [this](CTestObject& o) { o.props[1].SetXmlObject(new CTestObject(group, u"grp")); };
@@ -88,7 +87,9 @@ TEST(GroupClass, PseudoChildKeepsItsAttributesInTheParentAndInlineLosesThem) {
         CTestObject back(f.root);
         f.Attach(back);
         Read(back, text.c_str(), CSerializationContext());
+        // clang-format off
         EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1), type == XmlElementType_Pseudo ? "yx" : "y<unset>");
+        // clang-format on
         EXPECT_EQ(Write(back, CSerializationContext()), text);
     }
 }
@@ -99,11 +100,11 @@ struct AttributeFixture {
     explicit AttributeFixture(bool failIfUnknown = true)
         : tables(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", failIfUnknown), {},
                  {StringAttribute(u"id", 0, false),
-                  new CAttributeInfoPrimitive(u"opt", u"", 1, true, ItemType_i4, nullptr, kNone,
-                                              CPrimitiveRestrictions(nullptr, -1, -1, nullptr, u"9", nullptr, nullptr,
-                                                                     -1, -1, -1),
-                                              u"5"),
-                  new CAttributeInfoEnum(u"kind", u"urn:x", 2, true, &EnumToText<kColours>, &EnumFromText<kColours>, u"red"),
+                  new CAttributeInfoPrimitive(
+                      u"opt", u"", 1, true, ItemType_i4, nullptr, kNone,
+                      CPrimitiveRestrictions(nullptr, -1, -1, nullptr, u"9", nullptr, nullptr, -1, -1, -1), u"5"),
+                  new CAttributeInfoEnum(u"kind", u"urn:x", 2, true, &EnumToText<kColours>, &EnumFromText<kColours>,
+                                         u"red"),
                   new CAttributeInfoPrimitive(u"p", u"urn:x", 3, true, ItemType_string, nullptr, kNone, NoFacets(),
                                               nullptr),
                   new CAttributeInfoPrimitive(u"must", u"", 4, false, ItemType_string, nullptr, kNone, NoFacets(),
@@ -165,8 +166,10 @@ const AttributeReadCase kAttributeReadCases[] = {
     {"primitive in another namespace stays unknown under ignored namespaces",
      "<root xmlns:y='urn:y' id='a' y:p='v' must='m'/>", true, false, true,
      "Unexpected Attribute found.\nPath: /root/y:@p"},
+    // clang-format off
     {"nil on a class that cannot be nil", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' id='a' "
                                           "xsi:nil='false' must='m'/>",
+     // clang-format on
      false, false, true, "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root"},
 };
 
@@ -239,14 +242,14 @@ public:
 
 struct AbstractFixture {
     explicit AbstractFixture(bool mandatory)
-        : card(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"CardType", u"", true, true,
-                                      -1, ItemType_Invalid, nullptr, false),
+        : card(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"CardType", u"", true, true, -1,
+                                      ItemType_Invalid, nullptr, false),
                {StringMnd(u"no", 0)}),
           root(ClassInfo(XmlElementGroupType_Seq),
-               {mandatory ? static_cast<CElementInfo*>(new CElementInfoSeqAbsClsMnd(
-                                u"pay", u"", 0, XmlElementType_Element, &CTestFactory::Create))
-                          : new CElementInfoSeqAbsClsOpt(u"pay", u"", 0, XmlElementType_Element,
-                                                         &CTestFactory::Create)}) {
+               {mandatory
+                    ? static_cast<CElementInfo*>(
+                          new CElementInfoSeqAbsClsMnd(u"pay", u"", 0, XmlElementType_Element, &CTestFactory::Create))
+                    : new CElementInfoSeqAbsClsOpt(u"pay", u"", 0, XmlElementType_Element, &CTestFactory::Create)}) {
         g_cardTables = &card;
     }
     Tables card;
@@ -256,8 +259,10 @@ struct AbstractFixture {
 TEST(AbstractChild, ClassChosenByTypeAndWrittenBackWithIt) {
     AbstractFixture f(true);
     CTestObject object(f.root);
+    // clang-format off
     const char* xml = "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><pay xsi:type=\"CardType\">"
                       "<no>42</no></pay></root>";
+    // clang-format on
     Read(object, xml, CSerializationContext());
     ASSERT_NE(object.TestChild(0), nullptr);
     EXPECT_EQ(object.TestChild(0)->Text(0), "42");
@@ -303,12 +308,14 @@ TEST(Robustness, RandomChildrenThroughEveryGroupKind) {
                   {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1, ItemType_i4)});
     Tables all(ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"l", false),
                {AllPrimMnd(u"m", 0), AllPrimOpt(u"n", 1)});
+    // clang-format off
     Tables root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
                 {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateClass, 0, false),
                  new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateClass, 0, true),
                  new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateClass, 0, false),
                  new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
                  new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
+    // clang-format on
     CTestObject object(root);
     object.onInit = [&](CTestObject& o) {
         o.props[1].SetXmlObject(new CTestObject(pseudo, u"p"));
@@ -343,7 +350,6 @@ TEST(Robustness, RandomChildrenThroughEveryGroupKind) {
     EXPECT_GT(read, 0);
 }
 
-
 // ---- edges of the driver and the records themselves ------------------------------------------
 
 TEST(GroupType, UnknownValueFailsBothWays) {
@@ -373,8 +379,7 @@ TEST(SequenceEdge, WildcardInAGroupWithoutElementFailsAtTheEnd) {
 }
 
 TEST(ElementInfo, PropertyFailuresAreWrapped) {
-    Tables tables(ClassInfo(XmlElementGroupType_Seq),
-                  {StringOpt(u"far", 20)});
+    Tables tables(ClassInfo(XmlElementGroupType_Seq), {StringOpt(u"far", 20)});
     CTestObject object(tables);
     EXPECT_EQ(FullMessageOf([&] { Write(object, CSerializationContext()); }),
               "Failed to convert the element [root] to XML\nFailed to get the property value for [far].\n"
@@ -385,8 +390,8 @@ int g_destroyed = 0;
 
 class CCountedElement : public CElementInfoSeqPrimOpt {
 public:
-    CCountedElement() : CElementInfoSeqPrimOpt(u"c", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(),
-                                               nullptr) {}
+    CCountedElement()
+        : CElementInfoSeqPrimOpt(u"c", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr) {}
     ~CCountedElement() override { ++g_destroyed; }
 };
 

@@ -20,7 +20,9 @@ using KvTest::OpenDescriptors;
 const char kOrder[] =
     "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
     " orderId=\"PO-1001\" currency=\"USD\" status=\"shipped\">"
+    // clang-format off
     "<customer>Zo\xC3\xAB &lt;\xE5\xB1\xB1\xE7\x94\xB0&gt; \xF0\x9F\x98\x80</customer><customerNumber>4000000000</customerNumber>"
+    // clang-format on
     "<priority>2</priority><express>true</express><signature>0AFF10</signature><shipMethod/>"
     "<billTo><name>Alice Smith</name><street>1 Main St</street><city>Springfield</city><zip>12345</zip></billTo>"
     "<item partNumber=\"123-AB\" lineNumber=\"1\"><productName>Lawnmower</productName>"
@@ -69,23 +71,27 @@ TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {
     const CSerializationContext context = Context();
     const std::u16string file = Widen(Path("doc.xml"));
     // Routes: 0 byte block, 1 file built in memory, 2 file streamed, 3 streamed and read in chunks.
-    const std::pair<CXmlObjectBase* (*)(), std::string> examples[] = {
-        {Make<CPurchaseOrder>, kOrder}, {Make<CCheckout>, kCheckout}};
+    const std::pair<CXmlObjectBase* (*)(), std::string> examples[] = {{Make<CPurchaseOrder>, kOrder},
+                                                                      {Make<CCheckout>, kCheckout}};
     for (const auto& [make, xml] : examples)
         for (int route = 0; route < 4; ++route)
             for (XmlEncoding encoding : {XmlEncoding_UTF8, XmlEncoding_UTF16, XmlEncoding_UTF16_NoDecl})
                 for (CompressionType compression : {CompressionType_None, CompressionType_GZip, CompressionType_ZLib}) {
                     // zlib is for blocks only; chunked reading takes plain text only.
+                    // clang-format off
                     if ((route > 0 && compression == CompressionType_ZLib) || (route == 3 && compression != 0)) continue;
+                    // clang-format on
                     SCOPED_TRACE(::testing::Message() << route << " " << encoding << " " << compression);
                     CSmartPtr<CXmlObjectBase> original(make()), back(make());
                     original->FromXml(xml.c_str(), context);
                     const bool declaration = encoding != XmlEncoding_UTF16;
                     EXPECT_EQ(MessageOf([&] {
                                   if (route == 0)
+                                      // clang-format off
                                       return back->FromXmlStream(original->ToXmlStream(declaration, true, encoding,
                                                                                        EOLType_CRLF, context, compression),
                                                                  context);
+                                  // clang-format on
                                   AsyncToXmlFile(route >= 2);
                                   AsyncFromXmlFile(route == 3);
                                   original->ToXmlFile(file.c_str(), declaration, true, encoding, EOLType_CRLF, context,
@@ -93,7 +99,9 @@ TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {
                                   back->FromXmlFile(file.c_str(), context);
                               }),
                               "<no exception>");
+                    // clang-format off
                     EXPECT_EQ(back->ToXml(false, false, EOLType_LF, context), original->ToXml(false, false, EOLType_LF, context));
+                    // clang-format on
                 }
 }
 
@@ -109,13 +117,17 @@ TEST_F(FileEntryPoints, RefusalsAndFileFailuresLeaveNoDescriptorBehind) {
         std::string message;
     };
     const Case cases[] = {
+        // clang-format off
         {true, missing, XmlEncoding_UTF8, CompressionType_None, "Failed to open the file [" + missing + "] Error [0x00000002]"},
         {true, noDir, XmlEncoding_UTF8, CompressionType_None, "Failed to open the file [" + noDir + "] Error [0x00000003]"},
+        // clang-format on
         {true, dir, XmlEncoding_UTF8, CompressionType_None, "Failed to open the file [" + dir + "] Error [0x00000005]"},
+        // clang-format off
         {false, noDir, XmlEncoding_UTF8, CompressionType_None, "Failed to write data to the file [" + noDir + "] error [0x00000003]"},
         {false, dir, XmlEncoding_UTF16, CompressionType_None, "Failed to write data to the file [" + dir + "] error [0x00000005]"},
         {false, missing, XmlEncoding_UTF8, CompressionType_ZLib, "ZLIB Compression only available for To Stream methods."},
         {false, Path("enc.xml"), XmlEncoding_None, CompressionType_None, "Unknown Encoding, select UTF-8 (contact our support team)"},
+        // clang-format on
     };
     for (bool async : {false, true})
         for (const Case& c : cases) {
@@ -124,14 +136,18 @@ TEST_F(FileEntryPoints, RefusalsAndFileFailuresLeaveNoDescriptorBehind) {
             const size_t before = OpenDescriptors();
             EXPECT_EQ(MessageOf([&] {
                           if (c.read) return order->FromXmlFile(Widen(c.name).c_str(), context);
+                          // clang-format off
                           order->ToXmlFile(Widen(c.name).c_str(), true, false, c.encoding, EOLType_LF, context, c.compression);
+                          // clang-format on
                       }),
                       c.message);
             EXPECT_EQ(OpenDescriptors(), before) << c.message;
-            EXPECT_FALSE(fs::exists(missing)) << c.message;  // zlib is refused before any file is made
+            EXPECT_FALSE(fs::exists(missing)) << c.message; // zlib is refused before any file is made
         }
 
+    // clang-format off
     EXPECT_EQ(MessageOf([&] { order->ToXmlStream(true, false, XmlEncoding_None, EOLType_LF, context, CompressionType_None); }),
+              // clang-format on
               "Unknown Encoding, select UTF-8 (contact our support team)");
     EXPECT_EQ(MessageOf([&] { order->FromXmlStream(CBinaryData(), context); }), "XML Stream is empty!");
 }

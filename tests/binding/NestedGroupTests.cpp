@@ -5,7 +5,6 @@
 namespace BindingTest {
 namespace {
 
-
 // root        all: header, body, footer?, group Meta (needs no content)
 // header      sequence: title
 // body        choice: text | list | group Mixed
@@ -22,12 +21,12 @@ struct Document {
                 {new CElementInfoSeqClsCol(u"entry", u"", 0, XmlElementType_Element)}};
     Tables extra{ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"Extra"),
                  {AllPrimOpt(u"x", 0), AllPrimOpt(u"y", 1)}};
-    Tables mixed{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"Mixed"),
-                 {StringMnd(u"a", 0),
-                  new CElementInfoSeqClsOpt(u"Extra", u"", 1, XmlElementType_Inline, &CreateClass, 305)}};
-    Tables body{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Element, u"body"),
-                {ChoicePrim(u"text", 0), ChoiceCls(u"list", 1, 303),
-                 ChoiceCls(u"Mixed", 2, 304, XmlElementType_Pseudo)}};
+    Tables mixed{
+        ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"Mixed"),
+        {StringMnd(u"a", 0), new CElementInfoSeqClsOpt(u"Extra", u"", 1, XmlElementType_Inline, &CreateClass, 305)}};
+    Tables body{
+        ClassInfo(XmlElementGroupType_Choice, XmlElementType_Element, u"body"),
+        {ChoicePrim(u"text", 0), ChoiceCls(u"list", 1, 303), ChoiceCls(u"Mixed", 2, 304, XmlElementType_Pseudo)}};
     Tables meta{ClassInfo(XmlElementGroupType_Choice, XmlElementType_Inline, u"Meta"),
                 {ChoicePrim(u"author", 0), ChoicePrim(u"editor", 1)}};
     Tables root{ClassInfo(XmlElementGroupType_All),
@@ -54,8 +53,6 @@ struct Document {
     }
 };
 
-
-
 // ---- a table longer than the flags kept on the stack -------------------------------------------------
 
 TEST(LargeAll, SeventyRecordsInReverseOrder) {
@@ -71,8 +68,8 @@ TEST(LargeAll, SeventyRecordsInReverseOrder) {
     tables.elementInfo = records;
     CTestObject root(tables);
     std::string xml = "<root>";
-    for (int i = kCount - 1; i >= 0; --i) xml += "<e" + std::to_string(i) + ">" + std::to_string(i) + "</e" +
-                                                 std::to_string(i) + ">";
+    for (int i = kCount - 1; i >= 0; --i)
+        xml += "<e" + std::to_string(i) + ">" + std::to_string(i) + "</e" + std::to_string(i) + ">";
     xml += "</root>";
     Read(root, xml.c_str(), CSerializationContext());
     // Every record reads into one of two properties; the last read of each wins.
@@ -84,12 +81,11 @@ TEST(LargeAll, SeventyRecordsInReverseOrder) {
               "Failed to process the element.\nPath: /root\nFailed to find the mandatory element [e0].");
 }
 
-
 TEST(NestedRobustness, RandomDocumentsReturnOrFail) {
     Document d;
     CTestObject root(d.root);
     d.Attach(root);
-    const std::vector<const char*> names = {"header", "title", "body", "text",   "list",   "entry", "k", "v",
+    const std::vector<const char*> names = {"header", "title", "body", "text",   "list",   "entry",  "k", "v",
                                             "a",      "x",     "y",    "footer", "author", "editor", "z"};
     std::mt19937 random(1052);
     for (int i = 0; i < 800; ++i) ReadWriteSurvives(root, RandomDocument(random, names, "root"), RandomContext(random));

@@ -13,12 +13,11 @@ struct SeqFixture {
                                              CWhitespaceUtils::WhitespaceRule_Preserve, NoFacets(), nullptr),
                   new CElementInfoSeqPrimMnd(u"b", u"", 1, false, ItemType_i4, nullptr,
                                              CWhitespaceUtils::WhitespaceRule_Collapse, NoFacets(), nullptr),
-                  new CElementInfoSeqPrimOpt(u"n", u"", 2, true, ItemType_string, nullptr,
-                                             CWhitespaceUtils::WhitespaceRule_Preserve,
-                                             CPrimitiveRestrictions(nullptr, -1, 4, nullptr, nullptr, nullptr, nullptr,
-                                                                    -1, -1, -1),
-                                             u"dflt"),
-                  new CElementInfoSeqEnumOpt(u"c", u"", 3, false, &EnumToText<kColours>, &EnumFromText<kColours>, u"green")}) {}
+                  new CElementInfoSeqPrimOpt(
+                      u"n", u"", 2, true, ItemType_string, nullptr, CWhitespaceUtils::WhitespaceRule_Preserve,
+                      CPrimitiveRestrictions(nullptr, -1, 4, nullptr, nullptr, nullptr, nullptr, -1, -1, -1), u"dflt"),
+                  new CElementInfoSeqEnumOpt(u"c", u"", 3, false, &EnumToText<kColours>, &EnumFromText<kColours>,
+                                             u"green")}) {}
     Tables tables;
 };
 
@@ -179,8 +178,7 @@ TEST(SequenceRead, NamespacesMustMatchUnlessIgnored) {
     EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><a>x</a></t:root>", context); }),
               "Failed to find the required child element [a].\nPath: /t:root");
     context.SetIgnoreNamespaces(true);
-    EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><a>x</a></t:root>", context); }),
-              "<no exception>");
+    EXPECT_EQ(MessageOf([&] { Read(object, "<t:root xmlns:t='urn:t'><a>x</a></t:root>", context); }), "<no exception>");
     CSerializationContext noNamespaces;
     noNamespaces.SetSchemaType(static_cast<SchemaType>(2));
     EXPECT_EQ(MessageOf([&] { Read(object, "<root><a>y</a></root>", noNamespaces); }), "<no exception>");

@@ -34,9 +34,11 @@ TEST(CSerializationContext, IgnoreFlagsExcludeEachOther) {
 
 TEST(CSerializationContext, IndentCharsAcceptOnlyBlanksAndTabs) {
     const std::string refused = "IndentChars can only contain Whitespace characters, i.e. \\t or spaces";
+    // clang-format off
     const std::tuple<const char16_t*, std::u16string, std::string> cases[] = {
         {nullptr, u"", "<no exception>"}, {u"", u"", "<no exception>"}, {u" \t\t", u" \t\t", "<no exception>"},
         {u"\tx", u"\t", refused}, {u"\n", u"\t", refused}};
+    // clang-format on
     for (const auto& [input, result, message] : cases) {
         Context context;
         EXPECT_EQ(MessageOf([&] { context.SetIndentChars(input); }), message);

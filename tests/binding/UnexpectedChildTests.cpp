@@ -13,8 +13,8 @@ const struct {
     {"sequence", XmlElementGroupType_Seq, [] { return StringMnd(u"customer", 0); }, "red"},
     {"sequence enum", XmlElementGroupType_Seq,
      [] {
-         return static_cast<CElementInfo*>(
-             new CElementInfoSeqEnumOpt(u"customer", u"", 0, false, &EnumToText<kColours>, &EnumFromText<kColours>, nullptr));
+         return static_cast<CElementInfo*>(new CElementInfoSeqEnumOpt(u"customer", u"", 0, false, &EnumToText<kColours>,
+                                                                      &EnumFromText<kColours>, nullptr));
      },
      "0"},
     {"choice", XmlElementGroupType_Choice, [] { return ChoicePrim(u"customer", 0); }, "red"},

@@ -40,8 +40,8 @@ public:
         for (const auto& a : m_attributes) writer->WriteAttribute(a.name, a.ns, a.value, kString);
     }
 
-    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri,
-                   const CSerializationContext& context, bool) const override {
+    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
+                   bool) const override {
         if (isRoot) {
             for (const auto& pi : context.GetProcessingInstructions()) writer->WriteProcessingInstruction(pi);
             for (const auto& entry : context.GetNamespaceAliases().GetMap())
@@ -130,7 +130,9 @@ TEST(CXmlObjectBaseToXml, WriterOptionsComeFromTheContext) {
     // The root is written in the object's target namespace; an undeclared one gets an alias.
     Node inTarget(u"r", u"urn:t");
     inTarget.Add(new Node(u"c", u"urn:t"));
+    // clang-format off
     EXPECT_EQ(inTarget.ToXml(false, false, EOLType_LF, CSerializationContext()), u"<AA:r xmlns:AA=\"urn:t\"><AA:c/></AA:r>");
+    // clang-format on
 }
 
 // Random patterns of tokens and blanks always end, with a result or the namespace failure.
@@ -143,8 +145,7 @@ TEST(CXmlObjectBaseNamespaces, RandomPatternsEnd) {
         const std::u16string ns = random() % 4 ? tokens[random() % 7] : pattern;
         try {
             CXmlObjectBase::TestNamespace(ns.c_str(), pattern.c_str(), tokens[random() % 7].c_str());
-        } catch (const CKvInvalidNamespaceException&) {
-        }
+        } catch (const CKvInvalidNamespaceException&) {}
     }
 }
 

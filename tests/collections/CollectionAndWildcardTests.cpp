@@ -30,7 +30,9 @@ int g_itemsAlive = 0;
 // A minimal object: written as <name/>, or as the attribute name="1" of its parent.
 class Item : public CXmlObjectBase {
 public:
+    // clang-format off
     explicit Item(const char16_t* name) { SetElementName(name); ++g_itemsAlive; }
+    // clang-format on
     ~Item() override { --g_itemsAlive; }
     CXmlObjectBase* GetBase() override { return this; }
     std::u16string GetTargetNamespace() override { return u""; }
@@ -58,7 +60,9 @@ public:
     void ToXml_Int(CXmlWriter* writer, bool, const char16_t* ns, const CSerializationContext& context,
                    bool) const override {
         ValidateCount(context);
+        // clang-format off
         for (const CNode* n = m_head; n; n = n->m_next) n->m_item->GetBase()->ToXml_Int(writer, false, ns, context, false);
+        // clang-format on
     }
     CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext&, bool) override {
         for (; element && element->GetLocalName() == m_elementName; element = element->GetNextSiblingElement())
@@ -79,7 +83,7 @@ struct Event {
     CXmlObjectBase* source;
     int message;
     void* data;
-    int index;  // read during the call, for messages 3 and 4 with data
+    int index; // read during the call, for messages 3 and 4 with data
 };
 
 class Recorder : public IEventSink {
@@ -94,13 +98,12 @@ public:
         return s;
     }
     std::vector<Event> events;
-    CXmlCollectionBase* addLate = nullptr;  // adds `late` to this collection during its first event
+    CXmlCollectionBase* addLate = nullptr; // adds `late` to this collection during its first event
     IEventSink* late = nullptr;
 };
 
-
 TEST(CXmlCollection, InsertionPositionsAndTheirMessages) {
-    Recorder rec;  // outlives the collection, whose destructor fires
+    Recorder rec; // outlives the collection, whose destructor fires
     CSmartPtr<ItemCol> col(new ItemCol);
     col->AddEventListener(&rec);
     CSmartPtr<Item> a(new Item(u"a")), b(new Item(u"b")), c(new Item(u"c")), d(new Item(u"d")), e(new Item(u"e"));
@@ -109,17 +112,21 @@ TEST(CXmlCollection, InsertionPositionsAndTheirMessages) {
     EXPECT_TRUE(rec.events[0].data == b.get() && rec.events[1].data == b.get() && rec.events[2].data == nullptr);
     for (const Event& ev : rec.events) EXPECT_EQ(ev.source, col.get());
     col->PrependItem(a);
-    col->AddAfterItem(nullptr, c);   // null: first
-    col->AddBeforeItem(nullptr, d);  // null: last
+    col->AddAfterItem(nullptr, c);  // null: first
+    col->AddBeforeItem(nullptr, d); // null: last
     EXPECT_EQ(col->Names(), "cabd");
     const struct {
-        int how, at;  // 0 after, 1 before, 2 at index
+        int how, at; // 0 after, 1 before, 2 at index
         const char* expected;
+        // clang-format off
     } rows[] = {{0, 'd', "cabde"}, {1, 'c', "ecabd"}, {0, 'a', "caebd"}, {2, 4, "cabde"}, {2, 0, "ecabd"}, {2, 2, "caebd"}};
+    // clang-format on
     CXmlObjectBase* byName[] = {a, b, c, d};
     for (const auto& r : rows) {
+        // clang-format off
         if (r.how == 2) col->AddItemAt(r.at, e);
         else (col.get()->*(r.how ? &ItemCol::AddBeforeItem : &ItemCol::AddAfterItem))(byName[r.at - 'a'], e);
+        // clang-format on
         EXPECT_EQ(col->Names(), r.expected);
         col->Remove(static_cast<int32_t>(std::string(r.expected).find('e')));
     }
@@ -166,7 +173,7 @@ TEST(CXmlCollection, RemovalFiresWithNullDataReleasesItemsAndSinksMayJoinDuringA
         EXPECT_EQ(rec.Messages(), "340340340");
         EXPECT_EQ(g_itemsAlive, before);
 
-        rec.addLate = col;  // the sink added during message 1 hears message 1 as well
+        rec.addLate = col; // the sink added during message 1 hears message 1 as well
         rec.late = &late;
         col->AppendItem(new Item(u"e"));
         EXPECT_EQ(late.Messages(), "120");
@@ -174,12 +181,12 @@ TEST(CXmlCollection, RemovalFiresWithNullDataReleasesItemsAndSinksMayJoinDuringA
         col->AddEventListener(&twice);
         col->Remove(0);
         EXPECT_EQ(twice.Messages(), "334400");
-        col->RemoveEventListener(&twice);  // removes every copy
+        col->RemoveEventListener(&twice); // removes every copy
         col->AppendItem(new Item(u"f"));
         rec.events.clear();
     }
     EXPECT_EQ(twice.Messages(), "334400");
-    EXPECT_EQ(rec.Messages(), "340");  // the destructor empties the list the same way
+    EXPECT_EQ(rec.Messages(), "340"); // the destructor empties the list the same way
     EXPECT_EQ(g_itemsAlive, before);
 }
 
@@ -210,10 +217,12 @@ TEST(CAttributeCol, NamespaceFromALiteralFirstTokenAndAddForms) {
     const struct {
         const char16_t *ns, *restriction;
         const char* expected;
+        // clang-format off
     } rows[] = {
         {u"", u"http://a http://b", "http://a"}, {u"", u" urn:x", ""}, {u"urn:given", u"urn:x", "urn:given"},
         {u"", u"##any", ""}, {u"", u"#a", ""}, {u"", u"a#", ""}, {u"", u"x", ""}, {u"", u"", ""}
     };
+    // clang-format on
     for (const auto& r : rows) {
         CSmartPtr<CAttributeCol> col(new CAttributeCol(r.ns, r.restriction, u""));
         EXPECT_EQ(Narrow(col->GetNamespace()), r.expected) << Narrow(r.restriction);
@@ -225,7 +234,7 @@ TEST(CAttributeCol, NamespaceFromALiteralFirstTokenAndAddForms) {
     EXPECT_THROW(col->Add(u"w", u"1", u"urn:b"), CKvInvalidNamespaceException);
     CSmartPtr<CAttributeCol> other(new CAttributeCol(u"urn:b", u"urn:b", u""));
     CAttribute* foreign = other->Add(u"f", u"9");
-    EXPECT_EQ(col->Add(foreign), foreign);  // the pointer form tests nothing
+    EXPECT_EQ(col->Add(foreign), foreign); // the pointer form tests nothing
     EXPECT_EQ(MessageOf([&] { col->Item(3); }), "Index 3 is out of range, use 0 - 3");
 }
 
@@ -233,8 +242,8 @@ TEST(CElementCol, RestrictionIsAlwaysAnyAndTheNamespaceRuleIsReversed) {
     CSmartPtr<CElementCol> other(new CElementCol(u"", u"##other", u"urn:t", 3, 4));
     EXPECT_EQ(Narrow(other->GetNamespaceRestriction() + u"|" + other->GetCollectionNamespace()), "##any|##other");
     EXPECT_EQ(Narrow(other->GetNamespace() + u"|" + other->GetTargetNamespace()), "urn:t|urn:t");
-    EXPECT_EQ(std::pair(other->GetMinOccurs(), other->GetMaxOccurs()), std::pair(0, -1));  // bounds not used
-    EXPECT_NO_THROW(other->Add(u"e", u"urn:t"));  // "##other" was not kept
+    EXPECT_EQ(std::pair(other->GetMinOccurs(), other->GetMaxOccurs()), std::pair(0, -1)); // bounds not used
+    EXPECT_NO_THROW(other->Add(u"e", u"urn:t"));                                          // "##other" was not kept
     EXPECT_THROW(CElementCol(u"urn:x", u"##local", u"", 0, -1), CKvInvalidNamespaceException);
 
     CSmartPtr<CElementCol> literal(new CElementCol(u"", u"urn:lit", u"", 0, -1));
@@ -246,7 +255,7 @@ TEST(CElementCol, RestrictionIsAlwaysAnyAndTheNamespaceRuleIsReversed) {
     EXPECT_EQ(Narrow(a->GetNamespace()), "urn:n");
     col->Add(u"c");
     CSmartPtr<CElement> b(new CElement(u"b", u"urn:elsewhere")), z(new CElement(u"z", u"urn:elsewhere"));
-    col->AddAfter(a, b);  // no namespace test on these two
+    col->AddAfter(a, b); // no namespace test on these two
     col->AddBefore(nullptr, z);
     std::string names;
     for (CElement* e : *col) names += Narrow(e->GetName());
@@ -261,7 +270,7 @@ TEST(CElement, SetNamespaceRestrictionsChecksButChangesNothing) {
     auto pointerMessage = [&](const char16_t* restriction) {
         try {
             root->SetNamespaceRestrictions(restriction, u"");
-        } catch (CKvInvalidNamespaceException* e) {  // kept on purpose: thrown by pointer, the handler owns it
+        } catch (CKvInvalidNamespaceException* e) { // kept on purpose: thrown by pointer, the handler owns it
             const std::string m = Narrow(e->GetMessage());
             delete e;
             return m;
@@ -271,7 +280,7 @@ TEST(CElement, SetNamespaceRestrictionsChecksButChangesNothing) {
     EXPECT_EQ(pointerMessage(u"urn:b"), "The namespace urn:a in the class r is invalid against restriction urn:b");
     child->SetNamespace(u"urn:z");
     EXPECT_EQ(pointerMessage(u"urn:a"), "The namespace urn:z in the class c is invalid against restriction urn:a");
-    EXPECT_NO_THROW(root->GetAttributes()->Add(u"late", u"1", u"urn:b"));  // the collection is unchanged
+    EXPECT_NO_THROW(root->GetAttributes()->Add(u"late", u"1", u"urn:b")); // the collection is unchanged
 
     // An attribute that fails passes its exception on by value.
     CSmartPtr<CElement> mixed(new CElement(u"m", u"", u"##any", u"urn:t"));
@@ -286,9 +295,11 @@ TEST(CElement, WritesTextBehindChildrenAndADefaultNamespaceThroughAWriterOfItsOw
     root->GetAttributes()->Add(u"b", u"2", u"urn:b");
     root->GetChildElements()->Add(u"c", u"urn:r")->SetText(u"in");
     root->GetChildElements()->Add(u"d", u"");
+    // clang-format off
     EXPECT_EQ(Xml(root), "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\"><AA:c>in</AA:c><d/>t&amp;</AA:r>");
     EXPECT_EQ(Xml(root, true),
               "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\">\n\t<AA:c>in</AA:c>\n\t<d/>\nt&amp;</AA:r>\n");
+    // clang-format on
 
     CSmartPtr<CElement> outer(new CElement(u"r"));
     CSmartPtr<CElement> inner(new CElement(u"i", u"urn:d"));
@@ -337,8 +348,10 @@ TEST(CElement, CopyXmlElementCloneAndFromXml) {
     for (CElement* e : {copied.get(), read.get()}) {
         EXPECT_EQ(Narrow(e->GetName() + u"|" + e->GetNamespace() + u"|" + e->GetText()), "r|urn:r|xy");
         // Mixed content is written with all its text behind the children.
+        // clang-format off
         EXPECT_EQ(Xml(e), "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:c>in</AA:c>"
                           "<AB:d><AA:e/></AB:d>xy</AA:r>");
+        // clang-format on
     }
 
     // A tree from a parser that leaves declarations as attributes.
@@ -355,8 +368,10 @@ TEST(CElement, CopyXmlElementCloneAndFromXml) {
     clone->GetChildElements()->Item(0)->SetName(u"changed");
     clone->GetAttributes()->Item(0)->SetValue(u"2");
     EXPECT_EQ(Narrow(read->GetChildElements()->Item(0)->GetName() + read->GetAttributes()->Item(0)->GetValue()), "c1");
+    // clang-format off
     EXPECT_EQ(Xml(clone), "<AA:r xmlns:AA=\"urn:r\" a=\"2\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:changed>in</AA:changed>"
                           "<AB:d><AA:e/></AB:d>xy</AA:r>");
+    // clang-format on
     CElement shallow(*read);
     EXPECT_EQ(shallow.GetChildElements().get(), read->GetChildElements().get());
 }
@@ -368,13 +383,13 @@ TEST(CElement, ReadingRespectsTheRestrictions) {
     CXmlElement* m = root->GetFirstElement()->GetNextSiblingElement()->GetNextSiblingElement();
     const CSerializationContext& context = CSerializationContext::GetDefaultContext();
     CSmartPtr<CElement> wrong(new CElement(u"r", u"", u"urn:other", u""));
-    EXPECT_EQ(wrong->FromXml_Int(root, root, context, false), root);  // consumed nothing
+    EXPECT_EQ(wrong->FromXml_Int(root, root, context, false), root); // consumed nothing
 
     CSmartPtr<CAttributeCol> local(new CAttributeCol(u"", u"##local", u""));
     EXPECT_EQ(MessageOf([&] { local->FromXml_Int(root, nullptr, context, false); }),
               "Invalid Attribute [a]. The attributes namespace is Inappropriate.\nPath: /r");
     CSmartPtr<CAttributeCol> any(new CAttributeCol(u"", u"##any", u""));
-    EXPECT_EQ(any->FromXml_Int(root, m, context, false), m);  // the cursor comes back unchanged
+    EXPECT_EQ(any->FromXml_Int(root, m, context, false), m); // the cursor comes back unchanged
     EXPECT_EQ(MessageOf([&] { any->Item(0)->FromXml_Int(root, nullptr, context, false); }),
               "This should be done by the collection");
 

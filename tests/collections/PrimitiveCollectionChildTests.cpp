@@ -15,8 +15,8 @@ namespace {
 class Strings : public CXmlTypeCollection {
 public:
     Strings()
-        : CXmlTypeCollection(ItemType_string, u"v", u"", 0, -1, nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr,
-                             -1, -1, -1, CWhitespaceUtils::WhitespaceRule_None, nullptr) {}
+        : CXmlTypeCollection(ItemType_string, u"v", u"", 0, -1, nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, -1,
+                             -1, -1, CWhitespaceUtils::WhitespaceRule_None, nullptr) {}
     int32_t GetCount() const override { return static_cast<int32_t>(texts.size()); }
     void Clear() override { texts.clear(); }
     void Remove(int32_t index) override { texts.erase(texts.begin() + index); }

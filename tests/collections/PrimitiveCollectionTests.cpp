@@ -30,9 +30,8 @@ struct Facets {
 template <class Col>
 CSmartPtr<Col> Make(const Facets& f = {}, int32_t minOccurs = 0, int32_t maxOccurs = -1, Rule rule = kCollapse,
                     const char16_t* format = nullptr) {
-    return new Col(u"n", u"", minOccurs, maxOccurs, f.pattern, f.minLength, f.maxLength, f.minInclusive,
-                   f.maxInclusive, f.minExclusive, f.maxExclusive, f.length, f.totalDigits, f.fractionDigits, rule,
-                   format);
+    return new Col(u"n", u"", minOccurs, maxOccurs, f.pattern, f.minLength, f.maxLength, f.minInclusive, f.maxInclusive,
+                   f.minExclusive, f.maxExclusive, f.length, f.totalDigits, f.fractionDigits, rule, format);
 }
 
 struct Recorder : IEventSink {
@@ -71,8 +70,8 @@ struct Row {
     std::array<const char16_t*, 3> texts;
     Facets facets;
     const char16_t* refused;
-    const char* shown;               // the end of its message, after "Invalid Value for n "
-    const char* wrongTag = nullptr;  // date members: the type named when a value of another type is added
+    const char* shown;              // the end of its message, after "Invalid Value for n "
+    const char* wrongTag = nullptr; // date members: the type named when a value of another type is added
 };
 
 template <class Col>
@@ -143,30 +142,40 @@ TEST(PrimitiveCollections, EveryMemberAddsReadsRemovesChecksAndWrites) {
     Exercise<Cr8Col>({C::r8FromString, {u"0", u"1e+300", u"0.1"}, {.minInclusive = u"0"}, u"NaN", "[nan]"});
     Exercise<CdurationCol>(
         {C::durationFromString, {u"P1D", u"-PT1S", u"P1Y2M"}, {.maxInclusive = u"P2Y"}, u"P3Y", "[P3Y]."});
+    // clang-format off
     Exercise<CyearMonthCol>({C::yearMonthFromString, {u"2001-01", u"1999-12", u"2001-02Z"},
                              {.minInclusive = u"1999-12"}, u"1999-11", "[1999-11].", "gYearMonth"});
     Exercise<CmonthDayCol>({C::monthDayFromString, {u"--01-15", u"--02-29", u"--12-01"}, {.maxExclusive = u"--12-24"},
                             u"--12-24", "[--12-24].", "gMonthDay"});
+    // clang-format on
     Exercise<CyearCol>({C::yearFromString, {u"1999", u"2000", u"9999"}, {.minInclusive = u"1999"}, u"1998", "[1998]"});
     Exercise<CmonthCol>({C::monthFromString, {u"--01", u"--10", u"--02"}, {.maxInclusive = u"--10"}, u"--11", "[11]"});
     Exercise<CdayCol>({C::dayFromString, {u"---05", u"---31", u"---01"}, {.maxInclusive = u"---31"}, nullptr, nullptr});
+    // clang-format off
     Exercise<CdateCol>({C::dateFromString, {u"2001-02-03", u"2000-01-01+05:30", u"2004-02-29Z"},
                         {.minInclusive = u"2000-01-01"}, u"1999-12-30", "[1999-12-30].", "date"});
+    // clang-format on
     Exercise<CdatetimeCol>({C::datetimeFromString,
                             {u"2001-02-03T04:05:06", u"2009-12-31T23:59:59Z", u"2000-01-01T00:00:00.5"},
+                            // clang-format off
                             {.maxInclusive = u"2010-01-01T00:00:00"}, u"2011-01-01T00:00:00",
                             "[2011-01-01T00:00:00].", "dateTime"});
     Exercise<CtimeCol>({C::timeFromString, {u"04:05:06", u"23:59:59Z", u"01:00:00.25"}, {.minExclusive = u"01:00:00"},
                         u"00:30:00", "[00:30:00].", "time"});
+    // clang-format on
     Exercise<CstringCol>(
         {C::stringFromString, {u"abc", u"a", u"cab"}, {.pattern = u"[a-c]+", .maxLength = 3}, u"abd", "[abd]."});
     // A boolean ignores every facet it is given.
+    // clang-format off
     Exercise<CbooleanCol>({C::booleanFromString, {u"true", u"false", u"true"},
                            {.pattern = u"x", .maxLength = 0, .minInclusive = u"junk"}, nullptr, nullptr});
+    // clang-format on
     Exercise<CdecimalCol>(
         {C::decimalFromString, {u"1.25", u"-1000", u"0.5"}, {.fractionDigits = 2}, u"1.234", "[1.234]."});
+    // clang-format off
     Exercise<CintegerCol>({C::integerFromString, {u"123456789012345678901234567890", u"-99", u"0"},
                            {.minInclusive = u"-99"}, u"-100", "[-100]."});
+    // clang-format on
 }
 
 TEST(PrimitiveCollections, WhitespaceRuleAndFormatOverride) {
@@ -178,7 +187,9 @@ TEST(PrimitiveCollections, WhitespaceRuleAndFormatOverride) {
         EXPECT_EQ(Written(*col), rule == kCollapse ? "<r><n>a b c</n></r>" : "<r><n> a\tb  c </n></r>");
     }
     // Only the floating and decimal members pass their format to the conversion.
+    // clang-format off
     const auto one = [](auto col, const auto& value) { col->Add(value); return Written(*col); };
+    // clang-format on
     EXPECT_EQ(one(Make<Cr4Col>({}, 0, -1, kCollapse, u"%.2f"), 1.5f) +
                   one(Make<Cr8Col>({}, 0, -1, kCollapse, u"%.3e"), 1234.5) +
                   one(Make<CdecimalCol>({}, 0, -1, kCollapse, u"2"), C::decimalFromString(u"1.5", kCollapse)) +
@@ -239,7 +250,7 @@ TEST(PrimitiveCollections, GeneratedClassWritesAndReadsItsRepeatedSimpleElements
     CSmartPtr<CMeasurements> copy = new CMeasurements();
     copy->FromXml(xml.c_str(), context);
     EXPECT_EQ(copy->ToXml(false, false, EOLType_LF, context), xml);
-    copy->FromXml(xml.c_str(), context);  // reading again starts from empty collections
+    copy->FromXml(xml.c_str(), context); // reading again starts from empty collections
     EXPECT_EQ(copy->GetWeights()->GetCount(), 2);
 
     // A facet failure while reading passes out; the values read before it stay.
@@ -250,12 +261,14 @@ TEST(PrimitiveCollections, GeneratedClassWritesAndReadsItsRepeatedSimpleElements
     } failures[] = {
         {u"<weight>5</weight><weight>40000</weight><weight>6</weight>", "Invalid Value for weight [40000]", 1},
         {u"<weight>5</weight><scanDate>1999-01-01</scanDate>", "Invalid Value for scanDate [1999-01-01].", 1},
-        {u"<scanDate>2001-01-01</scanDate>",
-         "The Minimum number of [weight] elements allowed in this collection is 1", 0},
+        {u"<scanDate>2001-01-01</scanDate>", "The Minimum number of [weight] elements allowed in this collection is 1",
+         0},
     };
     for (const auto& f : failures) {
+        // clang-format off
         const std::u16string doc = u"<measurements xmlns='urn:kvxml:samples:purchase-order'>"
                                    u"<parcelId>DE123456789</parcelId>" + std::u16string(f.body) + u"</measurements>";
+        // clang-format on
         CSmartPtr<CMeasurements> target = new CMeasurements();
         EXPECT_EQ(CauseOf([&] { target->FromXml(doc.c_str(), context); }), f.message) << f.message;
         EXPECT_EQ(target->GetWeights()->GetCount(), f.weightsKept) << f.message;

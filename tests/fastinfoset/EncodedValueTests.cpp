@@ -8,10 +8,10 @@
 #include "support/KvTestText.h"
 
 using namespace KvXmlLib16;
-using KvTest::MessageOf;
-using KvTest::Narrow;
 using KvTest::Bytes;
 using KvTest::Content;
+using KvTest::MessageOf;
+using KvTest::Narrow;
 
 namespace {
 
@@ -26,7 +26,7 @@ TEST(FastInfosetEncodedValues, WriteAndReadBack) {
         uint32_t algorithm;
         const char16_t* text;
         Bytes octets;
-        const char* readBack;  // null: the algorithm is write-only
+        const char* readBack; // null: the algorithm is write-only
     } cases[] = {
         {1, u"0aFF", {0x0A, 0xFF}, "0AFF"},
         {2, u"AQI=", {0x01, 0x02}, "AQI="},
@@ -42,7 +42,9 @@ TEST(FastInfosetEncodedValues, WriteAndReadBack) {
         // The float is read from its first octet repeated four times: 0x3F3F3F3F, not 1.5.
         {7, u"1.5", {0x3F, 0xC0, 0x00, 0x00}, "0.7470588"},
         {8, u"1.5", {0x3F, 0xF8, 0, 0, 0, 0, 0, 0}, "1.5"},
+        // clang-format off
         {9, u"00112233445566778899aabbccddeeff",
+         // clang-format on
          {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF},
          "00112233445566778899AABBCCDDEEFF"},
         {10, u"a<\u00e9", {'a', '<', 0xC3, 0xA9}, nullptr},
@@ -82,12 +84,16 @@ TEST(FastInfosetEncodedValues, Failures) {
         Bytes octets;
         std::string message;
     } reads[] = {
+        // clang-format off
         {3, {1}, "Invalid value for SHORT byte encoding."},  {4, {1, 2, 3}, "Invalid value for INT byte encoding."},
         {5, Bytes(7), "Invalid value for LONG byte encoding."}, {7, {1, 2}, "Invalid value for FLOAT byte encoding."},
         {8, Bytes(12), "Invalid value for DOUBLE byte encoding."}, {9, Bytes(15), "Invalid value for UUID byte encoding."},
         {10, {'a'}, unknown}, {0, {'a'}, unknown}, {11, {'a'}, unknown},
+        // clang-format on
         // Empty data is the empty string before the algorithm is looked at.
+        // clang-format off
         {10, {}, "<no exception>"}, {0, {}, "<no exception>"},
+        // clang-format on
     };
     for (const Case& c : reads)
         EXPECT_EQ(MessageOf([&] { EXPECT_EQ(Make(c.octets).GetAsString(c.algorithm), u""); }), c.message)

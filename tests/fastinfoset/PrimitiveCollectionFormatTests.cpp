@@ -33,8 +33,7 @@ TEST(PrimitiveCollectionFormats, FastInfosetRoundTripKeepsEveryItem) {
         CSmartPtr<CMeasurements> copy = new CMeasurements();
         copy->FromXmlStream(fi, context);
         EXPECT_EQ(copy->GetWeights()->GetCount(), 3) << typed;
-        EXPECT_EQ(copy->ToXml(false, false, EOLType_LF, context), m->ToXml(false, false, EOLType_LF, context))
-            << typed;
+        EXPECT_EQ(copy->ToXml(false, false, EOLType_LF, context), m->ToXml(false, false, EOLType_LF, context)) << typed;
     }
 }
 

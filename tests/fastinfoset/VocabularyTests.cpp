@@ -40,7 +40,7 @@ TEST(FastInfosetVocabulary, BuiltInEntriesAndQNames) {
     EXPECT_FALSE(v.FindLocalNameIndex(u"a", index));
 
     v.AddElement(u"", u"", u"a");
-    v.AddElement(u"", u"", u"a");  // a second time adds nothing
+    v.AddElement(u"", u"", u"a"); // a second time adds nothing
     v.AddElement(u"xml", u"urn:n", u"b");
     v.AddElement(u"p", u"urn:n", u"a");
     v.AddAttribute(u"", u"urn:n", u"b");
@@ -103,6 +103,8 @@ TEST(FastInfosetContext, DefaultsAndSuggestedValues) {
         const auto e = c.GetEncoding(t);
         EXPECT_EQ(e.kind == 0 ? 0 : e.kind * 100 + e.index, expected[t]) << t;
     }
+    // clang-format off
     EXPECT_EQ(MessageOf([&] { c.GetEncoding(29); }), "Fast Infoset encoding index 29 is out of range; it must be below 29");
+    // clang-format on
     EXPECT_THROW(c.SetEncoding(static_cast<uint32_t>(-1), {0, 0}), CKvException);
 }

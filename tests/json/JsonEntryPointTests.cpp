@@ -33,7 +33,9 @@ TEST(JsonEntryPoints, ChoiceAndAllRoundTripInModesOneAndTwo) {
     // Mode 0 writes the country attribute as a member, which reads back as an unknown element.
     const CSerializationContext none = SampleContext(JsonRoundTrip_None);
     CSmartPtr<CCheckout> back = new CCheckout();
+    // clang-format off
     const std::string message = MessageOf([&] { back->FromJson(original->ToJson(true, EOLType_LF, none).c_str(), none); });
+    // clang-format on
     EXPECT_EQ(message.substr(0, 69), "Error converting JSON to XML:\n<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
 }
 
@@ -43,15 +45,17 @@ TEST(JsonEntryPoints, ChoiceAndAllRoundTripInModesOneAndTwo) {
 TEST(JsonEntryPoints, WhatThePurchaseOrderKeeps) {
     const CSerializationContext full = SampleContext(JsonRoundTrip_Full);
     CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
-    EXPECT_EQ(MessageOf([&] { order->FromJson(MakeOrder()->ToJson(false, EOLType_LF, full).c_str(), full); })
-                  .substr(0, 53),
-              "Expected Array separator character ',', found ':' at ");
+    EXPECT_EQ(
+        MessageOf([&] { order->FromJson(MakeOrder()->ToJson(false, EOLType_LF, full).c_str(), full); }).substr(0, 53),
+        "Expected Array separator character ',', found ':' at ");
     for (CSmartPtr<CItem> item : {MakeOrder()->GetItems()->Item(0), MakeOrder()->GetItems()->Item(1)}) {
         item->SetElementName(u"item");
         for (JsonRoundTrip mode : {JsonRoundTrip_None, JsonRoundTrip_Simple, JsonRoundTrip_Full}) {
             const CSerializationContext context = SampleContext(mode);
             CSmartPtr<CItem> back = new CItem();
+            // clang-format off
             const std::string message = MessageOf([&] { back->FromJson(item->ToJson(true, EOLType_LF, context).c_str(), context); });
+            // clang-format on
             if (mode == JsonRoundTrip_None) {
                 EXPECT_NE(message, "<no exception>");
             } else {
@@ -84,20 +88,26 @@ TEST(JsonEntryPoints, FailuresOfTheReadingEntryPoints) {
     const CSerializationContext context = SampleContext(JsonRoundTrip_Full);
     CSmartPtr<CCheckout> checkout = new CCheckout();
     EXPECT_EQ(MessageOf([&] { checkout->FromJson(u"", context); }), "JSON String is empty!");
+    // clang-format off
     EXPECT_EQ(MessageOf([&] { checkout->FromJson(static_cast<const char*>(nullptr), context); }), "JSON String is empty!");
+    // clang-format on
     try {
         checkout->FromJson("{\"checkout\": {\"bogus\": 1}}", context);
         ADD_FAILURE();
     } catch (const CKvException& e) {
         EXPECT_EQ(Narrow(e.GetMessage()),
+                  // clang-format off
                   "Error converting JSON to XML:\n<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<checkout>\n\t<bogus>1</bogus>\n</checkout>\n");
+        // clang-format on
         ASSERT_NE(e.GetInnerException(), nullptr);
     }
     // The narrow form is UTF-8.
     CSmartPtr<CItem> item = new CItem();
+    // clang-format off
     item->FromJson("{\"item\": {\"@partNumber\": \"123-AB\", \"productName\": \"Caf\xC3\xA9\", \"quantity\": 1, "
                    "\"unitPrice\": 1}}",
                    SampleContext(JsonRoundTrip_Simple));
+    // clang-format on
     EXPECT_EQ(item->GetProductName(), u"Caf\u00e9");
 }
 
@@ -112,7 +122,9 @@ TEST(JsonEntryPoints, HostileInputEndsInAnException) {
     const std::pair<std::u16string, std::string> cases[] = {
         {u"{\"a\":" + std::u16string(100000, u'['), "JSON exceeded depth limit at line 1, position 105."},
         {emptyArrays, "JSON nests more than 101 elements inside each other in XML.\nPath: $.a.checkout"},
+        // clang-format off
         {u"{\"checkout\": {\"orderRef\": \"PO", "Unexpected End of File. Expected string value at line 1, position 29."},
+        // clang-format on
         {u"{\"checkout\": {\"orderRef\": \"\\uD800\"}}", "Error converting JSON to XML:"},
         {u"{\"checkout\": {\"orderRef\": \"\xD800\"}}", "Error converting JSON to XML:"},
         {huge, "Error converting JSON to XML:"},

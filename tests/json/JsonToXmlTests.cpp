@@ -40,8 +40,8 @@ TEST(ConvertJsonToXml, MapsMembersToElementsAndAttributes) {
     const MappingCase cases[] = {
         {u"{\"r\":{\"@x\":\"1\",\"a\":\"v<\",\"b\":12.50,\"c\":true,\"@y\":\"2\"}}", JsonRoundTrip_Full,
          "!Failed to convert value '2' to Attribute string value in XML."},
-        {u"{\"r\":{\"@x\":\"1\",\"@y\":null,\"a\":\"v<\",\"b\":12.50,\"c\":true,\"d\":null,\"e\":\"\"}}", JsonRoundTrip_Simple,
-         "<r x=\"1\"><a>v&lt;</a><b>12.50</b><c>true</c><d/><e/></r>"},
+        {u"{\"r\":{\"@x\":\"1\",\"@y\":null,\"a\":\"v<\",\"b\":12.50,\"c\":true,\"d\":null,\"e\":\"\"}}",
+         JsonRoundTrip_Simple, "<r x=\"1\"><a>v&lt;</a><b>12.50</b><c>true</c><d/><e/></r>"},
         {u"{\"p:r\":{\"@xmlns:p\":\"urn:p\",\"@xsi:type\":\"p:t\",\"a\":[{\"b\":1},{\"b\":2}]}}", JsonRoundTrip_Full,
          "<p:r xmlns:p=\"urn:p\" xsi:type=\"p:t\"><a><b>1</b></a><a><b>2</b></a></p:r>"},
         {u"{\"r\":{\"@x\":\"1\",\"#text\":\"t\"}}", JsonRoundTrip_Full, "<r x=\"1\">t</r>"},

@@ -17,7 +17,7 @@ const ItemType kString = ItemType_string;
 // Runs the calls on a fresh writer (unformatted unless told) and returns the text, or "!" and the
 // message of a failure.
 std::string Written(const std::function<void(CJsonTextWriter&)>& calls, JsonRoundTrip mode = JsonRoundTrip_Full,
-                bool formatted = false) {
+                    bool formatted = false) {
     CTextStream stream(4095, XmlEncoding_None);
     CJsonTextWriter writer(&stream);
     writer.SetFormatted(formatted);
@@ -84,9 +84,8 @@ TEST(CJsonTextWriter, ModesDecideNamesOfAttributesTextAndNamespaces) {
     };
     EXPECT_EQ(Written(element, JsonRoundTrip_None), "\"r\": {\"x\": \"1\",\"\": 5}");
     EXPECT_EQ(Written(element, JsonRoundTrip_Simple), "\"r\": {\"@x\": \"1\",\"#text\": 5}");
-    EXPECT_EQ(Written(element),
-              "\"r\": {\"@xmlns\": \"urn:d\",\"@xmlns:xsi\": \"" + Narrow(kXsiNamespaceURI) +
-                  "\",\"@xmlns:p\": \"urn:p\",\"@xsi:type\": \"p:t\",\"@p:x\": \"1\",\"#text\": 5}");
+    EXPECT_EQ(Written(element), "\"r\": {\"@xmlns\": \"urn:d\",\"@xmlns:xsi\": \"" + Narrow(kXsiNamespaceURI) +
+                                    "\",\"@xmlns:p\": \"urn:p\",\"@xsi:type\": \"p:t\",\"@p:x\": \"1\",\"#text\": 5}");
     // Only the root may bring an undeclared namespace; it gets an alias there.
     EXPECT_EQ(Written([](CJsonTextWriter& w) {
                   w.WriteStartElement(u"r", u"urn:x");
@@ -104,7 +103,9 @@ TEST(CJsonTextWriter, ValuesAndEscaping) {
             w.WriteEndElement();
         };
     };
+    // clang-format off
     EXPECT_EQ(Written(text(u"q\"b\\s\x01\x1F\r\n\b\t\f\u00e9", kString)), "\"a\": \"q\"b\\s\\u0001\\u001F\r\n\b\t\f?\"");
+    // clang-format on
     EXPECT_EQ(Written(text(u"INF", ItemType_r8)), "\"a\": INF");
     EXPECT_EQ(Written(text(u"\"1\"", ItemType_boolean)), "\"a\": \"1\"");
     EXPECT_EQ(Written(text(u"", kString)), "\"a\": \"\"");

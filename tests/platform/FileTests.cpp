@@ -55,16 +55,16 @@ TEST_F(PlatformFile, WritesAtOffsetsReadBackAtOffsets) {
     struct ReadCase {
         uint64_t offset;
         uint32_t asked;
-        uint32_t status;     // of the wait
-        std::string bytes;   // what arrives
+        uint32_t status;   // of the wait
+        std::string bytes; // what arrives
     };
     const ReadCase cases[] = {
         {10, 5, KV_ERROR_SUCCESS, "world"},
         {3, 8, KV_ERROR_SUCCESS, std::string("lo\0\0\0\0\0w", 8)},
-        {18, 100, KV_ERROR_SUCCESS, std::string("\0\0!", 3)},  // short read near the end
-        {21, 100, KV_ERROR_HANDLE_EOF, ""},                     // exactly at the end
-        {5000, 1, KV_ERROR_HANDLE_EOF, ""},                     // far beyond it
-        {21, 0, KV_ERROR_SUCCESS, ""},                          // nothing asked, nothing wrong
+        {18, 100, KV_ERROR_SUCCESS, std::string("\0\0!", 3)}, // short read near the end
+        {21, 100, KV_ERROR_HANDLE_EOF, ""},                   // exactly at the end
+        {5000, 1, KV_ERROR_HANDLE_EOF, ""},                   // far beyond it
+        {21, 0, KV_ERROR_SUCCESS, ""},                        // nothing asked, nothing wrong
     };
     for (const ReadCase& c : cases) {
         SCOPED_TRACE(c.offset);
@@ -75,7 +75,7 @@ TEST_F(PlatformFile, WritesAtOffsetsReadBackAtOffsets) {
         uint32_t count = 77;
         EXPECT_EQ(file.WaitForOperation(&op, &count, started != KV_ERROR_HANDLE_EOF), c.status);
         EXPECT_EQ(std::string(buffer.data(), count), c.bytes);
-        EXPECT_EQ(buffer[count], 'x');  // nothing written past the count
+        EXPECT_EQ(buffer[count], 'x'); // nothing written past the count
     }
 }
 

@@ -13,7 +13,7 @@ using namespace KvXmlLib16::Platform;
 
 namespace {
 
-constexpr int64_t kLastSecond = 32535215999LL;  // 3000-12-31 23:59:59 UTC
+constexpr int64_t kLastSecond = 32535215999LL; // 3000-12-31 23:59:59 UTC
 
 struct Instant {
     int64_t seconds;

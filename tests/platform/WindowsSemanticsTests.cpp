@@ -89,8 +89,10 @@ TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
         double value;
         size_t consumed;
     } cases[] = {
+        // clang-format off
         {u"\v-2.25e2 rest", -225.0, 8}, {u"inf", 0.0, 0}, {u"-Infinity", 0.0, 0}, {u"nan", 0.0, 0},
         {u" NaN(1)", 0.0, 0}, {u"0x1p3", 0.0, 1}, {u"0X1.8", 0.0, 1}, {u"1,5", 1.0, 1}, {u"\u0661", 0.0, 0},
+        // clang-format on
     };
     for (const auto& c : cases) {
         errno = 0;
@@ -114,8 +116,8 @@ TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
     KvTest::ZoneScope zone(kCentralEurope);
     const struct {
         std::tm in;
-        int64_t seconds;             // -1: failure
-        int year, month, day, hour;  // normalised local fields on success
+        int64_t seconds;            // -1: failure
+        int year, month, day, hour; // normalised local fields on success
         int isdst;
     } cases[] = {
         // Winter: UTC+1; summer: UTC+2, with the zone deciding when isdst is -1.
@@ -141,7 +143,9 @@ TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
         EXPECT_EQ(got, c.seconds) << &c - cases;
         if (c.seconds >= 0) {
             EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_isdst),
+                      // clang-format off
                       std::tuple(c.year, c.month, c.day, c.hour, c.isdst)) << &c - cases;
+            // clang-format on
         }
     }
 }
@@ -152,7 +156,7 @@ TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
         const char* zone;
         int64_t seconds;
         bool served;
-        int year, day, hour, isdst;  // when served and year != 0
+        int year, day, hour, isdst; // when served and year != 0
     } cases[] = {
         {kCentralEurope, 0, true, 1970, 1, 1, 0},
         {kCentralEurope, 962445600, true, 2000, 1, 12, 1},
@@ -170,7 +174,9 @@ TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
         EXPECT_EQ(LocalTime64(c.seconds, &t), c.served) << &c - cases;
         if (c.served && c.year != 0) {
             EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mday, t.tm_hour, t.tm_isdst),
+                      // clang-format off
                       std::tuple(c.year, c.day, c.hour, c.isdst)) << &c - cases;
+            // clang-format on
         }
     }
     std::tm t{};
@@ -192,9 +198,11 @@ TEST(WindowsSemantics, FileTimeToSystemTimeOfKnownValues) {
         FILETIME ft{static_cast<uint32_t>(c.ticks), static_cast<uint32_t>(c.ticks >> 32)};
         SYSTEMTIME st{};
         ASSERT_TRUE(FileTimeToSystemTime(&ft, &st)) << c.ticks;
+        // clang-format off
         EXPECT_EQ(std::tuple(st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond,
                              st.wMilliseconds),
                   std::tuple(c.year, c.month, c.dow, c.day, c.hour, c.minute, c.second, c.ms)) << c.ticks;
+        // clang-format on
     }
     SYSTEMTIME st{};
     for (FILETIME ft : {FILETIME{0, 0x80000000u}, FILETIME{0xFFFFFFFFu, 0xFFFFFFFFu}})

@@ -303,7 +303,9 @@ TEST(Kvxmlc, SchemaPathFindsAnImportByItsFileName) {
                                     "\n<xs:import namespace='urn:o' "
                                     "schemaLocation='http://example.org/schemas/other.xsd'/></xs:schema>");
     EXPECT_NE(Kvxmlc(dir, "main.xsd --out out"), 0);
+    // clang-format off
     EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), "main.xsd:2: cannot find the schema 'http://example.org/schemas/other.xsd'\n");
+    // clang-format on
     EXPECT_EQ(Kvxmlc(dir, "main.xsd --out out --schema-path lib"), 0) << KvTest::FileBytes(dir / "err.txt");
     EXPECT_TRUE(fs::exists(dir / "out" / "main.h") && fs::exists(dir / "out" / "other.cpp"));
 }

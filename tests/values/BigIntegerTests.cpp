@@ -21,9 +21,8 @@ bool IsNegativeZero(const CBigInteger& v) { return v == kZero && v < kZero; }
 
 } // namespace
 
-TEST(BigIntegerParse, LenientText)
-{
-// clang-format off
+TEST(BigIntegerParse, LenientText) {
+    // clang-format off
     const char16_t* cases[][2] = {
         {u"", u"0"}, {u"-0", u"0"}, {u"  -123  ", u"-123"}, {u"000123", u"123"}, {u"   ", u"0"},
         // The digits are read from the end: a misplaced sign or blank ends them, silently.
@@ -34,7 +33,7 @@ TEST(BigIntegerParse, LenientText)
         // Anything else goes through the decimal parser, with its rounding (ties toward zero).
         {u"1.9", u"2"}, {u"1.5", u"1"}, {u"-1.5", u"-1"}, {u"-1.6", u"-2"}, {u"1e3", u"1000"}, {u"12.345E+2", u"1234"}
     };
-// clang-format on
+    // clang-format on
     for (auto& c : cases) {
         EXPECT_EQ(CBigInteger(c[0]).ToString(), c[1]) << N(c[0]);
         CBigInteger v(77);
@@ -50,8 +49,7 @@ TEST(BigIntegerParse, LenientText)
     EXPECT_EQ(Str(v), "42");
 }
 
-TEST(BigIntegerSign, ZeroCarriesItsSign)
-{
+TEST(BigIntegerSign, ZeroCarriesItsSign) {
     struct Case {
         CBigInteger value;
         bool negativeZero;
@@ -59,16 +57,20 @@ TEST(BigIntegerSign, ZeroCarriesItsSign)
     CBigInteger negated;
     negated.Negate();
     const Case cases[] = {
+        // clang-format off
         {CBigInteger(u"-0"), true},  {CBigInteger(u"-"), true},   {CBigInteger(u""), false},
         {CBigInteger(), false},      {negated, true},             {CBigInteger(u"-0").GetAbs(), false},
+        // clang-format on
         // Sums of opposite equal magnitudes are a plain zero; products and quotients keep the sign rule.
+        // clang-format off
         {CBigInteger(-5) + CBigInteger(5), false},                 {CBigInteger(5) - CBigInteger(5), false},
         {CBigInteger(0) * CBigInteger(-3), true},                  {CBigInteger(-5) / CBigInteger(7), true},
+        // clang-format on
         {CBigInteger(-5) / CBigInteger(-7), false},
         // A zero dividend gives a plain zero; a remainder takes the dividend's sign.
-        {CBigInteger(0) / CBigInteger(-7), false},                 {CBigInteger(u"-0") % CBigInteger(7), false},
-        {CBigInteger(-14) % CBigInteger(7), true}
-    };
+        {CBigInteger(0) / CBigInteger(-7), false},
+        {CBigInteger(u"-0") % CBigInteger(7), false},
+        {CBigInteger(-14) % CBigInteger(7), true}};
     for (size_t i = 0; i < sizeof(cases) / sizeof(cases[0]); ++i) {
         EXPECT_EQ(IsNegativeZero(cases[i].value), cases[i].negativeZero) << "case " << i;
         EXPECT_EQ(Str(cases[i].value), "0") << "case " << i;
@@ -87,8 +89,7 @@ TEST(BigIntegerSign, ZeroCarriesItsSign)
     EXPECT_EQ(Str(x) + Str(x.GetAbs()), "-55");
 }
 
-TEST(BigIntegerArithmetic, QuotientEstimatesThatOvershoot)
-{
+TEST(BigIntegerArithmetic, QuotientEstimatesThatOvershoot) {
     // Dividends just below a multiple of the divisor: a quotient guessed from the leading digits
     // is one too high and must be taken back.
     const char16_t* cases[][4] = {
@@ -103,8 +104,7 @@ TEST(BigIntegerArithmetic, QuotientEstimatesThatOvershoot)
     }
 }
 
-TEST(BigIntegerArithmetic, DivisionByZeroLeavesOperandsAlone)
-{
+TEST(BigIntegerArithmetic, DivisionByZeroLeavesOperandsAlone) {
     for (const CBigInteger& z : {CBigInteger(0), CBigInteger(u"-0")}) {
         CBigInteger a(17);
         ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(a / z); }, "ERROR: Overflow in operator/.");
@@ -116,8 +116,7 @@ TEST(BigIntegerArithmetic, DivisionByZeroLeavesOperandsAlone)
     }
 }
 
-TEST(BigIntegerLimits, AbsurdSizesFailCleanly)
-{
+TEST(BigIntegerLimits, AbsurdSizesFailCleanly) {
     const std::string tooLarge = "ERROR: Number too large, the limit is 1000000 digits.";
     const uint32_t max = CBigInteger::MAX_DIGITS;
     CBigInteger largest = CBigInteger::Pow10(max - 1); // one million digits

@@ -25,8 +25,7 @@ public:
     Z(const Z&) = delete;
     Z& operator=(const Z&) = delete;
     ~Z() { mpz_clear(v); }
-    std::string Text() const
-    {
+    std::string Text() const {
         std::string s(mpz_sizeinbase(v, 10) + 2, '\0');
         mpz_get_str(s.data(), 10, v);
         s.resize(s.find('\0'));
@@ -37,8 +36,7 @@ public:
 
 // Shape 0: random digits. Shape 1: runs of few digit values, where quotient estimates land on
 // their edges. Shape 2: low zeros and powers of ten, which division sets apart.
-std::string IntegerOperand(std::mt19937_64& rng, int shape, size_t maxDigits)
-{
+std::string IntegerOperand(std::mt19937_64& rng, int shape, size_t maxDigits) {
     std::string t;
     if (shape == 0) {
         t = RandomDigits(rng, maxDigits);
@@ -47,20 +45,17 @@ std::string IntegerOperand(std::mt19937_64& rng, int shape, size_t maxDigits)
         const std::string& a = alphabets[rng() % 5];
         size_t length = 1 + rng() % maxDigits;
         t.assign(1, a.back());
-        while (t.size() < length)
-            t.push_back(a[rng() % a.size()]);
+        while (t.size() < length) t.push_back(a[rng() % a.size()]);
     } else {
         t = rng() % 2 ? RandomDigits(rng, 20) + std::string(rng() % 25, '0') : "1" + std::string(rng() % 60, '0');
     }
-    if (t.find_first_not_of('0') != std::string::npos && rng() % 2)
-        t.insert(0, "-");
+    if (t.find_first_not_of('0') != std::string::npos && rng() % 2) t.insert(0, "-");
     return t;
 }
 
 } // namespace
 
-TEST(BigIntegerOracle, AgreesWithGmp)
-{
+TEST(BigIntegerOracle, AgreesWithGmp) {
     std::mt19937_64 rng(424242);
     for (int round = 0; round < 4500; ++round) {
         const int shape = round % 3;
@@ -86,8 +81,7 @@ TEST(BigIntegerOracle, AgreesWithGmp)
     }
     for (int round = 0; round < 300; ++round) {
         std::string t = RandomDigits(rng, 90);
-        if (t == "0")
-            continue;
+        if (t == "0") continue;
         Z a(t), r;
         mpz_sqrt(r.v, a.v);
         EXPECT_EQ(N(CBigInteger(W(t).c_str()).SquareRoot().ToString()), r.Text()) << t;

@@ -15,8 +15,7 @@ using BigNumTest::ExpectThrowMessage;
 using BigNumTest::N;
 using Rule = CWhitespaceUtils::WhitespaceRule;
 
-TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure)
-{
+TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure) {
     struct Case {
         const char16_t* text;
         ItemType kind;

@@ -14,9 +14,7 @@ using Bytes = std::basic_string<unsigned char>;
 
 namespace {
 
-Bytes Content(const CBinaryData& d) {
-    return d.GetData() == nullptr ? Bytes() : Bytes(d.GetData(), d.GetLength());
-}
+Bytes Content(const CBinaryData& d) { return d.GetData() == nullptr ? Bytes() : Bytes(d.GetData(), d.GetLength()); }
 
 CBinaryData Make(const Bytes& b) { return CBinaryData(b.data(), static_cast<uint32_t>(b.size()), false); }
 
@@ -44,7 +42,7 @@ TEST(BinaryData, CopyOnWriteAndIndexBound) {
     b[0] = 'Y';
     EXPECT_EQ(b.GetData(), before) << "the sole holder writes in place";
 
-    EXPECT_NO_THROW(b[4]);  // the position behind the last byte is let through
+    EXPECT_NO_THROW(b[4]); // the position behind the last byte is let through
     EXPECT_KV_THROW(cb[5], CKvException, u"Index Out of range [5]");
     EXPECT_KV_THROW(b[5], CKvException, u"Index Out of range [5]");
     CBinaryData empty;
@@ -57,9 +55,9 @@ TEST(BinaryData, CopyOnWriteAndIndexBound) {
 
 TEST(BinaryData, Base64DecoderIsForgiving) {
     const std::pair<const char16_t*, Bytes> cases[] = {
-        {u"T W\nF=u", B("Man")}, {u"=T\t=W\r=F==u=", B("Man")},  // blanks and '=' skipped anywhere
-        {u"TQ", B("M")}, {u"T", B("")},                           // no padding needed; left-over bits dropped
-        {u"\u0154WFu", B("Man")}, {u"TW\u00a0Fu", B("Man")},      // low seven bits: U+0154 is 'T', U+00A0 a blank
+        {u"T W\nF=u", B("Man")},  {u"=T\t=W\r=F==u=", B("Man")}, // blanks and '=' skipped anywhere
+        {u"TQ", B("M")},          {u"T", B("")},                 // no padding needed; left-over bits dropped
+        {u"\u0154WFu", B("Man")}, {u"TW\u00a0Fu", B("Man")},     // low seven bits: U+0154 is 'T', U+00A0 a blank
     };
     for (const auto& [text, bytes] : cases) {
         CBinaryData d;
@@ -83,7 +81,7 @@ TEST(BinaryData, Base64RoundTripsEveryLength) {
         for (auto& b : bytes) b = static_cast<unsigned char>(rng());
         const std::u16string text = Make(bytes).GetAsBase64();
         EXPECT_EQ(text.size(), (length + 2) / 3 * 4);
-        std::u16string spaced;  // blanks at every offset of the four-character groups
+        std::u16string spaced; // blanks at every offset of the four-character groups
         for (size_t i = 0; i < text.size(); ++i) spaced += (i % 5 == 0 ? u"\r\n " : u"") + text.substr(i, 1);
         for (const std::u16string& t : {text, spaced}) {
             CBinaryData back;

@@ -12,14 +12,14 @@ namespace {
 // Which of == != < <= > >= hold, as one character each: the outcome of a four-valued compare.
 std::string Relations(DT::DTCompareResult r) {
     const bool eq = r == DT::DTCompareEqual, lt = r == DT::DTCompareLess, gt = r == DT::DTCompareGreater;
-    return std::string{char('0' + eq), char('0' + !eq), char('0' + lt), char('0' + (lt || eq)), char('0' + gt),
-                       char('0' + (gt || eq))};
+    return std::string{char('0' + eq),         char('0' + !eq), char('0' + lt),
+                       char('0' + (lt || eq)), char('0' + gt),  char('0' + (gt || eq))};
 }
 
 template <class V>
 std::string Operators(const V& a, const V& b) {
-    return std::string{char('0' + (a == b)), char('0' + (a != b)), char('0' + (a < b)), char('0' + (a <= b)),
-                       char('0' + (a > b)), char('0' + (a >= b))};
+    return std::string{char('0' + (a == b)), char('0' + (a != b)), char('0' + (a < b)),
+                       char('0' + (a <= b)), char('0' + (a > b)),  char('0' + (a >= b))};
 }
 
 } // namespace
@@ -74,10 +74,8 @@ TEST(DateTimeCompare, NormalisationSubtractsPositiveOffsets) {
         {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00Z"},
         {u"23:00:00-02:00", u"01:00:00+00:00"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Parse(c.text).GetNormalized().ToString(), c.normalized) << Narrow(c.text);
+    for (const auto& c : cases) EXPECT_EQ(Parse(c.text).GetNormalized().ToString(), c.normalized) << Narrow(c.text);
 }
-
 
 TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
     const struct {
@@ -85,12 +83,16 @@ TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
         const char16_t* b;
         DT::DTCompareResult expected;
     } cases[] = {
+        // clang-format off
         {u"P1M", u"P30D", DT::DTCompareIndeterminate}, {u"P1M", u"P31D", DT::DTCompareIndeterminate},
         {u"P1M", u"P32D", DT::DTCompareLess},          {u"P1M", u"P27D", DT::DTCompareGreater},
+        // clang-format on
         // The sums are compared as dates, so what stays below a day boundary vanishes.
+        // clang-format off
         {u"PT1H", u"PT2H", DT::DTCompareEqual},        {u"P1D", u"PT24H", DT::DTCompareEqual},
         {u"PT23H", u"P1D", DT::DTCompareLess},         {u"-P1D", u"P1D", DT::DTCompareLess},
         {u"P1Y", u"P12M", DT::DTCompareEqual},         {u"P1Y", u"P366D", DT::DTCompareIndeterminate},
+        // clang-format on
         {u"P1Y", u"P367D", DT::DTCompareLess},
         // The month step leaves month 0 from September; the day walk refuses it.
         {u"P25165815M1D", u"P1D", DT::DTCompareIndeterminate},
@@ -112,15 +114,21 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
     const struct {
         std::string text, expected;
     } cases[] = {
+        // clang-format off
         {"1.50", "1.5"}, {"1.0", "1"}, {"0.0", "0"}, {"-0.5", "-0.5"}, {"-0", "0"}, {"", "0"}, {"-", "0"},
         {"1e2", "100"}, {" 1 2 . 3 ", "12.3"}, {"\t3\r\n.\n25\n", "3.25"},
         {"1-2", "-12"}, {"-+5", "5"}, {"5-.5", "-5.5"}, {".5", "0.5"}, {"5.", "5"}, {"000012.3400", "12.34"},
+        // clang-format on
         // Exponents: signs and blanks before the digits, the last sign winning.
+        // clang-format off
         {"1e+ 2", "100"}, {"1e+-2", "0.01"}, {"1e", "1"}, {"e5", "0"}, {"-12.345e-5", "-0.00012345"},
         {"1e" + std::string(30, '0') + "2", "100"}, {"1.7E+308", "17" + std::string(307, '0')},
+        // clang-format on
         // Ties toward zero, after trailing zeros went.
+        // clang-format off
         {"0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "06", "-0." + zeros29 + "1"},
         {"0.1" + std::string(28, '0') + "05", "0.1" + zeros29}, {"2." + zeros29 + "19", "2." + zeros29 + "2"},
+        // clang-format on
         // The carry stays in the fraction: all nines round to a fraction one digit too long.
         {"0." + std::string(30, '9') + "6", "0.1" + std::string(30, '0')},
         {std::string(511, '7'), std::string(511, '7')},

@@ -23,7 +23,7 @@ const std::u16string kNul(1, u'\0');
 
 TEST(Conversions, ValuesToText) {
     const double inf = HUGE_VAL;
-// clang-format off
+    // clang-format off
     const std::pair<std::u16string, std::u16string> cases[] = {
         {C::i1ToString(-128), u"-128"},   {C::i2ToString(-32768), u"-32768"},
         {C::i4ToString(INT32_MIN), u"-2147483648"}, {C::i8ToString(INT64_MIN), u"-9223372036854775808"},
@@ -39,7 +39,7 @@ TEST(Conversions, ValuesToText) {
         {C::charToString(u'x'), u"x"},    {C::charToString(u'\0'), u""},
         {C::booleanToString(true), u"true"}, {C::booleanToString(false), u"false"}
     };
-// clang-format on
+    // clang-format on
     for (const auto& [actual, expected] : cases) EXPECT_EQ(N(actual), N(expected));
     // A format override that yields more than the conversion's buffer is cut there.
     EXPECT_EQ(C::r8ToString(1e300, u"%f"), FormatString(u"%f", 1e300).substr(0, 48));
@@ -47,13 +47,13 @@ TEST(Conversions, ValuesToText) {
 }
 
 TEST(Conversions, IntegersFromText) {
-    EXPECT_EQ(C::i4FromString(u" 12", kNone), 12);  // the scanner skips leading blanks
+    EXPECT_EQ(C::i4FromString(u" 12", kNone), 12); // the scanner skips leading blanks
     EXPECT_EQ(C::i4FromString(u"-2147483648", kNone), INT32_MIN);
-    EXPECT_EQ(C::i4FromString(std::u16string(u"12\0xyz", 6), kNone), 12);  // stops at an embedded NUL
-    EXPECT_EQ(C::i4FromString(kNul, kNone), 0);  // stopped at once, but on a NUL
+    EXPECT_EQ(C::i4FromString(std::u16string(u"12\0xyz", 6), kNone), 12); // stops at an embedded NUL
+    EXPECT_EQ(C::i4FromString(kNul, kNone), 0);                           // stopped at once, but on a NUL
     EXPECT_EQ(C::i8FromString(u"-9223372036854775808", kNone), INT64_MIN);
     EXPECT_EQ(C::ui8FromString(kNul + u"x", kNone), 0u);
-    EXPECT_EQ(C::ui4FromString(u"-1", kNone), 4294967295u);  // the run-time's wrap is kept
+    EXPECT_EQ(C::ui4FromString(u"-1", kNone), 4294967295u); // the run-time's wrap is kept
     EXPECT_EQ(C::ui8FromString(u"-1", kNone), UINT64_MAX);
     EXPECT_EQ(C::i1FromString(u" -128 ", kCollapse), -128);
 }
@@ -70,9 +70,13 @@ TEST(Conversions, FailuresAreInvalidValues) {
         {[] { C::i4FromString(u"", kNone); }, u"The value [] can not be converted to a i4"},
         {[] { C::i4FromString(u"   ", kCollapse); }, u"The value [] can not be converted to a i4"},
         {[] { C::i4FromString(u" 1 2 ", kCollapse); }, u"The value [1 2] can not be converted to a i4"},
+        // clang-format off
         {[] { C::i8FromString(u"9223372036854775808", kNone); }, u"The value [9223372036854775808] is to large to fit in a i8"},
+        // clang-format on
         {[] { C::ui4FromString(u"4294967296", kNone); }, u"The value [4294967296] is to large to fit in a ui4"},
+        // clang-format off
         {[] { C::ui8FromString(u"18446744073709551616", kNone); }, u"The value [18446744073709551616] is to large to fit in a ui8"},
+        // clang-format on
         // The narrow kinds show the raw input in their own message, and use the 32-bit wording else.
         {[] { C::i1FromString(u"128", kNone); }, u"The value [128] is to large to fit in a i1"},
         {[] { C::i1FromString(u" 128 ", kCollapse); }, u"The value [ 128 ] is to large to fit in a i1"},
@@ -92,8 +96,7 @@ TEST(Conversions, FailuresAreInvalidValues) {
         {[] { C::booleanFromString(u" yes ", kCollapse); },
          u"A Boolean Value read from an XML document was invalid [ yes " + boolMsg},
         {[] { C::booleanFromString(u" true", kNone); },
-         u"A Boolean Value read from an XML document was invalid [ true" + boolMsg}
-    };
+         u"A Boolean Value read from an XML document was invalid [ true" + boolMsg}};
     for (const auto& c : cases) EXPECT_KV_THROW(c.call(), CKvInvalidValueException, c.message);
 }
 
@@ -102,7 +105,9 @@ TEST(Conversions, BinaryKindsFromAndToText) {
     EXPECT_EQ(C::base64BinaryToString(C::base64BinaryFromString(u"\tTWFu ", kNone)), u"TWFu");
     // Hex failures are plain exceptions; a blank the rule kept is a bad character.
     EXPECT_KV_THROW(C::hexBinaryFromString(u" 0 af ", kCollapse), CKvException, u"Invalid char in hex string [ ]");
+    // clang-format off
     EXPECT_THROW(try { C::hexBinaryFromString(u"0G", kNone); } catch (const CKvInvalidValueException&) {
         ADD_FAILURE() << "hex errors are not invalid values";
     }, CKvException);
+    // clang-format on
 }

@@ -97,14 +97,15 @@ void RunParser(Parser parser, const char16_t* text) {
 TEST(DateTimeParse, RejectedTextsRaiseExactMessages) {
     for (const auto& c : kInvalid)
         EXPECT_EQ(MessageOf([&] { RunParser(c.parser, c.text); }), c.message) << (c.text ? Narrow(c.text) : "(null)");
-    for (const char16_t* t : {u"12345-01-01", u"+2001-01-01", u"2001-1-01", u"2001/01/01", u"20a1", u"--1-05",
-                              u"--123", u"-", u"--", u"Z", u":", u"-01:00", u"2001-01-01+5:00", u"2001-01-01+0500"})
+    for (const char16_t* t : {u"12345-01-01", u"+2001-01-01", u"2001-1-01", u"2001/01/01", u"20a1", u"--1-05", u"--123",
+                              u"-", u"--", u"Z", u":", u"-01:00", u"2001-01-01+5:00", u"2001-01-01+0500"})
         EXPECT_EQ(MessageOf([&] { RunParser(Date, t); }),
                   u"Invalid XSD Date [" + std::u16string(t) + u"] expected CCYY-MM-DD[Z|[+|-]hh:mm]");
     for (const char16_t* t : {u"24:00:00", u"12:60:00", u"12:00:60", u"12:00", u"12:00:0", u"1:00:00Z", u"12-00-00"})
+        // clang-format off
         EXPECT_EQ(MessageOf([&] { RunParser(Time, t); }), u"Invalid XSD Time [" + std::u16string(t) + u"] expected hh:mm:ss[.ff]");
+    // clang-format on
 }
-
 
 TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
     const char* table[9] = {"100000000", "111111111", "101110111", "100110010", "100010000",
@@ -124,17 +125,17 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
         CDateTime source;
         DT::DTType to;
         const char16_t* message;
-    } cases[] = {
-        {dt, DT::gYear, u"Invalid Month [2] for type gYear"}, {dt, DT::gMonth, u"Invalid Year [2001] for type gMonth"},
-        {dt, DT::gYearMonth, u"Invalid Day [3] for type gYearMonth"}, {dt, DT::date, u"Invalid Hour [4] for type date"},
-        {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, u"Invalid Minute [5] for type date"},
-        {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, u"Invalid Second [6] for type date"},
-        {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, u"Invalid Milli-Second [7] for type date"},
-        {CDateTime(2001, 2, 3, 0, 0, 0, 0, 8, 9), DT::date, u"Invalid Micro-Second [8] for type date"},
-        {CDateTime(2001, 2, 3, 0, 0, 0, 0, 0, 9), DT::date, u"Invalid Nano-Second [9] for type date"},
-        {CDateTime(2001, 2, 3), DT::gMonthDay, u"Invalid Year [2001] for type gMonthDay"},
-        {CDateTime(2001, 2, 3), DT::yearZero, u"Invalid Year Zero"}
-    };
+    } cases[] = {{dt, DT::gYear, u"Invalid Month [2] for type gYear"},
+                 {dt, DT::gMonth, u"Invalid Year [2001] for type gMonth"},
+                 {dt, DT::gYearMonth, u"Invalid Day [3] for type gYearMonth"},
+                 {dt, DT::date, u"Invalid Hour [4] for type date"},
+                 {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, u"Invalid Minute [5] for type date"},
+                 {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, u"Invalid Second [6] for type date"},
+                 {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, u"Invalid Milli-Second [7] for type date"},
+                 {CDateTime(2001, 2, 3, 0, 0, 0, 0, 8, 9), DT::date, u"Invalid Micro-Second [8] for type date"},
+                 {CDateTime(2001, 2, 3, 0, 0, 0, 0, 0, 9), DT::date, u"Invalid Nano-Second [9] for type date"},
+                 {CDateTime(2001, 2, 3), DT::gMonthDay, u"Invalid Year [2001] for type gMonthDay"},
+                 {CDateTime(2001, 2, 3), DT::yearZero, u"Invalid Year Zero"}};
     for (const auto& c : cases) {
         CDateTime d;
         d.SetDateTime(c.source, c.to);
@@ -146,8 +147,6 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
     EXPECT_EQ(ym.ToString(), u"2001-02+01:00");
 }
 
-
-
 const struct {
     const char16_t* start;
     const char16_t* span;
@@ -155,11 +154,15 @@ const struct {
     const char16_t* result;
 } kAdd[] = {
     {u"2001-01-31", u"P1M", false, u"2001-02-31"}, // the day is not limited to the month
+    // clang-format off
     {u"2001-03-01", u"P1D", true, u"2001-02-28"}, {u"2000-03-01", u"P1D", true, u"2000-02-29"},
+    // clang-format on
     {u"2001-01-01T00:00:00", u"PT0.000000001S", true, u"2000-12-31T23:59:59.999999999"},
     {u"2000-02-28T12:00:00", u"P1DT12H", false, u"2000-03-01T00:00:00"},
     {u"-0001-12-31", u"P1D", false, u"0000-01-01"}, // year 0 is passed through without a skip
+    // clang-format off
     {u"2001-01-01", u"P146097D", true, u"1601-01-01"}, {u"2001-01-01Z", u"P1D", false, u"2001-01-02Z"},
+    // clang-format on
     {u"2001-01-01", u"-P1M", true, u"2000-12-01"}, // a negative span subtracted still moves backwards
 };
 
@@ -255,11 +258,11 @@ TEST(DateTimeAdd, HugeTimeComponentsAreRefused) {
     }
 }
 
-
 // Accepted texts and how they are written back (never normalised).
 const struct {
     const char16_t* text;
     const char16_t* written;
+    // clang-format off
 } kAccepted[] = {
     {u"P1Y2M3DT4H5M6.789S", u"P1Y2M3DT4H5M6.789S"}, {u"PT90M", u"PT90M"},
     {u"-PT0S", u"-P"},                              {u"P0Y", u"P"},
@@ -272,6 +275,7 @@ const struct {
     {u"PT0.123456789S", u"PT0.123456009S"}, // of the last three digits only the last survives, unweighted
     {u"PT0.1234567S", u"PT0.123456007S"}
 };
+// clang-format on
 
 TEST(DurationParse, AcceptedTextsAreWrittenBackUnnormalised) {
     for (const auto& c : kAccepted) {
@@ -282,7 +286,9 @@ TEST(DurationParse, AcceptedTextsAreWrittenBackUnnormalised) {
     const CDateTimeSpan s = Span(u"-P1Y2M3DT4H5M6.789S");
     EXPECT_TRUE(s.IsNegative());
     EXPECT_EQ(CDateTimeSpan(s.GetYears(), s.GetMonths(), s.GetDays(), s.GetHours(), s.GetMinutes(), s.GetSeconds(),
+                            // clang-format off
                             s.GetMilliSeconds(), s.GetMicroSeconds(), s.GetNanoSeconds()).ToString(),
+              // clang-format on
               u"P1Y2M3DT4H5M6.789S");
 }
 
@@ -291,9 +297,11 @@ TEST(DurationParse, RejectedTextsRaiseExactMessages) {
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u""); }), u"Invalid XSD Duration (Empty String)");
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u"PT1.0123456789S"); }),
               u"Invalid XSD Duration [PT1.0123456789S] Fraction part too long");
+    // clang-format off
     for (const char16_t* text : {u"P", u"PYT", u"P1YT", u"1Y", u"P-1Y", u"-", u"+P1D", u"P1M1M", u"PT1M1M",
                                  u"PT1H1S1M", u"P1", u"PT1H1H", u"PT1D", u"P1H", u"P1S", u"P.5S", u"PT1.5",
                                  u"PT1.5M", u"PT1S1S", u"P1DT1D", u"PTT", u"P1Y ", u"p1Y", u"PT1.5S1S", u"P1M1D1M"})
+        // clang-format on
         EXPECT_EQ(MessageOf([&] { CDateTimeSpan().ParseXSDDuration(text); }),
                   u"Invalid XSD Duration [" + std::u16string(text) + u"] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
     CDateTimeSpan s(1, 2, 3);
@@ -301,9 +309,9 @@ TEST(DurationParse, RejectedTextsRaiseExactMessages) {
     EXPECT_EQ(s.ToString(), u"-P1Y2M"); // cleared first, then keeps what was read
 }
 
-
-const char16_t* const kDateSeeds[] = {u"2001-02-03T04:05:06.789+05:30", u"-0004-02-29Z", u"--02-29", u"---31-14:00",
-                                      u"--12--", u"2001-12", u"12:00:00.123456789Z", u"2001-01-01-00:30"};
+const char16_t* const kDateSeeds[] = {
+    u"2001-02-03T04:05:06.789+05:30", u"-0004-02-29Z",    u"--02-29", u"---31-14:00", u"--12--", u"2001-12",
+    u"12:00:00.123456789Z",           u"2001-01-01-00:30"};
 const char16_t* const kSpanSeeds[] = {u"P1Y2M3DT4H5M6.789S", u"-PT90M", u"PT0.5S", u"P4294967295D", u"-P1D1Y"};
 const char16_t kAlphabet[] = u"0123456789-:TZ+.PYMDHS \xFFFF\xD800";
 
@@ -334,7 +342,7 @@ void Survives(const std::u16string& text, F f) {
 TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
     ZoneScope zone("CET-1CEST,M3.5.0,M10.5.0/3");
     std::mt19937 rng(7);
-    const ItemType dateKinds[] = {ItemType_yearMonth, ItemType_monthDay, ItemType_year, ItemType_month,
+    const ItemType dateKinds[] = {ItemType_yearMonth, ItemType_monthDay, ItemType_year,     ItemType_month,
                                   ItemType_day,       ItemType_date,     ItemType_datetime, ItemType_time};
     CDateTime previous(2001, 1, 1);
     CDateTimeSpan previousSpan;
@@ -351,8 +359,7 @@ TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
             (void)d.ToString();
             (void)d.CompareTo(previous);
             (void)(d + previousSpan).GetNormalized().ToString();
-            if (d.GetType() == DT::date || d.GetType() == DT::dateTime)
-                (void)(d.GetDayOfYear() + d.GetDayOfWeek());
+            if (d.GetType() == DT::date || d.GetType() == DT::dateTime) (void)(d.GetDayOfYear() + d.GetDayOfWeek());
             previous = d;
         });
         Survives(text, [&] {
@@ -362,8 +369,10 @@ TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
         });
         const std::u16string spanText = Mutate(rng, kSpanSeeds[rng() % std::size(kSpanSeeds)]);
         Survives(spanText, [&] {
+            // clang-format off
             const CDateTimeSpan s = i % 2 ? Span(spanText.c_str())
                                           : CConversions::durationFromString(spanText, CWhitespaceUtils::WhitespaceRule_None);
+            // clang-format on
             (void)s.ToString();
             (void)s.CompareTo(previousSpan);
             (void)(previous - s).ToString();

@@ -21,8 +21,7 @@ CDecimal D(const char16_t* text) { return CDecimal(text); }
 // Sets the process-wide limit of decimal places for one scope.
 class PlacesGuard {
 public:
-    explicit PlacesGuard(int32_t places) : m_saved(CDecimal::GetMaxDecimalPlaces())
-    {
+    explicit PlacesGuard(int32_t places) : m_saved(CDecimal::GetMaxDecimalPlaces()) {
         CDecimal::SetMaxDecimalPlaces(places);
     }
     ~PlacesGuard() { CDecimal::SetMaxDecimalPlaces(m_saved); }
@@ -33,8 +32,7 @@ private:
 
 } // namespace
 
-TEST(DecimalParse, Failures)
-{
+TEST(DecimalParse, Failures) {
     struct Case {
         std::u16string text;
         std::string message; // the text in brackets follows
@@ -42,6 +40,7 @@ TEST(DecimalParse, Failures)
     const std::string invalid = "The string representing a Decimal, contained an invalid char at position ";
     const std::string more = "The string representing a Decimal, has more than ";
     const std::u16string digits512(512, u'7');
+    // clang-format off
     const Case cases[] = {
         {u"abc", invalid + "0"},   {u"1.2.3", invalid + "3"}, {u"1e2 ", invalid + "3"}, {u"1e 2 3", invalid + "4"},
         {u"1.5x", invalid + "3"},  {u"1e2e3", invalid + "3"}, {u"1,5", invalid + "1"},  {u"1.-5", invalid + "2"},
@@ -53,6 +52,7 @@ TEST(DecimalParse, Failures)
         {u"1e999999999", "The string representing a Decimal, has an exponent above 999999"},
         {u"-5e-1000000", "The string representing a Decimal, has an exponent above 999999"}
     };
+    // clang-format on
     for (const Case& c : cases)
         ExpectThrowMessage<CKvInvalidValueException>([&] { CDecimal v(c.text.c_str()); },
                                                      c.message + " [" + N(c.text) + "].");
@@ -64,14 +64,14 @@ TEST(DecimalParse, Failures)
                                                  "ERROR: Number too large, the limit is 1000000 digits.");
 }
 
-TEST(DecimalArithmetic, Table)
-{
+TEST(DecimalArithmetic, Table) {
     struct Case {
         const char16_t* a;
         char op;
         const char16_t* b;
         const char* expected;
     };
+    // clang-format off
     const Case cases[] = {
         {u"0.1", '+', u"0.2", "0.3"},   {u"0.7", '+', u"0.4", "1.1"},   {u"1.5", '-', u"2", "-0.5"},
         {u"-1.5", '+', u"2", "0.5"},    {u"-0.3", '+', u"0", "-0.3"},   {u"0.25", '-', u"0.25", "0"},
@@ -81,6 +81,7 @@ TEST(DecimalArithmetic, Table)
         {u"0.000000000000001", '*', u"0.000000000000001", "0.000000000000000000000000000001"},
         {u"0.000000000000001", '*', u"0.0000000000000001", "0"}
     };
+    // clang-format on
     for (const Case& c : cases) {
         CDecimal a(c.a), b(c.b);
         CDecimal r = c.op == '+' ? a + b : c.op == '-' ? a - b : c.op == '*' ? a * b : a / b;
@@ -105,8 +106,7 @@ TEST(DecimalArithmetic, Table)
     EXPECT_EQ(Str(one), "1");
 }
 
-TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide)
-{
+TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide) {
     EXPECT_EQ(CDecimal::GetMaxDecimalPlaces(), 30);
     {
         PlacesGuard guard(5);
@@ -136,8 +136,7 @@ TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide)
         for (const Op& op : ops) {
             try {
                 op(CDecimal(u"1.25"), CDecimal(u"-7.5"));
-            } catch (const CKvInvalidValueException&) {
-            }
+            } catch (const CKvInvalidValueException&) {}
         }
     }
 }

@@ -40,7 +40,9 @@ Facets MaxInc(const char16_t* v) { return {.maxInclusive = v}; }
 Facets MinExc(const char16_t* v) { return {.minExclusive = v}; }
 Facets MaxExc(const char16_t* v) { return {.maxExclusive = v}; }
 Facets Digits(int32_t n) { return {.totalDigits = n}; }
+// clang-format off
 Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) { return {.minLength = minL, .maxLength = maxL, .length = exact}; }
+// clang-format on
 Facets Pattern(const char16_t* p) { return {.pattern = p}; }
 
 KvVariant Value(ItemType kind, const std::u16string& text) {
@@ -63,21 +65,23 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
         ItemType kind;
         const char16_t* value;
         Facets facets;
-        std::string expected;  // empty: passes
+        std::string expected; // empty: passes
     } rows[] = {
-        {ItemType_i1, u"10", MinInc(u" 10 "), ""},  // the bound's blanks are collapsed
+        {ItemType_i1, u"10", MinInc(u" 10 "), ""}, // the bound's blanks are collapsed
         {ItemType_i1, u"9", MinInc(u"10"), "Invalid Value for v [9]"},
         {ItemType_i4, u"7", MinExc(u"7"), "Invalid Value for v [7]"},
-        {ItemType_i4, u"-99", Digits(2), "Invalid Value for v [-99]"},  // the sign counts
+        {ItemType_i4, u"-99", Digits(2), "Invalid Value for v [-99]"}, // the sign counts
         {ItemType_i8, u"-5000000000", MinInc(u"0"), "Invalid Value for v [-5000000000]."},
         {ItemType_ui8, u"18446744073709551615", MaxInc(u"10"), "Invalid Value for v [18446744073709551615]."},
-        {ItemType_ui4, u"4000000000", MaxInc(u"5"), "Invalid Value for v [-294967296]"},  // %d of the bits
-        {ItemType_ui4, u"4000000000", MinInc(u"5"), ""},                                  // compared unsigned
+        {ItemType_ui4, u"4000000000", MaxInc(u"5"), "Invalid Value for v [-294967296]"}, // %d of the bits
+        {ItemType_ui4, u"4000000000", MinInc(u"5"), ""},                                 // compared unsigned
         {ItemType_r8, u"123.456", Digits(1), ""},
         {ItemType_r8, u"NaN", MinInc(u"0"), "Invalid Value for v [" + nanText + "]"},
         {ItemType_r8, u"1", MaxInc(u"NaN"), "Invalid Value for v [1.000000]"},
         {ItemType_day, u"---01", MinExc(u"---01"), "Invalid Value for v [1]"},
+        // clang-format off
         {ItemType_boolean, u"true", Facets{.pattern = u"x", .minLength = 5, .maxLength = 0, .minInclusive = u"junk", .length = 0}, ""},
+        // clang-format on
     };
     for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << Narrow(r.value);
     // The declared kind decides, not the variant's own.
@@ -87,14 +91,16 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
 Facets Fraction(int32_t n) { return {.fractionDigits = n}; }
 Facets Length(int32_t n) { return Lengths(-1, -1, n); }
 Facets Never(const char16_t* above, const char16_t* below) { return {.minExclusive = above, .maxExclusive = below}; }
+// clang-format off
 Facets AllBounds(const char16_t* v) { return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v}; }
+// clang-format on
 
 TEST(FacetCheck, ValueClassKinds) {
     const struct {
         ItemType kind;
         const char16_t* value;
         Facets facets;
-        std::string expected;  // empty: passes
+        std::string expected; // empty: passes
     } rows[] = {
         // Binary lengths count bytes, never the characters shown.
         {ItemType_hexBinary, u"0aFF10", Length(6), "Invalid Value for v [0AFF10]."},
@@ -103,7 +109,7 @@ TEST(FacetCheck, ValueClassKinds) {
         // Durations and dates are ordered by their comparison; each facet's failing results.
         {ItemType_duration, u"P1D", MinInc(u"P2D"), "Invalid Value for v [P1D]."},
         {ItemType_duration, u"P1D", MaxExc(u" P1D "), "Invalid Value for v [P1D]."},
-        {ItemType_duration, u"P1M", AllBounds(u"P30D"), ""},  // indeterminate fails nothing
+        {ItemType_duration, u"P1M", AllBounds(u"P30D"), ""}, // indeterminate fails nothing
         {ItemType_yearMonth, u"2024-05", MaxInc(u"2024-04"), "Invalid Value for v [2024-05]."},
         {ItemType_monthDay, u"--05-01", MinExc(u"--05-01"), "Invalid Value for v [--05-01]."},
         {ItemType_date, u"2024-05-01", MaxExc(u"2024-05-01"), "Invalid Value for v [2024-05-01]."},
@@ -134,9 +140,9 @@ TEST(FacetCheck, ValueClassKinds) {
         EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << r.kind << " " << Narrow(r.value);
 
     // A bound of the wrong form raises its conversion's failure, and only when it is reached.
-    for (const auto& [kind, value, bound] : {std::tuple{ItemType_date, u"2024-05-01", u"May 1st"},
-                                             std::tuple{ItemType_duration, u"P1D", u"1 day"},
-                                             std::tuple{ItemType_decimal, u"1", u"1.2.3"}})
+    for (const auto& [kind, value, bound] :
+         {std::tuple{ItemType_date, u"2024-05-01", u"May 1st"}, std::tuple{ItemType_duration, u"P1D", u"1 day"},
+          std::tuple{ItemType_decimal, u"1", u"1.2.3"}})
         EXPECT_THROW(CheckPrimitiveRestrictions(u"v", Value(kind, value), kind, MinInc(bound).Make()),
                      CKvInvalidValueException)
             << Narrow(bound);
@@ -155,7 +161,7 @@ TEST(FacetCheck, StringLengthsThenPattern) {
         {u"a", Lengths(2, -1, -1), false},
         {u"ab", Lengths(-1, -1, 3), false},
         {u"", Lengths(-1, -1, 0), true},
-        {u"\U0001F600", Lengths(-1, -1, 2), true},  // 16-bit units, not code points
+        {u"\U0001F600", Lengths(-1, -1, 2), true}, // 16-bit units, not code points
         {u"abcd", Pattern(u"[a-c]+"), false},
         {u"abc\n", Pattern(u"[a-c]+"), false},
         {u"a-1", Pattern(u"\\i\\c*"), true},
@@ -168,7 +174,9 @@ TEST(FacetCheck, StringLengthsThenPattern) {
         const std::string expected = r.passes ? "<no exception>" : "Invalid Value for code [" + Narrow(r.value) + "].";
         EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", r.value, r.facets.Make()); }), expected);
         EXPECT_EQ(MessageOf([&] {
+                      // clang-format off
                       CheckPrimitiveRestrictions(u"code", Value(ItemType_string, r.value), ItemType_string, r.facets.Make());
+                      // clang-format on
                   }),
                   expected);
     }
@@ -189,7 +197,9 @@ TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
                       inner + "\nInvalid Value for code [xyz].");
         }
         f.maxLength = 2;
+        // clang-format off
         EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }), "Invalid Value for code [xyz].");
+        // clang-format on
     }
     try {
         CheckStringRestrictions(u"code", u"xyz", Pattern(u"(").Make());
@@ -223,14 +233,16 @@ struct MatchCase {
 
 const MatchCase kMatches[] = {
     {"[a-c]+", u"abc", true},
-    {"[a-c]+", u"abc\n", false},  // `$` before a final line feed does not cover the subject
-    {"a|b", u"ab", false},        // the alternation is wrapped, both ends anchored
-    {"a)|(b", u"xb", false},      // a pattern that breaks out of the wrapping still starts at 0
+    {"[a-c]+", u"abc\n", false}, // `$` before a final line feed does not cover the subject
+    {"a|b", u"ab", false},       // the alternation is wrapped, both ends anchored
+    {"a)|(b", u"xb", false},     // a pattern that breaks out of the wrapping still starts at 0
     {R"(\i\c*)", u":x.y", true},
     {R"(\p{IsLatinExtended-A})", u"\u0101", true},
+    // clang-format off
     {".", u"\U0001F600", true},               // a surrogate pair is one character
     {"a", u"a\xD800" u"b", true},             // a broken surrogate ends the subject
     {"ab", std::u16string(u"ab\0cd", 5), true},  // the subject ends at a NUL
+    // clang-format on
 };
 
 TEST(PatternCache, IsBoundedAndSharedByThreads) {
@@ -267,8 +279,10 @@ TEST(PatternCache, IsBoundedAndSharedByThreads) {
 
 TEST(PatternMatch, RandomPatternsAndValuesOnlyReturnOrThrow) {
     std::mt19937 rng(11);
+    // clang-format off
     const char pieces[][8] = {"a", "b", "\\", "(", ")", "[", "]", "-", "^", "*", "+", "?", "{", "}", "|", ".",
                               "\\i", "\\c", "\\d", "\\p{", "Is", "\\\\", "{2,3}", "\xc3\xa9", "\xff", ",", "1"};
+    // clang-format on
     const char16_t units[] = {u'a', u'b', u'1', u'-', u'\n', 0xE9, 0xD800, 0xDC00, 0xFFFF, 0};
     for (int i = 0; i < 2000; ++i) {
         std::string pattern;
@@ -278,8 +292,7 @@ TEST(PatternMatch, RandomPatternsAndValuesOnlyReturnOrThrow) {
         try {
             const bool cached = PatternMatch(pattern.c_str(), value);
             EXPECT_EQ(cached, PatternMatchUncached(pattern.c_str(), value)) << pattern;
-        } catch (const CKvException&) {
-        }
+        } catch (const CKvException&) {}
     }
 }
 

@@ -35,10 +35,10 @@ std::u16string RandomText(std::mt19937& rng) {
 // Every text either converts or fails with a member of the exception family, and a failure
 // leaves the variant as it was. What converts writes back to a text that converts to the same.
 TEST(ValueTextRobustness, RandomTextsThroughEveryConversion) {
-    const ItemType kinds[] = {ItemType_hexBinary, ItemType_base64Binary, ItemType_i1, ItemType_i2, ItemType_i4,
-                              ItemType_i8, ItemType_ui1, ItemType_ui2, ItemType_ui4, ItemType_ui8, ItemType_r4,
-                              ItemType_r8, ItemType_char, ItemType_string, ItemType_boolean, ItemType_decimal,
-                              ItemType_integer};
+    const ItemType kinds[] = {
+        ItemType_hexBinary, ItemType_base64Binary, ItemType_i1,      ItemType_i2,      ItemType_i4,     ItemType_i8,
+        ItemType_ui1,       ItemType_ui2,          ItemType_ui4,     ItemType_ui8,     ItemType_r4,     ItemType_r8,
+        ItemType_char,      ItemType_string,       ItemType_boolean, ItemType_decimal, ItemType_integer};
     std::mt19937 rng(20261121);
     for (int round = 0; round < 3000; ++round) {
         const std::u16string text = RandomText(rng);
@@ -58,7 +58,7 @@ TEST(ValueTextRobustness, RandomTextsThroughEveryConversion) {
             continue;
         }
         ASSERT_EQ(v.GetTypeAsEnum(), kind);
-        if (kind == ItemType_r4 || kind == ItemType_r8 || kind == ItemType_char) continue;  // not exact in text
+        if (kind == ItemType_r4 || kind == ItemType_r8 || kind == ItemType_char) continue; // not exact in text
         KvVariant back;
         back.FromString(v.ToString(), kind, W::WhitespaceRule_None);
         EXPECT_EQ(back.ToString(), v.ToString());

@@ -55,8 +55,10 @@ CBinaryData Bytes(std::initializer_list<unsigned char> bytes) {
 }
 
 const KindCase kKinds[] = {
+    // clang-format off
     {[](KvVariant& v) { v.SetHexBinary(Bytes({0x0A, 0xFF})); }, ItemType_hexBinary, u"hexBinary", u"0AFF"},
     {[](KvVariant& v) { v.SetBase64Binary(Bytes({'M', 'a', 'n'})); }, ItemType_base64Binary, u"base64Binary", u"TWFu"},
+    // clang-format on
     {[](KvVariant& v) { v.SetI1(-5); }, ItemType_i1, u"i1", u"-5"},
     {[](KvVariant& v) { v.SetI2(-300); }, ItemType_i2, u"i2", u"-300"},
     {[](KvVariant& v) { v.SetI4(-70000); }, ItemType_i4, u"i4", u"-70000"},
@@ -78,7 +80,7 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
     for (const auto& c : kKinds) {
         SCOPED_TRACE(N(c.typeText));
         KvVariant v;
-        v.SetI8(-1);  // leftover bits and a previous kind must not matter
+        v.SetI8(-1); // leftover bits and a previous kind must not matter
         c.set(v);
         EXPECT_EQ(v.GetTypeAsEnum(), c.kind);
         EXPECT_EQ(N(v.GetType()), N(c.typeText));
@@ -88,7 +90,7 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
         KvVariant assigned;
         assigned.SetString(u"old value");
         assigned = v;
-        v.Clear();  // the copies own their values
+        v.Clear(); // the copies own their values
         EXPECT_TRUE(copy.GetTypeAsEnum() == c.kind && assigned.GetTypeAsEnum() == c.kind);
         EXPECT_EQ(N(copy.ToString()), N(c.text));
         EXPECT_EQ(N(assigned.ToString()), N(c.text));
@@ -106,7 +108,7 @@ TEST(Variant, NilFlag) {
     v.SetNil();
     EXPECT_TRUE(v.IsNil() && v.IsValid());
     EXPECT_EQ(v.GetType(), u"i4");
-    v.SetI4(7);  // a kind held before SetNil loses the flag at the next setter
+    v.SetI4(7); // a kind held before SetNil loses the flag at the next setter
     EXPECT_FALSE(v.IsNil());
 
     // On a fresh variant the flag sticks: Clear sees type 0 and does nothing.
@@ -181,7 +183,7 @@ TEST(Variant, ObjectsAndCollectionsAreCounted) {
             EXPECT_EQ(assigned.GetXmlCollection<TestCollection>().get(), col);
         }
         EXPECT_EQ(obj->Count(), 1);
-        v.SetXmlObject(obj);  // the same object again survives the release of the old reference
+        v.SetXmlObject(obj); // the same object again survives the release of the old reference
         EXPECT_EQ(obj->Count(), 1);
         EXPECT_EQ(destroyed, 0);
     }
@@ -199,9 +201,8 @@ TEST(Variant, ObjectsAndCollectionsAreCounted) {
 TEST(Variant, ValueClassKindsAreCopiedAndReleased) {
     const std::pair<ItemType, std::u16string> rows[] = {
         {ItemType_duration, u"duration"}, {ItemType_yearMonth, u"yearMonth"}, {ItemType_monthDay, u"monthDay"},
-        {ItemType_date, u"date"}, {ItemType_datetime, u"datetime"}, {ItemType_time, u"time"},
-        {ItemType_decimal, u"decimal"}, {ItemType_integer, u"integer"}
-    };
+        {ItemType_date, u"date"},         {ItemType_datetime, u"datetime"},   {ItemType_time, u"time"},
+        {ItemType_decimal, u"decimal"},   {ItemType_integer, u"integer"}};
     for (const auto& [kind, text] : rows) {
         SCOPED_TRACE(N(text));
         VariantProbe v, copy, nilCopy;

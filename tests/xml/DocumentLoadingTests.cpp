@@ -65,9 +65,11 @@ TEST(DocumentLoading, PlainAndCompressedInputGiveTheSameTreeOnEveryPath) {
     const std::string xml = Document(300);
     std::string utf16 = "\xFF\xFE";
     for (char c : std::string("<root><item/><item/></root>")) utf16 += std::string{c, '\0'};
+    // clang-format off
     const std::pair<std::string, int> cases[] = {  // bytes, children
         {xml, 300}, {Compressed(xml, CompressionType_GZip), 300}, {Compressed(xml, CompressionType_ZLib), 300},
         {utf16, 2}, {"\xFF\xFE" + Compressed(utf16.substr(2), CompressionType_GZip), 2}};
+    // clang-format on
     for (const auto& [bytes, children] : cases) {
         CXmlDocument fromBytes, whole, chunked;
         LoadBytes(fromBytes, bytes);
@@ -88,10 +90,12 @@ TEST(DocumentLoading, DamagedStreamsReachTheParserAndInflationIsBounded) {
         const std::string packed = Compressed(xml, type);
         for (size_t cut : {size_t(1), size_t(10), packed.size() / 2, packed.size() - 1}) {
             CXmlDocument document;
+            // clang-format off
             EXPECT_NE(MessageOf([&] { LoadBytes(document, packed.substr(0, cut)); }).find(" at line "), std::string::npos);
+            // clang-format on
         }
         std::mt19937 random(static_cast<unsigned>(type));
-        for (int round = 0; round < 200; ++round) {  // loads or throws, within bounds
+        for (int round = 0; round < 200; ++round) { // loads or throws, within bounds
             std::string damaged = packed;
             damaged[random() % damaged.size()] ^= static_cast<char>(1 + random() % 255);
             CXmlDocument document;
@@ -110,7 +114,9 @@ TEST(DocumentLoading, DamagedStreamsReachTheParserAndInflationIsBounded) {
     std::string bomb(compressBound(uLong(blanks.size())), '\0');
     uLongf size = uLongf(bomb.size());
     ASSERT_EQ(compress2(reinterpret_cast<Bytef*>(bomb.data()), &size, reinterpret_cast<const Bytef*>(blanks.data()),
+                        // clang-format off
                         uLong(blanks.size()), 9), Z_OK);
+    // clang-format on
     bomb.resize(size);
     EXPECT_LT(bomb.size(), blanks.size() / 900);
     CXmlDocument document;
@@ -120,7 +126,9 @@ TEST(DocumentLoading, DamagedStreamsReachTheParserAndInflationIsBounded) {
 
 TEST(DocumentLoading, ChunkedFailuresFollowTheReadsAndDeleteTheTree) {
     const std::string path = (fs::temp_directory_path() / "kvxml_loading.xml").string();
+    // clang-format off
     const std::pair<std::string, std::string> cases[] = {  // bytes, message
+        // clang-format on
         {"", "Failed to read the contents of the file [" + path + "] Error [0x00000026]"},
         // A full last chunk: the read behind it meets the end of the file.
         {Document(10, kChunk), "Failed to read the contents of the file. Error [0x00000026]"},

@@ -103,8 +103,10 @@ TEST(CXmlDocumentLoad, FailedLoadKeepsThePartialTreeAndReloadsStartWithCleanup) 
     ASSERT_TRUE(a);
     EXPECT_EQ(a->GetText(), u"x");
     const CXmlElement* b = a->GetFirstElement();
+    // clang-format off
     EXPECT_EQ(b->GetText() + b->GetFirstElement()->GetText() + b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(),
               u"yztextd");
+    // clang-format on
 
     const int64_t before = CXmlElement::GetLiveElementCount();
     document.LoadXml("<x xmlns:p='urn:p'>t</x>");
@@ -159,7 +161,9 @@ TEST(CXmlDocumentFilter, DroppingEveryElementKeepsMemoryFlat) {
     CXmlDocument document;
     document.LoadXml(xml.c_str());
     int i = 0;
+    // clang-format off
     for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e; e = e->GetNextSiblingElement(), ++i) {
+        // clang-format on
         const std::u16string n = Widen(std::to_string(i));
         ASSERT_EQ(e->GetLocalName(), u"e" + n);
         ASSERT_EQ(e->GetNamespaceURI(), u"urn:" + n);
@@ -283,8 +287,7 @@ TEST(CXmlDocumentLoad, MutatedInputOnlyEverFailsCleanly) {
             }
             ++loaded;
             document.ParseText();
-        } catch (const CKvException&) {
-        }
+        } catch (const CKvException&) {}
         walked += Walk(document.GetDocumentElement());
     }
     EXPECT_GT(loaded, 0u);

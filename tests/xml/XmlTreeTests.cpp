@@ -28,6 +28,7 @@ TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
         const char16_t* uri;
         bool isNamespace;
         bool isNil;
+        // clang-format off
     } cases[] = {
         {u"type", kXsi, true, false},   {u"schemaLocation", kXsi, true, false},
         {u"noNamespaceSchemaLocation", kXsi, true, false},
@@ -37,6 +38,7 @@ TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
         {u"nil", u"", false, false},    {u"Type", kXsi, false, false},
         {u"type", u"http://www.w3.org/2001/XMLSchema-instance/", false, false}
     };
+    // clang-format on
     for (const auto& c : cases) {
         CXmlAttribute attribute(nullptr, c.name, u"v", c.uri);
         EXPECT_EQ(attribute.IsNamespaceAttribute(), c.isNamespace);
@@ -53,9 +55,11 @@ TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
 
 TEST(CXmlDocument, AliasMapIsDocumentWideAndLaterDeclarationsWin) {
     CXmlDocument document;
+    // clang-format off
     document.LoadXml("<r xmlns='urn:default' xmlns:p='urn:one' xmlns:s='urn:gone'>"
                      "<p:x/><s:w/>"
                      "<y xmlns:p='urn:two' xmlns:z='urn:one' xmlns:a='urn:one' xmlns:s='urn:other'/></r>");
+    // clang-format on
     struct {
         const char16_t* alias;
         const char16_t* uri;
@@ -114,8 +118,10 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     CXmlAttribute attributeCopy(nullptr, u"x-long-attribute-name", u"1", nullptr);
     {
         CXmlDocument document;
+        // clang-format off
         document.LoadXml("<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
                          "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
+        // clang-format on
         kept.reset(document.GetDocumentElement()->RemoveLastChildElement());
         leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
         attributeCopy = *kept->GetAttributes()[0];
