@@ -17,7 +17,7 @@ mode=${1:-build}
 jobs=$(nproc 2>/dev/null || echo 2)
 
 packages=(build-essential cmake ninja-build pkg-config libexpat1-dev libpcre2-dev zlib1g-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev python3
+          libgtest-dev libgmock-dev libbenchmark-dev libgmp-dev python3 clang-format
           libxml2-utils ismrmrd-schema xmltooling-schemas)
 
 install_missing() {
@@ -73,6 +73,7 @@ case "$mode" in
         # Cheap checks first: the tests stay lean and no folder includes one above it.
         ./scripts/test_ratio.sh
         ./scripts/check_layers.sh
+        ./scripts/check_format.sh
         # The benchmarks are compiled too, so that they cannot rot unnoticed.
         configure_and_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVXML_BUILD_BENCH=ON
         run_tests build
