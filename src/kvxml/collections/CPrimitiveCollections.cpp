@@ -269,30 +269,6 @@ template class CValueArrayCol<CBigInteger>;
     template class CDateTypedCol<Kind, Tag>;   \
     Name::~Name() = default;
 
-KVXML_PRIMITIVE_COLLECTION(ChexBinaryCol, CBinaryData, ItemType_hexBinary)
-KVXML_PRIMITIVE_COLLECTION(Cbase64BinaryCol, CBinaryData, ItemType_base64Binary)
-KVXML_PRIMITIVE_COLLECTION(Ci1Col, int8_t, ItemType_i1)
-KVXML_PRIMITIVE_COLLECTION(Ci2Col, int16_t, ItemType_i2)
-KVXML_PRIMITIVE_COLLECTION(Ci4Col, int32_t, ItemType_i4)
-KVXML_PRIMITIVE_COLLECTION(Ci8Col, int64_t, ItemType_i8)
-KVXML_PRIMITIVE_COLLECTION(Cui1Col, uint8_t, ItemType_ui1)
-KVXML_PRIMITIVE_COLLECTION(Cui2Col, uint16_t, ItemType_ui2)
-KVXML_PRIMITIVE_COLLECTION(Cui4Col, uint32_t, ItemType_ui4)
-KVXML_PRIMITIVE_COLLECTION(Cui8Col, uint64_t, ItemType_ui8)
-KVXML_PRIMITIVE_COLLECTION(Cr4Col, float, ItemType_r4)
-KVXML_PRIMITIVE_COLLECTION(Cr8Col, double, ItemType_r8)
-KVXML_PRIMITIVE_COLLECTION(CdurationCol, CDateTimeSpan, ItemType_duration)
-KVXML_DATE_COLLECTION(CyearMonthCol, ItemType_yearMonth, CDateTime::gYearMonth)
-KVXML_DATE_COLLECTION(CmonthDayCol, ItemType_monthDay, CDateTime::gMonthDay)
-KVXML_PRIMITIVE_COLLECTION(CyearCol, uint16_t, ItemType_year)
-KVXML_PRIMITIVE_COLLECTION(CmonthCol, uint8_t, ItemType_month)
-KVXML_PRIMITIVE_COLLECTION(CdayCol, uint8_t, ItemType_day)
-KVXML_DATE_COLLECTION(CdateCol, ItemType_date, CDateTime::date)
-KVXML_DATE_COLLECTION(CdatetimeCol, ItemType_datetime, CDateTime::dateTime)
-KVXML_DATE_COLLECTION(CtimeCol, ItemType_time, CDateTime::time)
-KVXML_PRIMITIVE_COLLECTION(CstringCol, std::u16string, ItemType_string)
-KVXML_PRIMITIVE_COLLECTION(CbooleanCol, bool, ItemType_boolean)
-KVXML_PRIMITIVE_COLLECTION(CdecimalCol, CDecimal, ItemType_decimal)
-KVXML_PRIMITIVE_COLLECTION(CintegerCol, CBigInteger, ItemType_integer)
+KVXML_PRIMITIVE_COLLECTIONS(KVXML_PRIMITIVE_COLLECTION, KVXML_DATE_COLLECTION)
 
 } // namespace KvXmlLib16

@@ -144,6 +144,35 @@ extern template class CValueArrayCol<bool>;
 extern template class CValueArrayCol<CDecimal>;
 extern template class CValueArrayCol<CBigInteger>;
 
+// Every public collection class: PRIM(name, value type, kind) or DATE(name, kind, date type).
+#define KVXML_PRIMITIVE_COLLECTIONS(PRIM, DATE)                    \
+    PRIM(ChexBinaryCol, CBinaryData, ItemType_hexBinary)           \
+    PRIM(Cbase64BinaryCol, CBinaryData, ItemType_base64Binary)     \
+    PRIM(Ci1Col, int8_t, ItemType_i1)                              \
+    PRIM(Ci2Col, int16_t, ItemType_i2)                             \
+    PRIM(Ci4Col, int32_t, ItemType_i4)                             \
+    PRIM(Ci8Col, int64_t, ItemType_i8)                             \
+    PRIM(Cui1Col, uint8_t, ItemType_ui1)                           \
+    PRIM(Cui2Col, uint16_t, ItemType_ui2)                          \
+    PRIM(Cui4Col, uint32_t, ItemType_ui4)                          \
+    PRIM(Cui8Col, uint64_t, ItemType_ui8)                          \
+    PRIM(Cr4Col, float, ItemType_r4)                               \
+    PRIM(Cr8Col, double, ItemType_r8)                              \
+    PRIM(CdurationCol, CDateTimeSpan, ItemType_duration)           \
+    DATE(CyearMonthCol, ItemType_yearMonth, CDateTime::gYearMonth) \
+    DATE(CmonthDayCol, ItemType_monthDay, CDateTime::gMonthDay)    \
+    PRIM(CyearCol, uint16_t, ItemType_year)                        \
+    PRIM(CmonthCol, uint8_t, ItemType_month)                       \
+    PRIM(CdayCol, uint8_t, ItemType_day)                           \
+    DATE(CdateCol, ItemType_date, CDateTime::date)                 \
+    DATE(CdatetimeCol, ItemType_datetime, CDateTime::dateTime)     \
+    DATE(CtimeCol, ItemType_time, CDateTime::time)                 \
+    PRIM(CstringCol, std::u16string, ItemType_string)              \
+    /* Values packed as bits; no facet is checked on add. */       \
+    PRIM(CbooleanCol, bool, ItemType_boolean)                      \
+    PRIM(CdecimalCol, CDecimal, ItemType_decimal)                  \
+    PRIM(CintegerCol, CBigInteger, ItemType_integer)
+
 // The public collection classes. Each has its destructor in the library, so that its type
 // information is the library's own.
 #define KVXML_PRIMITIVE_COLLECTION(Name, Value, Kind)          \
@@ -162,32 +191,7 @@ extern template class CValueArrayCol<CBigInteger>;
         ~Name() override;                                    \
     };
 
-KVXML_PRIMITIVE_COLLECTION(ChexBinaryCol, CBinaryData, ItemType_hexBinary)
-KVXML_PRIMITIVE_COLLECTION(Cbase64BinaryCol, CBinaryData, ItemType_base64Binary)
-KVXML_PRIMITIVE_COLLECTION(Ci1Col, int8_t, ItemType_i1)
-KVXML_PRIMITIVE_COLLECTION(Ci2Col, int16_t, ItemType_i2)
-KVXML_PRIMITIVE_COLLECTION(Ci4Col, int32_t, ItemType_i4)
-KVXML_PRIMITIVE_COLLECTION(Ci8Col, int64_t, ItemType_i8)
-KVXML_PRIMITIVE_COLLECTION(Cui1Col, uint8_t, ItemType_ui1)
-KVXML_PRIMITIVE_COLLECTION(Cui2Col, uint16_t, ItemType_ui2)
-KVXML_PRIMITIVE_COLLECTION(Cui4Col, uint32_t, ItemType_ui4)
-KVXML_PRIMITIVE_COLLECTION(Cui8Col, uint64_t, ItemType_ui8)
-KVXML_PRIMITIVE_COLLECTION(Cr4Col, float, ItemType_r4)
-KVXML_PRIMITIVE_COLLECTION(Cr8Col, double, ItemType_r8)
-KVXML_PRIMITIVE_COLLECTION(CdurationCol, CDateTimeSpan, ItemType_duration)
-KVXML_DATE_COLLECTION(CyearMonthCol, ItemType_yearMonth, CDateTime::gYearMonth)
-KVXML_DATE_COLLECTION(CmonthDayCol, ItemType_monthDay, CDateTime::gMonthDay)
-KVXML_PRIMITIVE_COLLECTION(CyearCol, uint16_t, ItemType_year)
-KVXML_PRIMITIVE_COLLECTION(CmonthCol, uint8_t, ItemType_month)
-KVXML_PRIMITIVE_COLLECTION(CdayCol, uint8_t, ItemType_day)
-KVXML_DATE_COLLECTION(CdateCol, ItemType_date, CDateTime::date)
-KVXML_DATE_COLLECTION(CdatetimeCol, ItemType_datetime, CDateTime::dateTime)
-KVXML_DATE_COLLECTION(CtimeCol, ItemType_time, CDateTime::time)
-KVXML_PRIMITIVE_COLLECTION(CstringCol, std::u16string, ItemType_string)
-// Values packed as bits; no facet is checked on add.
-KVXML_PRIMITIVE_COLLECTION(CbooleanCol, bool, ItemType_boolean)
-KVXML_PRIMITIVE_COLLECTION(CdecimalCol, CDecimal, ItemType_decimal)
-KVXML_PRIMITIVE_COLLECTION(CintegerCol, CBigInteger, ItemType_integer)
+KVXML_PRIMITIVE_COLLECTIONS(KVXML_PRIMITIVE_COLLECTION, KVXML_DATE_COLLECTION)
 
 #undef KVXML_PRIMITIVE_COLLECTION
 #undef KVXML_DATE_COLLECTION
