@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "../common/KvUtf8.h"
 #include "Model.h"
 #include "kvxml/base/CKvException.h"
 #include "kvxml/xml/CXmlAttribute.h"
@@ -14,31 +15,7 @@ namespace Kvxmlc {
 namespace fs = std::filesystem;
 using KvXmlLib16::CXmlElement;
 
-std::string Utf8(const std::u16string& text) {
-    std::string out;
-    out.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        uint32_t c = text[i];
-        if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000)
-            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
+std::string Utf8(const std::u16string& text) { return KvTools::ToUtf8(text); }
 
 std::string Attr(Node node, const char* name) {
     for (const KvXmlLib16::CXmlAttribute* a : node->GetAttributes())
