@@ -3,7 +3,7 @@
 // The purchase-order batch that the binding and JSON benchmarks read and write: about 20 MB of
 // XML text made of the example classes.
 
-#include "../examples/purchase_order/PurchaseOrder.cpp"
+#include "PurchaseOrder.h"
 
 namespace BenchPurchaseOrders {
 
@@ -13,7 +13,7 @@ using namespace PurchaseOrderSample;
 inline CSmartPtr<CPurchaseOrder> MakeOrder(int number) {
     CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
     order->SetOrderId(number % 2 ? u"PO-2024-A" : u"PO-2024-B");
-    order->SetStatus(static_cast<OrderStatus>(number % 3));
+    order->SetStatus(static_cast<PurchaseOrderStatus>(number % 3));
     order->SetCustomer(u"Customer & Sons Trading Company");
     order->SetCustomerNumber(100000u + static_cast<uint32_t>(number));
     order->SetPriority(1 + number % 5);
@@ -31,15 +31,15 @@ inline CSmartPtr<CPurchaseOrder> MakeOrder(int number) {
     shipTo->SetZip(u"95819");
     order->SetShipTo(shipTo);
     for (int i = 0; i < 8; ++i) {
-        CSmartPtr<CItem> item = new CItem();
+        CSmartPtr<CPurchaseOrderItem> item = new CPurchaseOrderItem();
         item->SetPartNumber(u"872-AA");
         item->SetProductName(u"Lawnmower with a rather long product description");
         item->GetQuantity()->SetValue(static_cast<uint32_t>(1 + i));
         item->SetUnitPrice(148.95 + i);
         if (i % 3 == 0) item->SetGiftWrap(true);
         if (i == 0) {
-            item->GetTracking()->SetAddedBy(u"web-shop");
-            item->GetTracking()->SetComment(u"Confirm this is electric");
+            item->SetAddedBy(u"web-shop");
+            item->SetComment(u"Confirm this is electric");
         }
         order->GetItems()->Add(item);
     }
@@ -54,12 +54,18 @@ inline CSmartPtr<CPurchaseOrder> MakeOrder(int number) {
 inline CSerializationContext& Context() {
     static CSerializationContext context = [] {
         CSerializationContext c;
-        c.SetDefaultNamespaceURI(kTargetNamespace);
+        c.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
         c.GetNamespaceAliases().Add(u"xsi", u"http://www.w3.org/2001/XMLSchema-instance");
         return c;
     }();
     return context;
 }
+
+// The benchmarks' name for the generated batch of orders.
+class CPurchaseOrderBatch : public CPurchaseOrders {
+public:
+    KvXmlGenerated::CObjectCol<CPurchaseOrder>* GetOrders() const { return GetPurchaseOrders(); }
+};
 
 inline CSmartPtr<CPurchaseOrderBatch> MakeBatch(size_t minimumCharacters) {
     CSmartPtr<CPurchaseOrderBatch> batch = new CPurchaseOrderBatch();

@@ -10,7 +10,7 @@ using namespace PurchaseOrderSample;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static CSerializationContext* context = [] {
         auto* c = new CSerializationContext();
-        c->SetDefaultNamespaceURI(kTargetNamespace);
+        c->SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
         c->GetNamespaceAliases().Add(u"xsi", u"http://www.w3.org/2001/XMLSchema-instance");
         return c;
     }();

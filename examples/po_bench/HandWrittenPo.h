@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "../purchase_order/PurchaseOrder.h"
+#include "../purchase_order/SampleSupport.h"
 #include "kvxml/collections/CXmlCollection.h"
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDateTime.h"

@@ -1,8 +1,9 @@
-// Writes a purchase order, reads the text back into a new object and writes that again.
+// Writes a purchase order, reads the text back into a new object and writes that again. The classes
+// are generated from PurchaseOrder.xsd and measurements.xsd at build time by kvxmlc.
 #include <cstdio>
 #include <string>
 
-#include "Measurements.h"
+#include "measurements.h"
 #include "PurchaseOrder.h"
 #include "kvxml/values/CConversions.h"
 #include "kvxml/binding/CSerializationContext.h"
@@ -19,7 +20,7 @@ static std::string Narrow(const std::u16string& s) {
 
 int main() {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(kTargetNamespace);
+    context.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
     context.GetNamespaceAliases().Add(u"xsi", u"http://www.w3.org/2001/XMLSchema-instance");
     try {
         CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
@@ -31,7 +32,7 @@ int main() {
         billTo->SetStreet(u"1 Main St");
         billTo->SetCity(u"Springfield");
         billTo->SetZip(u"12345");
-        CSmartPtr<CItem> item = new CItem();
+        CSmartPtr<CPurchaseOrderItem> item = new CPurchaseOrderItem();
         item->SetPartNumber(u"123-AB");
         item->SetProductName(u"Lawnmower");
         item->GetQuantity()->SetValue(1);
@@ -69,7 +70,6 @@ int main() {
     } catch (const CKvException& e) {
         std::printf("failure: %s\n", Narrow(e.GetFullMessage()).c_str());
     }
-    CleanMeasurementsMetaData();
-    CleanPurchaseOrderMetaData();
+    ReleaseMetaData();
     return 0;
 }

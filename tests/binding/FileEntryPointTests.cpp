@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <iterator>
 
-// The purchase order is compiled with PurchaseOrderTests.cpp; the checkout here.
-#include "../../examples/purchase_order/Checkout.cpp"
+#include "Checkout.h"
+#include "PurchaseOrder.h"
 #include "kvxml/output/CFileTextStream.h"
 #include "support/KvTestBytes.h"
 
@@ -16,6 +16,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace PurchaseOrderSample;
 using KvTest::OpenDescriptors;
+
+constexpr char16_t kSampleNamespace[] = u"urn:kvxml:samples:purchase-order";
 
 const char kOrder[] =
     "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
@@ -38,7 +40,7 @@ const char kCheckout[] =
 
 CSerializationContext Context() {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(kTargetNamespace);
+    context.SetDefaultNamespaceURI(kSampleNamespace);
     return context;
 }
 
@@ -154,8 +156,8 @@ TEST_F(FileEntryPoints, RefusalsAndFileFailuresLeaveNoDescriptorBehind) {
 
 TEST_F(FileEntryPoints, AnObjectBecomesAnUntypedElement) {
     CSmartPtr<CXmlObjectBase> order = Parsed<CPurchaseOrder>(kOrder);
-    CSmartPtr<CElement> element = new CElement(order.get(), kTargetNamespace);
-    EXPECT_EQ(element->GetDefaultNamespace(), kTargetNamespace);
+    CSmartPtr<CElement> element = new CElement(order.get(), kSampleNamespace);
+    EXPECT_EQ(element->GetDefaultNamespace(), kSampleNamespace);
     EXPECT_EQ(element->GetNamespaceRestriction(), u"##any");
     CSmartPtr<CElement> plain = new CElement(order.get(), nullptr);
     EXPECT_EQ(plain->GetDefaultNamespace(), u"");

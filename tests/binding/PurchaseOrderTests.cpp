@@ -4,8 +4,6 @@
 
 #include <thread>
 
-#include "../../examples/purchase_order/PurchaseOrder.cpp"
-
 namespace BindingTest {
 namespace {
 
@@ -20,7 +18,7 @@ CSmartPtr<CPurchaseOrder> MakeOrder() {
 
 CSerializationContext OrderContext() {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(kTargetNamespace);
+    context.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
     context.GetNamespaceAliases().Add(u"xsi", kXsi);
     return context;
 }
@@ -43,7 +41,7 @@ const char kOrderText[] =
     "<AA:note>leave at the door</AA:note></purchaseOrder>";
 
 TEST(PurchaseOrder, TablesBuiltByManyThreadsServeThemAllAndTheTextReadsBack) {
-    CleanPurchaseOrderMetaData();
+    ReleaseMetaData();
     std::vector<std::string> texts(4);
     std::vector<std::thread> threads;
     for (size_t i = 0; i < texts.size(); ++i)

@@ -7,8 +7,7 @@
 #include "support/KvTestText.h"
 #include "kvxml/KvXmlLib16.h"
 
-#include "../../examples/purchase_order/PurchaseOrder.cpp"
-#include "../../examples/purchase_order/Measurements.cpp"
+#include "measurements.h"
 
 using namespace KvXmlLib16;
 
@@ -233,7 +232,7 @@ std::string CauseOf(F&& call) {
 
 TEST(PrimitiveCollections, GeneratedClassWritesAndReadsItsRepeatedSimpleElements) {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(PurchaseOrderSample::kTargetNamespace);
+    context.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
     CSmartPtr<CMeasurements> m = new CMeasurements();
     m->SetParcelId(u"DE123456789");
     m->GetWeights()->Add(1200);
@@ -273,7 +272,7 @@ TEST(PrimitiveCollections, GeneratedClassWritesAndReadsItsRepeatedSimpleElements
         EXPECT_EQ(CauseOf([&] { target->FromXml(doc.c_str(), context); }), f.message) << f.message;
         EXPECT_EQ(target->GetWeights()->GetCount(), f.weightsKept) << f.message;
     }
-    PurchaseOrderSample::CleanMeasurementsMetaData();
+    PurchaseOrderSample::ReleaseMetaData();
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "../../examples/purchase_order/PurchaseOrder.cpp"
 #include "kvxml/fastinfoset/CFastInfosetContext.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "support/KvTestText.h"
@@ -26,7 +25,7 @@ CSmartPtr<CPurchaseOrder> MakeOrder(int items) {
 
 CSerializationContext OrderContext() {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(kTargetNamespace);
+    context.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
     context.GetNamespaceAliases().Add(u"xsi", u"http://www.w3.org/2001/XMLSchema-instance");
     return context;
 }
@@ -43,7 +42,7 @@ TEST(FastInfosetRoundTrip, ExampleClassesThroughEveryOption) {
         if (options & 1) fi.SetSuggestedValues();
         if (options & 2) {
             fi.SetUseGeneratedVocabulary(true);
-            fi.GetVocabulary()->AddElement(u"", kTargetNamespace, u"item");
+            fi.GetVocabulary()->AddElement(u"", KvTest::kSampleNamespace, u"item");
             fi.GetVocabulary()->AddAttribute(u"", u"", u"partNumber");
             fi.GetVocabulary()->AddAttributeValue(u"box");
             fi.GetVocabulary()->AddElementValue(u"web");

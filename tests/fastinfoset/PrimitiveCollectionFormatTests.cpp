@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "../../examples/purchase_order/Measurements.cpp"
+#include "measurements.h"
 #include <kvxml/KvXmlLib16.h>
 #include "support/KvTestText.h"
 
@@ -26,7 +26,7 @@ CSmartPtr<CMeasurements> Sample() {
 TEST(PrimitiveCollectionFormats, FastInfosetRoundTripKeepsEveryItem) {
     for (bool typed : {false, true}) {
         CSerializationContext context;
-        context.SetDefaultNamespaceURI(PurchaseOrderSample::kTargetNamespace);
+        context.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
         if (typed) context.GetFIContext().SetSuggestedValues();
         CSmartPtr<CMeasurements> m = Sample();
         const CBinaryData fi = m->ToFastInfosetStream(FInfoDecl_None, context, CompressionType_None);
@@ -41,7 +41,7 @@ TEST(PrimitiveCollectionFormats, FastInfosetRoundTripKeepsEveryItem) {
 // name, and the collection's end still writes its "]". Kept as the format defines it.
 TEST(PrimitiveCollectionFormats, JsonRepeatsTheNameOfEachItem) {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(PurchaseOrderSample::kTargetNamespace);
+    context.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
     context.GetJsonContext().SetSupportRoundtrip(JsonRoundTrip_None);
     EXPECT_EQ(KvTest::Narrow(Sample()->ToJson(false, EOLType_LF, context)),
               "{\"measurements\": {\"parcelId\": \"DE123456789\",\"weight\": 1200,\"weight\": 1180,"

@@ -16,9 +16,14 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 cmake -S . -B build-interop -G Ninja -DCMAKE_BUILD_TYPE=Release -DKVXML_BUILD_TESTS=OFF \
       -DKVXML_BUILD_EXAMPLES=OFF >/dev/null
-cmake --build build-interop -j "$jobs" --target kvxml16
+cmake --build build-interop -j "$jobs" --target kvxml16 kvxmlc
+# The example classes, generated from their schemas as the build does.
+classes=build-interop/classes
+build-interop/tools/kvxmlc/kvxmlc --cpp-namespace urn:kvxml:samples:purchase-order=PurchaseOrderSample \
+    examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd --out "$classes"
 mkdir -p "$out" build-interop/java
-${CXX:-g++} -std=c++20 -O2 -Isrc tests/interop/producer/FiDocuments.cpp -o build-interop/FiDocuments \
+${CXX:-g++} -std=c++20 -O2 -Isrc -I"$classes" tests/interop/producer/FiDocuments.cpp "$classes"/*.cpp \
+    -o build-interop/FiDocuments \
     -Lbuild-interop -lkvxml16 -Wl,-rpath,"$PWD/build-interop"
 javac -d build-interop/java -cp "$classpath" tests/interop/FiInterop.java
 java_run() { java -Xmx2g -cp "build-interop/java:$classpath" FiInterop "$@"; }

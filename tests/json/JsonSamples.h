@@ -12,6 +12,7 @@ using namespace KvXmlLib16;
 
 using KvTest::MakeCheckout;
 using KvTest::MakeOrder;
+using CItem = PurchaseOrderSample::CPurchaseOrderItem;
 // The example's namespace as default, aliases for xsi and the partner namespace, and the JSON mode.
 CSerializationContext SampleContext(JsonRoundTrip mode);
 

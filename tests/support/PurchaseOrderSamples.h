@@ -5,10 +5,12 @@
 
 #include <kvxml/KvXmlLib16.h>
 
-#include "../../examples/purchase_order/Checkout.h"
-#include "../../examples/purchase_order/PurchaseOrder.h"
+#include "Checkout.h"
+#include "PurchaseOrder.h"
 
 namespace KvTest {
+
+inline constexpr char16_t kSampleNamespace[] = u"urn:kvxml:samples:purchase-order";
 
 // Attributes, text needing escapes, a class collection, an xsi:type subclass, an untyped element and
 // attribute in a second namespace.
@@ -18,7 +20,7 @@ inline KvXmlLib16::CSmartPtr<PurchaseOrderSample::CPurchaseOrder> MakeOrder(int 
     CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
     order->SetOrderId(u"PO-1001");
     order->SetCurrency(u"USD");
-    order->SetStatus(OrderStatus::Shipped);
+    order->SetStatus(PurchaseOrderStatus::Shipped);
     order->GetAnyAttributes()->Add(u"ref", u"A&B", u"urn:partner");
     order->SetCustomer(u"Alice <Smith>");
     order->SetCustomerNumber(4000000000u);
@@ -40,7 +42,7 @@ inline KvXmlLib16::CSmartPtr<PurchaseOrderSample::CPurchaseOrder> MakeOrder(int 
     shipTo->SetZip(u"54321");
     order->SetShipTo(shipTo);
     for (int i = 1; i <= items; ++i) {
-        CSmartPtr<CItem> item = new CItem();
+        CSmartPtr<CPurchaseOrderItem> item = new CPurchaseOrderItem();
         item->SetPartNumber(i == 1 ? u"123-AB" : u"456-CD");
         item->SetProductName(i == 1 ? u"Lawnmower" : u"Baby Monitor");
         item->GetQuantity()->SetValue(static_cast<uint32_t>(i));
@@ -48,9 +50,9 @@ inline KvXmlLib16::CSmartPtr<PurchaseOrderSample::CPurchaseOrder> MakeOrder(int 
         item->SetUnitPrice(i == 1 ? 148.95 : 39.5);
         if (i == 1) {
             item->SetGiftWrap(false);
-            item->GetTracking()->SetAddedBy(u"web");
-            item->GetTracking()->SetLineNumber(1);
-            item->GetTracking()->SetComment(u"Confirm this is electric");
+            item->SetAddedBy(u"web");
+            item->SetLineNumber(1);
+            item->SetComment(u"Confirm this is electric");
         }
         order->GetItems()->Add(item);
     }
@@ -61,7 +63,7 @@ inline KvXmlLib16::CSmartPtr<PurchaseOrderSample::CPurchaseOrder> MakeOrder(int 
     order->SetPayment(payment);
     CSmartPtr<CElement> extension = new CElement(u"note", u"urn:partner");
     extension->SetText(u"leave at the door");
-    order->SetExtension(extension);
+    order->SetAnyElement(extension);
     return order;
 }
 
@@ -76,7 +78,7 @@ inline KvXmlLib16::CSmartPtr<PurchaseOrderSample::CCheckout> MakeCheckout(int gi
     contact->SetName(u"Alice Smith");
     contact->SetEmail(u"alice@example.com");
     contact->SetPhone(u"+49 30 1234567");
-    contact->SetPreferredChannel(ContactChannel::Post);
+    contact->SetPreferredChannel(ContactPreferredChannel::Post);
     CSmartPtr<CAddress> address = new CAddress();
     address->SetCountry(u"US");
     address->SetName(u"Alice Smith");
@@ -85,9 +87,8 @@ inline KvXmlLib16::CSmartPtr<PurchaseOrderSample::CCheckout> MakeCheckout(int gi
     address->SetZip(u"12345");
     contact->SetPostalAddress(address);
     if (giftCards > 0) {
-        CSmartPtr<CWallet> wallet = new CWallet();
-        for (int i = 0; i < giftCards; ++i) wallet->GetGiftCards()->Add(u"GC-" + std::u16string(1, u'1' + i));
-        checkout->GetPaymentMethod()->SetWallet(wallet);
+        for (int i = 0; i < giftCards; ++i)
+            checkout->GetPaymentMethod()->GetGiftCards()->Add(u"GC-" + std::u16string(1, u'1' + i));
     } else {
         CSmartPtr<CCard> card = new CCard();
         card->SetHolder(u"Alice Smith");

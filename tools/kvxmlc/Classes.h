@@ -77,6 +77,8 @@ struct ClassDef {
     bool m_building = false;
     bool m_inheritedContent = false;   // restriction: takes the base's content as it is
     std::string m_typeName, m_typeNs;  // of a named type, for xsi:type
+    std::string m_rootName;            // of the one global element of a named type: a new object's name
+    int m_rootElements = 0;            // global elements of this named type
     std::set<std::string> m_usedNames; // property names taken, with the base's
 
     bool NeedsFactory() const { return m_abstract || !m_derived.empty(); }

@@ -485,7 +485,10 @@ public:
         o << "    });\n}\n\n";
 
         o << n << "::" << n << "() {\n    Init();\n";
-        if (c->m_elementType == 0) o << "    SetElementName(" << Lit(c->m_recordName) << ");\n";
+        // A named type of exactly one global element is named after it, so that a new object writes
+        // as that document.
+        const std::string& name = c->m_rootElements == 1 ? c->m_rootName : c->m_recordName;
+        if (c->m_elementType == 0) o << "    SetElementName(" << Lit(name) << ");\n";
         o << "}\n\n" << n << "::~" << n << "() = default;\n\n";
         o << "KvXmlLib16Data::CParentElementInfo* " << n << "::GetClassInfo() const {\n"
           << "    s_tables.Ensure();\n    return s_tables.m_classInfo;\n}\n\n"

@@ -805,6 +805,7 @@ private:
             if (tns != kXsNs && Local(found->second.m_node) == "complexType") {
                 g.m_class = TypeClass(SchemaSet::Key(tns, tname));
                 Build(g.m_class);
+                if (++g.m_class->m_rootElements == 1) g.m_class->m_rootName = g.m_name;
                 if (g.m_class->m_abstract) return;
             } else if (!(tns == kXsNs && tname == "anyType")) {
                 g.m_class = ValueClass(doc, el, SimpleByName(doc, el, Attr(el, "type")));

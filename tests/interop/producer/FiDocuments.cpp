@@ -11,8 +11,8 @@
 #include <string>
 
 #include "../../../bench/PoModel.h"
-#include "../../../examples/purchase_order/Checkout.cpp"
-#include "../../../examples/purchase_order/PurchaseOrder.cpp"
+#include "Checkout.h"
+#include "PurchaseOrder.h"
 #include "kvxml/KvXmlLib16.h"
 #include "../../support/PurchaseOrderSamples.h"
 
@@ -70,7 +70,7 @@ struct Contexts {
 };
 
 void DeclareAll(CSerializationContext& c) {
-    c.SetDefaultNamespaceURI(kTargetNamespace);
+    c.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
     c.GetNamespaceAliases().Add(u"xsi", kXsi);
     c.GetNamespaceAliases().Add(u"partner", kPartner);
 }
@@ -89,14 +89,14 @@ int main(int argc, char** argv) {
         const Contexts declared(DeclareAll);
         Emit("order", *MakeOrder(), declared.plain, declared.typed, "pass");
         Emit("checkout", *MakeCheckout(), declared.plain, declared.typed, "pass");
-        CSmartPtr<CPurchaseOrderBatch> batch = new CPurchaseOrderBatch();
+        CSmartPtr<CPurchaseOrders> batch = new CPurchaseOrders();
         batch->SetBatchId(u"b-1");
-        for (int i = 0; i < 3; ++i) batch->GetOrders()->Add(MakeOrder());
+        for (int i = 0; i < 3; ++i) batch->GetPurchaseOrders()->Add(MakeOrder());
         Emit("batch", *batch, declared.plain, declared.typed, "pass");
 
         // Forms that are written on purpose and that some readers refuse.
         const Contexts undeclared([](CSerializationContext& c) {
-            c.SetDefaultNamespaceURI(kTargetNamespace);
+            c.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
             c.GetNamespaceAliases().Add(u"xsi", kXsi);
         });
         Emit("order-namespace-below-root", *MakeOrder(), undeclared.plain, undeclared.typed,
@@ -142,6 +142,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "failed: %s\n", std::string(message.begin(), message.end()).c_str());
         return 1;
     }
-    CleanPurchaseOrderMetaData();
+    ReleaseMetaData();
     return 0;
 }
