@@ -10,6 +10,8 @@ namespace BenchPurchaseOrders {
 using namespace KvXmlLib16;
 using namespace PurchaseOrderSample;
 
+inline constexpr char16_t kTargetNamespace[] = u"urn:kvxml:samples:purchase-order";
+
 inline CSmartPtr<CPurchaseOrder> MakeOrder(int number) {
     CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
     order->SetOrderId(number % 2 ? u"PO-2024-A" : u"PO-2024-B");
@@ -54,7 +56,7 @@ inline CSmartPtr<CPurchaseOrder> MakeOrder(int number) {
 inline CSerializationContext& Context() {
     static CSerializationContext context = [] {
         CSerializationContext c;
-        c.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
+        c.SetDefaultNamespaceURI(kTargetNamespace);
         c.GetNamespaceAliases().Add(u"xsi", u"http://www.w3.org/2001/XMLSchema-instance");
         return c;
     }();

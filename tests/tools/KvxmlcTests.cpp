@@ -49,10 +49,10 @@ struct RoundTrip {
 
 const RoundTrip kRoundTrips[] = {
     {"seq.xsd", &TSeq::CreateForElement,
-     R"(<record xmlns="urn:t:seq" id="r1" version="2" year="2024"><name>a b</name><count>-3</count>
-        <when>2024-02-29T12:30:00Z</when><amount>12.5</amount><big>99999999999999999999</big>
-        <flag>false</flag><blob>AAEC</blob><span>P1DT2H</span><link>http://x.org/a</link>
-        <tag>one</tag><tag>two</tag><score>1.5</score><score>2</score>
+     R"(<record xmlns="urn:t:seq" xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" id="r1" version="2" year="2024">
+        <name>a b</name><count>-3</count><when>2024-02-29T12:30:00Z</when><amount>12.5</amount>
+        <big>99999999999999999999</big><flag>false</flag><blob>AAEC</blob><span>P1DT2H</span><link>http://x.org/a</link>
+        <tag>one</tag><tag>two</tag><score>1.5</score><score>2</score><due xsi:nil="true"/><due>2024-03-01</due>
         <part weight="0.5"><label>x</label></part><part><label>y</label></part></record>)"},
     {"seq.xsd", &TSeq::CreateForElement,
      R"(<record xmlns="urn:t:seq" id="r2"><name>n</name><when>2000-01-01T00:00:00</when><day>2000-01-02</day>

@@ -592,7 +592,9 @@ private:
         }
         SetOccurs(c, m, min, max);
         const std::string propName = m.m_occ == Occ::Col ? Plural(Identifier(name)) : Identifier(name);
-        TypeMember(m, declDoc, decl, global ? StripType(name) : c->m_cppName.substr(1) + Identifier(name));
+        const std::string hint = global ? StripType(name) : c->m_cppName.substr(1) + Identifier(name);
+        TypeMember(m, declDoc, decl, hint);
+        if (m.m_nillable) NillableValue(m, declDoc, decl, hint);
         if (m.m_class && m.m_nillable) m.m_class->m_nillable = true;
         if (m.m_kind == Kind::Enum && m.m_occ == Occ::Col && c->m_groupType == 2)
             doc->Fail(el, "the records cannot express a repeated enumeration in an xs:all group");
@@ -670,6 +672,18 @@ private:
         m.m_pattern = "##any";
     }
 
+    // A nillable element of a simple type: the records take xsi:nil in from a class alone, so its value
+    // is held by a class of its own (one per declaration) that can be nil.
+    void NillableValue(Member& m, Doc* doc, Node decl, const std::string& hint) {
+        if (m.m_kind != Kind::Prim && m.m_kind != Kind::Enum) return;
+        ClassDef*& c = m_nillableValues[decl];
+        if (!c) c = ValueClass(doc, decl, m.m_simple, hint);
+        m.m_kind = Kind::Cls;
+        m.m_class = c;
+        m.m_hasDefault = false;
+        m.m_default.clear();
+    }
+
     void Primitive(Member& m, const Simple& s) {
         m.m_simple = s;
         m.m_kind = s.m_enum ? Kind::Enum : Kind::Prim;
@@ -709,6 +723,8 @@ private:
             m.m_nillable = Attr(alt->m_node, "nillable") == "true";
             SetOccurs(g, m, 1, 1);
             TypeMember(m, alt->m_doc, alt->m_node, StripType(alt->m_name));
+            if (m.m_nillable) NillableValue(m, alt->m_doc, alt->m_node, StripType(alt->m_name));
+            if (m.m_class && m.m_nillable) m.m_class->m_nillable = true;
             m.m_prop = UniqueProp(g, Identifier(alt->m_name));
             g->m_members.push_back(m);
         }
@@ -822,8 +838,8 @@ private:
     }
 
     // A global element of a simple type: a class that holds the text value, for CreateForElement.
-    ClassDef* ValueClass(Doc* doc, Node el, Simple s) {
-        ClassDef* c = NewClass(doc, Identifier(Attr(el, "name")));
+    ClassDef* ValueClass(Doc* doc, Node el, Simple s, const std::string& hint = std::string()) {
+        ClassDef* c = NewClass(doc, hint.empty() ? Identifier(Attr(el, "name")) : hint);
         c->m_recordName = Attr(el, "name");
         c->m_hasText = true;
         if (s.m_enum) s = Simple{"string", 3, {}, nullptr};
@@ -846,6 +862,7 @@ private:
     std::map<Node, ClassDef*> m_groupClasses;
     std::map<Node, ClassDef*> m_anonymous;
     std::map<Node, ClassDef*> m_substitutionClasses;
+    std::map<Node, ClassDef*> m_nillableValues;
     std::map<Node, Simple> m_anonymousSimples;
     std::set<Node> m_flattening;
 };
