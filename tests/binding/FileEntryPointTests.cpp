@@ -5,38 +5,17 @@
 #include <filesystem>
 #include <iterator>
 
-#include "Checkout.h"
-#include "PurchaseOrder.h"
 #include "kvxml/output/CFileTextStream.h"
 #include "support/KvTestBytes.h"
+#include "support/PurchaseOrderSamples.h"
 
 namespace BindingTest {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace PurchaseOrderSample;
+using KvTest::kSampleNamespace;
 using KvTest::OpenDescriptors;
-
-constexpr char16_t kSampleNamespace[] = u"urn:kvxml:samples:purchase-order";
-
-const char kOrder[] =
-    "<purchaseOrder xmlns=\"urn:kvxml:samples:purchase-order\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
-    " orderId=\"PO-1001\" currency=\"USD\" status=\"shipped\">"
-    // clang-format off
-    "<customer>Zo\xC3\xAB &lt;\xE5\xB1\xB1\xE7\x94\xB0&gt; \xF0\x9F\x98\x80</customer><customerNumber>4000000000</customerNumber>"
-    // clang-format on
-    "<priority>2</priority><express>true</express><signature>0AFF10</signature><shipMethod/>"
-    "<billTo><name>Alice Smith</name><street>1 Main St</street><city>Springfield</city><zip>12345</zip></billTo>"
-    "<item partNumber=\"123-AB\" lineNumber=\"1\"><productName>Lawnmower</productName>"
-    "<quantity>1</quantity><unitPrice>148.95</unitPrice><giftWrap>false</giftWrap></item>"
-    "<payment xsi:type=\"CreditCardPaymentType\"><amount>188.45</amount><cardHolder>Alice Smith</cardHolder>"
-    "<cardNumber>4111111111111111</cardNumber></payment></purchaseOrder>";
-
-const char kCheckout[] =
-    "<checkout xmlns=\"urn:kvxml:samples:purchase-order\"><orderRef>PO-1001</orderRef>"
-    "<contact><email>alice@example.com</email><name>Alice Smith</name><preferredChannel>post</preferredChannel>"
-    "</contact><paymentMethod><card><holder>Alice Smith</holder><number>4111111111111111</number>"
-    "<expiry>2028-04</expiry></card></paymentMethod><giftMessage>Happy birthday!</giftMessage></checkout>";
 
 CSerializationContext Context() {
     CSerializationContext context;
@@ -44,16 +23,11 @@ CSerializationContext Context() {
     return context;
 }
 
-template <class T>
-CXmlObjectBase* Make() {
-    return new T();
-}
-
-template <class T>
-CSmartPtr<CXmlObjectBase> Parsed(const std::string& xml) {
-    CSmartPtr<CXmlObjectBase> object(Make<T>());
-    object->FromXml(xml.c_str(), Context());
-    return object;
+// The sample order with one item and a customer in characters of one to four UTF-8 octets.
+CSmartPtr<CXmlObjectBase> Order() {
+    CSmartPtr<CPurchaseOrder> order = KvTest::MakeOrder(1);
+    order->SetCustomer(u"Zo\u00eb <\u5c71\u7530> \U0001F600");
+    return order;
 }
 
 class FileEntryPoints : public KvTest::TempDirTest {
@@ -73,9 +47,7 @@ TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {
     const CSerializationContext context = Context();
     const std::u16string file = Widen(Path("doc.xml"));
     // Routes: 0 byte block, 1 file built in memory, 2 file streamed, 3 streamed and read in chunks.
-    const std::pair<CXmlObjectBase* (*)(), std::string> examples[] = {{Make<CPurchaseOrder>, kOrder},
-                                                                      {Make<CCheckout>, kCheckout}};
-    for (const auto& [make, xml] : examples)
+    for (const CSmartPtr<CXmlObjectBase>& original : {Order(), CSmartPtr<CXmlObjectBase>(KvTest::MakeCheckout())})
         for (int route = 0; route < 4; ++route)
             for (XmlEncoding encoding : {XmlEncoding_UTF8, XmlEncoding_UTF16, XmlEncoding_UTF16_NoDecl})
                 for (CompressionType compression : {CompressionType_None, CompressionType_GZip, CompressionType_ZLib}) {
@@ -84,8 +56,8 @@ TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {
                     if ((route > 0 && compression == CompressionType_ZLib) || (route == 3 && compression != 0)) continue;
                     // clang-format on
                     SCOPED_TRACE(::testing::Message() << route << " " << encoding << " " << compression);
-                    CSmartPtr<CXmlObjectBase> original(make()), back(make());
-                    original->FromXml(xml.c_str(), context);
+                    CSmartPtr<CXmlObjectBase> back =
+                        CreateForElement(kSampleNamespace, original->GetElementName().c_str());
                     const bool declaration = encoding != XmlEncoding_UTF16;
                     EXPECT_EQ(MessageOf([&] {
                                   if (route == 0)
@@ -108,7 +80,7 @@ TEST_F(FileEntryPoints, EveryRouteEncodingAndCompressionRoundTrips) {
 }
 
 TEST_F(FileEntryPoints, RefusalsAndFileFailuresLeaveNoDescriptorBehind) {
-    CSmartPtr<CXmlObjectBase> order = Parsed<CPurchaseOrder>(kOrder);
+    CSmartPtr<CXmlObjectBase> order = Order();
     const CSerializationContext context = Context();
     const std::string missing = Path("missing.xml"), noDir = Path("none/x.xml"), dir = Path("dir");
     struct Case {
@@ -155,7 +127,7 @@ TEST_F(FileEntryPoints, RefusalsAndFileFailuresLeaveNoDescriptorBehind) {
 }
 
 TEST_F(FileEntryPoints, AnObjectBecomesAnUntypedElement) {
-    CSmartPtr<CXmlObjectBase> order = Parsed<CPurchaseOrder>(kOrder);
+    CSmartPtr<CXmlObjectBase> order = Order();
     CSmartPtr<CElement> element = new CElement(order.get(), kSampleNamespace);
     EXPECT_EQ(element->GetDefaultNamespace(), kSampleNamespace);
     EXPECT_EQ(element->GetNamespaceRestriction(), u"##any");

@@ -1,4 +1,4 @@
-// The purchase-order example classes: round trips of whole documents and the options of a call.
+// The purchase-order example classes: a whole document read and written again.
 #include "BindingTestSupport.h"
 #include "support/PurchaseOrderSamples.h"
 
@@ -8,13 +8,6 @@ namespace BindingTest {
 namespace {
 
 using namespace PurchaseOrderSample;
-
-CSmartPtr<CPurchaseOrder> MakeOrder() {
-    CSmartPtr<CPurchaseOrder> order = KvTest::MakeOrder(2);
-    order->GetBillTo()->SetStreet(u"1 Main St");
-    order->GetShipTo()->SetName(u"Bob");
-    return order;
-}
 
 CSerializationContext OrderContext() {
     CSerializationContext context;
@@ -40,21 +33,20 @@ const char kOrderText[] =
     "<cardNumber>4111111111111111</cardNumber></payment>"
     "<AA:note>leave at the door</AA:note></purchaseOrder>";
 
+// Every kind of child reads into new objects, which write the same text again; the tables are
+// built by many threads at once.
 TEST(PurchaseOrder, TablesBuiltByManyThreadsServeThemAllAndTheTextReadsBack) {
     ReleaseMetaData();
     std::vector<std::string> texts(4);
     std::vector<std::thread> threads;
     for (size_t i = 0; i < texts.size(); ++i)
         threads.emplace_back([&texts, i] {
-            CSmartPtr<CPurchaseOrder> order = MakeOrder();
+            CSmartPtr<CPurchaseOrder> order = new CPurchaseOrder();
+            Read(*order, kOrderText, OrderContext());
             texts[i] = Write(*order, OrderContext());
         });
     for (std::thread& thread : threads) thread.join();
     for (const std::string& text : texts) EXPECT_EQ(text, kOrderText);
-    // Every kind of child reads back into new objects, which write the same text again.
-    CSmartPtr<CPurchaseOrder> back = new CPurchaseOrder();
-    Read(*back, kOrderText, OrderContext());
-    EXPECT_EQ(Write(*back, OrderContext()), kOrderText);
 }
 
 } // namespace

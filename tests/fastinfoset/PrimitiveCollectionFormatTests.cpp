@@ -4,29 +4,21 @@
 
 #include <string>
 
-#include "measurements.h"
 #include <kvxml/KvXmlLib16.h>
 #include "support/KvTestText.h"
+#include "support/PurchaseOrderSamples.h"
 
 namespace {
 
 using namespace KvXmlLib16;
 using PurchaseOrderSample::CMeasurements;
 
-CSmartPtr<CMeasurements> Sample() {
-    CSmartPtr<CMeasurements> m = new CMeasurements();
-    m->SetParcelId(u"DE123456789");
-    for (int32_t w : {1200, 1180, 31500}) m->GetWeights()->Add(w);
-    m->GetScanDates()->Add(CConversions::dateFromString(u"2026-11-24", CWhitespaceUtils::WhitespaceRule_Collapse));
-    m->GetDepots()->Add(u"HAM-01");
-    m->GetDepots()->Add(u"BER-07");
-    return m;
-}
+CSmartPtr<CMeasurements> Sample() { return KvTest::ReadSample<CMeasurements>("measurements.xml"); }
 
 TEST(PrimitiveCollectionFormats, FastInfosetRoundTripKeepsEveryItem) {
     for (bool typed : {false, true}) {
         CSerializationContext context;
-        context.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
+        context.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
         if (typed) context.GetFIContext().SetSuggestedValues();
         CSmartPtr<CMeasurements> m = Sample();
         const CBinaryData fi = m->ToFastInfosetStream(FInfoDecl_None, context, CompressionType_None);
@@ -41,7 +33,7 @@ TEST(PrimitiveCollectionFormats, FastInfosetRoundTripKeepsEveryItem) {
 // name, and the collection's end still writes its "]". Kept as the format defines it.
 TEST(PrimitiveCollectionFormats, JsonRepeatsTheNameOfEachItem) {
     CSerializationContext context;
-    context.SetDefaultNamespaceURI(u"urn:kvxml:samples:purchase-order");
+    context.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
     context.GetJsonContext().SetSupportRoundtrip(JsonRoundTrip_None);
     EXPECT_EQ(KvTest::Narrow(Sample()->ToJson(false, EOLType_LF, context)),
               "{\"measurements\": {\"parcelId\": \"DE123456789\",\"weight\": 1200,\"weight\": 1180,"

@@ -20,9 +20,11 @@ cmake --build build-interop -j "$jobs" --target kvxml16 kvxmlc
 # The example classes, generated from their schemas as the build does.
 classes=build-interop/classes
 build-interop/tools/kvxmlc/kvxmlc --cpp-namespace urn:kvxml:samples:purchase-order=PurchaseOrderSample \
-    examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd --out "$classes"
+    examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd \
+    examples/purchase_order/measurements.xsd --out "$classes"
 mkdir -p "$out" build-interop/java
-${CXX:-g++} -std=c++20 -O2 -Isrc -I"$classes" tests/interop/producer/FiDocuments.cpp "$classes"/*.cpp \
+${CXX:-g++} -std=c++20 -O2 -Isrc -I"$classes" -DKVXML_TEST_DATA_DIR="\"$PWD/tests/data\"" \
+    tests/interop/producer/FiDocuments.cpp "$classes"/*.cpp \
     -o build-interop/FiDocuments \
     -Lbuild-interop -lkvxml16 -Wl,-rpath,"$PWD/build-interop"
 javac -d build-interop/java -cp "$classpath" tests/interop/FiInterop.java
