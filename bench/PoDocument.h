@@ -60,9 +60,9 @@ inline bool Ready(benchmark::State& state) {
 
 // The one throughput figure of every program: documentBytes (UTF-8) per iteration, in MB/s.
 inline void SetRate(benchmark::State& state, size_t documentBytes = PoDocument().size()) {
-    state.counters["MB/s"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * static_cast<double>(documentBytes) / 1e6,
-        benchmark::Counter::kIsRate);
+    state.counters["MB/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * static_cast<double>(documentBytes) / 1e6,
+                           benchmark::Counter::kIsRate);
 }
 
 // The context of the purchase orders: their namespace is the default one.

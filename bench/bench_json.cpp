@@ -75,7 +75,8 @@ struct Documents {
         // Both must read back into the same objects.
         CSmartPtr<GeneratedPo::COrders> back = new GeneratedPo::COrders();
         back->FromJson(json.c_str(), PoContext());
-        if (back->ToXml(false, false, EOLType_LF, PoContext()) != orders->ToXml(false, false, EOLType_LF, PoContext())) {
+        if (back->ToXml(false, false, EOLType_LF, PoContext()) !=
+            orders->ToXml(false, false, EOLType_LF, PoContext())) {
             std::fprintf(stderr, "the JSON form does not read back into the same objects\n");
             std::abort();
         }

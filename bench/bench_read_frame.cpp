@@ -24,9 +24,7 @@ const std::string& SmallDocument() {
     return xml;
 }
 
-const std::string& Input(benchmark::State& state) {
-    return state.range(0) ? BenchDoc::PoDocument() : SmallDocument();
-}
+const std::string& Input(benchmark::State& state) { return state.range(0) ? BenchDoc::PoDocument() : SmallDocument(); }
 
 void BM_ExpatFloor(benchmark::State& state) {
     const std::string& xml = Input(state);

@@ -113,7 +113,8 @@ const char16_t* kNs = u"urn:example:po";
 
 CSmartPtr<Node> Convert(const CXmlElement* element) {
     CSmartPtr<Node> node(new Node(element->GetLocalName().c_str(), kNs));
-    for (const CXmlAttribute* a : element->GetAttributes()) node->m_attributes.push_back({a->GetLocalName(), a->GetValue()});
+    for (const CXmlAttribute* a : element->GetAttributes())
+        node->m_attributes.push_back({a->GetLocalName(), a->GetValue()});
     if (!element->GetFirstElement()) node->m_text = element->GetText();
     for (const CXmlElement* child = element->GetFirstElement(); child; child = child->GetNextSiblingElement())
         node->m_children.push_back(Convert(child));
