@@ -52,22 +52,23 @@ public:
         writer->WriteEndElement();
     }
 
-    // What the writer escapes in text, and in attribute values also the quote.
+    // What the writer escapes in text, and in attribute values also the quote; runs between are
+    // appended whole.
     static void AppendEscaped(std::u16string& out, const std::u16string& text, bool attribute) {
-        for (char16_t c : text) {
-            switch (c) {
-            case u'&': out += u"&amp;"; break;
-            case u'<': out += u"&lt;"; break;
-            case u'>': out += u"&gt;"; break;
-            case u'"':
-                if (attribute) {
-                    out += u"&quot;";
-                    break;
-                }
-                [[fallthrough]];
-            default: out += c;
-            }
+        size_t start = 0;
+        for (size_t i = 0; i < text.size(); ++i) {
+            const char16_t c = text[i];
+            const char16_t* entity = c == u'&'                ? u"&amp;"
+                                     : c == u'<'              ? u"&lt;"
+                                     : c == u'>'              ? u"&gt;"
+                                     : c == u'"' && attribute ? u"&quot;"
+                                                              : nullptr;
+            if (!entity) continue;
+            out.append(text, start, i - start);
+            out += entity;
+            start = i + 1;
         }
+        out.append(text, start);
     }
 
     // The same text, appended without a writer: what ToXml cannot beat.
