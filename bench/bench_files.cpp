@@ -3,8 +3,8 @@
 // the chunked filtered load against Expat reading the same file, ToXmlFile streamed against
 // ToXml, and gzip output against zlib's own deflate at the same level.
 //
-// The document is the shared one of PoDocument.h (KVXML_BENCH_DOC, or generated). It is bound to an
-// untyped CElement held as the document's root, which takes any document.
+// The document is the shared one of PoDocument.h (KVXML_BENCH_DOC, or generated), read into the
+// classes generated from its schema.
 #include <benchmark/benchmark.h>
 #include <expat.h>
 #include <zlib.h>
@@ -12,14 +12,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 
 #include "kvxml/KvXmlLib16.h"
 
 #include "PoDocument.h"
+#include "po.h"
 
 using namespace KvXmlLib16;
 
@@ -34,13 +33,7 @@ std::u16string WidePath() {
     return std::u16string(path.begin(), path.end());
 }
 
-const std::string& DocumentBytes() {
-    static const std::string bytes = [] {
-        std::ifstream in(DocumentPath(), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }();
-    return bytes;
-}
+const std::string& DocumentBytes() { return BenchDoc::PoDocument(); }
 
 const std::u16string& OutputPath() {
     static const std::u16string path = [] {
@@ -63,41 +56,19 @@ bool Ready(benchmark::State& state) {
     return false;
 }
 
-void Bytes(benchmark::State& state) {
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(DocumentSize()));
-}
-
-// A whole document as one untyped element: the root is read into the element itself.
-class CAnyDocument : public CXmlObjectBase {
-public:
-    CXmlObjectBase* GetBase() override { return this; }
-    std::u16string GetTargetNamespace() override { return m_root->GetNamespace(); }
-    std::u16string GetNamespace() override { return m_root->GetNamespace(); }
-    void ToXml_Int(CXmlWriter* writer, bool isRoot, const char16_t* namespaceUri, const CSerializationContext& context,
-                   bool flag) const override {
-        m_root->ToXml_Int(writer, isRoot, namespaceUri, context, flag);
-    }
-    CXmlElement* FromXml_Int(CXmlElement* element, CXmlElement*, const CSerializationContext& context,
-                             bool flag) override {
-        return m_root->FromXml_Int(element, element, context, flag);
-    }
-    size_t Children() const { return static_cast<size_t>(m_root->GetChildElements()->GetCount()); }
-
-private:
-    CSmartPtr<CElement> m_root = new CElement(u"any");
-};
+void Bytes(benchmark::State& state) { BenchDoc::SetRate(state, DocumentSize()); }
 
 // Reading: each iteration makes a fresh object; freeing the tree of objects is not timed.
 template <class Read>
 void ReadInto(benchmark::State& state, Read read) {
     if (!Ready(state)) return;
-    const CSerializationContext& context = CSerializationContext::GetDefaultContext();
+    const CSerializationContext& context = BenchDoc::PoContext();
     for (auto _ : state) {
-        CSmartPtr<CAnyDocument> element = new CAnyDocument();
-        read(*element, context);
-        benchmark::DoNotOptimize(element->Children());
+        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
+        read(*orders, context);
+        benchmark::DoNotOptimize(orders->GetOrders()->GetCount());
         state.PauseTiming();
-        element = nullptr;
+        orders = nullptr;
         state.ResumeTiming();
     }
     Bytes(state);
@@ -164,20 +135,20 @@ void BM_ExpatFileChunks(benchmark::State& state) {
     Bytes(state);
 }
 
-const CAnyDocument& Loaded() {
-    static CSmartPtr<CAnyDocument> element = [] {
-        CSmartPtr<CAnyDocument> e = new CAnyDocument();
-        e->FromXml(DocumentBytes().c_str(), CSerializationContext::GetDefaultContext());
-        return e;
+const GeneratedPo::COrders& Loaded() {
+    static CSmartPtr<GeneratedPo::COrders> orders = [] {
+        CSmartPtr<GeneratedPo::COrders> o = new GeneratedPo::COrders();
+        o->FromXml(DocumentBytes().c_str(), BenchDoc::PoContext());
+        return o;
     }();
-    return *element;
+    return *orders;
 }
 
 void BM_ToXml(benchmark::State& state) {
     if (!Ready(state)) return;
-    const CAnyDocument& element = Loaded();
+    const GeneratedPo::COrders& orders = Loaded();
     for (auto _ : state) {
-        std::u16string text = element.ToXml(true, false, EOLType_LF, CSerializationContext::GetDefaultContext());
+        std::u16string text = orders.ToXml(true, false, EOLType_LF, BenchDoc::PoContext());
         benchmark::DoNotOptimize(text.data());
     }
     Bytes(state);
@@ -186,11 +157,11 @@ void BM_ToXml(benchmark::State& state) {
 // Argument 1: the streaming route; 0: the whole document in memory, then one write.
 void BM_ToXmlFile(benchmark::State& state) {
     if (!Ready(state)) return;
-    const CAnyDocument& element = Loaded();
+    const GeneratedPo::COrders& orders = Loaded();
     AsyncToXmlFile(state.range(0) != 0);
     for (auto _ : state)
-        element.ToXmlFile(OutputPath().c_str(), true, false, XmlEncoding_UTF8, EOLType_LF,
-                          CSerializationContext::GetDefaultContext(), CompressionType_None);
+        orders.ToXmlFile(OutputPath().c_str(), true, false, XmlEncoding_UTF8, EOLType_LF, BenchDoc::PoContext(),
+                         CompressionType_None);
     AsyncToXmlFile(false);
     std::remove(std::string(OutputPath().begin(), OutputPath().end()).c_str());
     Bytes(state);
