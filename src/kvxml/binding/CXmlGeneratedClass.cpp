@@ -313,8 +313,10 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
     const size_t count = CountOf(records);
     FoundFlags found(count);
     for (CXmlAttribute* attribute : element->GetAttributes()) {
-        if (attribute->IsNamespaceAttribute()) continue;
-        if (attribute->IsNilAttribute()) {
+        // Both tests need the instance or the xmlns namespace: an attribute in none skips them.
+        const bool inNamespace = !attribute->GetNamespaceURI().empty();
+        if (inNamespace && attribute->IsNamespaceAttribute()) continue;
+        if (inNamespace && attribute->IsNilAttribute()) {
             INillable* nillable = dynamic_cast<INillable*>(this);
             if (!nillable)
                 throw CKvValidationException(u"Invalid use of 'nil' attribute in non-nillable element.",
