@@ -66,7 +66,7 @@ def peak_rss():
     # A program of its own when there is one, else one FromXml in the binding benchmark.
     own = os.path.join(build, "bench/fromxml_rss")
     if os.path.exists(own):
-        command = [own, doc]
+        command = [own]
     else:
         command = [os.path.join(build, "bench/bench_binding"), "--benchmark_filter=^BM_FromXmlOnce"]
     if not os.path.exists(command[0]):

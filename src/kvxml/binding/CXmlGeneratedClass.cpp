@@ -1,6 +1,7 @@
 #include "kvxml/binding/CXmlGeneratedClass.h"
 
 #include <memory>
+#include <typeinfo>
 #include <vector>
 
 #include "kvxml/base/CKvException.h"
@@ -55,6 +56,25 @@ const CParentElementInfo& ClassInfoOf(const CXmlGeneratedClass* object) {
 }
 
 using BindingHelpers::ThrowLeftOver;
+
+// Whether the object's class implements INillable. The cross cast walks the class graph, once per
+// object read; the answer belongs to the dynamic type, so the last few types keep theirs.
+bool IsNillableClass(const CXmlGeneratedClass* object) {
+    struct Entry {
+        const std::type_info* type;
+        bool nillable;
+    };
+    constexpr size_t kEntries = 8;
+    thread_local Entry entries[kEntries] = {};
+    thread_local size_t next = 0;
+    const std::type_info* type = &typeid(*object);
+    for (const Entry& entry : entries)
+        if (entry.type == type) return entry.nillable;
+    const bool nillable = dynamic_cast<const INillable*>(object) != nullptr;
+    entries[next] = {type, nillable};
+    next = (next + 1) % kEntries;
+    return nillable;
+}
 
 } // namespace
 
@@ -264,7 +284,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
         // The object takes the name of the element it was read from, and writes itself under it later.
         if (info.GetElementType() == XmlElementType_Element) m_elementName = element->GetLocalName();
         ProcessAttributesFromXml(context, element, info.GetFromXmlFailIfAttributeUnknown());
-        const INillable* nillable = dynamic_cast<const INillable*>(this);
+        const INillable* nillable = IsNillableClass(this) ? dynamic_cast<const INillable*>(this) : nullptr;
         // The content of a nil element is not read, not even to be refused.
         if (nillable && nillable->IsNil()) return firstChild;
         ReadBody(info, element, result, firstChild, context, ignoreMissingChoice);
@@ -313,8 +333,10 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
     const size_t count = CountOf(records);
     FoundFlags found(count);
     for (CXmlAttribute* attribute : element->GetAttributes()) {
-        if (attribute->IsNamespaceAttribute()) continue;
-        if (attribute->IsNilAttribute()) {
+        // Both tests need the instance or the xmlns namespace: an attribute in none skips them.
+        const bool inNamespace = !attribute->GetNamespaceURI().empty();
+        if (inNamespace && attribute->IsNamespaceAttribute()) continue;
+        if (inNamespace && attribute->IsNilAttribute()) {
             INillable* nillable = dynamic_cast<INillable*>(this);
             if (!nillable)
                 throw CKvValidationException(u"Invalid use of 'nil' attribute in non-nillable element.",

@@ -1,4 +1,5 @@
 #include "kvxml/base/CKvException.h"
+#include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/collections/CElement.h"
@@ -8,8 +9,6 @@
 namespace KvXmlLib16 {
 
 namespace {
-
-std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
 // A successful parse always has a root; this guards the call below should that ever change.
 CXmlElement* RootOf(const CXmlDocument& document) {
@@ -46,9 +45,10 @@ CXmlElement* CXmlObjectBase::FromXml_Int(CXmlObjectBase* object, CXmlElement* el
 
 bool CXmlObjectBase::DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,
                                           const char16_t* name, const char16_t* namespaceUri) {
-    if (!element || element->GetLocalName() != OrEmpty(name)) return false;
+    // Collections ask this once per item: one pass over each name, with no length taken first.
+    if (!element || !BindingHelpers::SameText(element->GetLocalName(), name ? name : u"")) return false;
     if (context.GetSchemaType() == SchemaType_NoNamespaces || context.GetIgnoreNamespaces()) return true;
-    return element->GetNamespaceURI() == OrEmpty(namespaceUri);
+    return BindingHelpers::SameText(element->GetNamespaceURI(), namespaceUri ? namespaceUri : u"");
 }
 
 // ---- reading an object from an untyped element ----

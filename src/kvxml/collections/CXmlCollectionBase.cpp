@@ -56,6 +56,8 @@ void CXmlCollectionBase::RemoveEventListener(IEventSink* sink) {
 // The end of the array is read again at every step, and elements are reached by index, so a sink
 // that adds sinks while it is called is safe.
 void CXmlCollectionBase::Fire(IEventSink::MsgType message, void* data) {
+    // Nearly every collection has no sink; reading adds items by the hundred thousand.
+    if (m_eventSinks.empty()) return;
     CXmlObjectBase* source = GetBase();
     for (std::size_t i = 0; i < m_eventSinks.size(); ++i) m_eventSinks[i]->OnEvent(source, message, data);
 }
