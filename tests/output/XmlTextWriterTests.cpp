@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <random>
 #include <string>
@@ -312,4 +313,56 @@ TEST(XmlWriterForms, InstructionsCommentsAndInlineSchema) {
          {S(u"r"), T(u"t"), {'C', u"c"}, {'I', u"s"}, E}, u"<r>t<!--c-->\n \ns\n</r>"},
     });
     // clang-format on
+}
+
+// A new writer is formatted with a tab and LF and leaves default values out; a refused line-end type
+// keeps the one before.
+TEST(CXmlTextWriter, Defaults) {
+    CTextStream stream(4095, XmlEncoding_None);
+    CXmlTextWriter writer(&stream);
+    EXPECT_EQ(
+        std::tuple(writer.GetFormatted(), writer.GetIndent(), writer.GetEOLType(), writer.GetWriteDefaultValues()),
+        std::tuple(true, std::u16string(u"\t"), EOLType_LF, false));
+    writer.SetEOLType(EOLType_CRLF);
+    EXPECT_THROW(writer.SetEOLType(static_cast<EOLType>(2)), CKvException);
+    EXPECT_EQ(writer.GetEOLType(), EOLType_CRLF);
+}
+
+// CloseOutput closes the stream before it checks for unclosed elements. A stream that empties its
+// buffer on Flush (as a file stream does) receives the same text as the in-memory one, and only in
+// pieces of at least 4096 characters.
+TEST(CXmlTextWriter, StreamOperationsAndFlushRule) {
+    struct DrainingStream : CTextStream {
+        std::u16string drained;
+        int closes = 0;
+        uint32_t smallest = UINT32_MAX;
+        DrainingStream() : CTextStream(4095, XmlEncoding_None) {}
+        void Close() override { ++closes; }
+        void Flush() override {
+            smallest = std::min(smallest, GetBuffer().GetTotal());
+            drained += GetText();
+            GetBuffer().Clear();
+        }
+    };
+    CTextStream memory(4095, XmlEncoding_None);
+    DrainingStream draining;
+    for (CTextStream* stream : {&memory, static_cast<CTextStream*>(&draining)}) {
+        CXmlTextWriter w(stream);
+        w.OpenOutput();
+        w.WriteXmlDeclaration();
+        w.WriteStartElement(u"root", u"urn:r");
+        for (int i = 0; i < 1000; ++i) {
+            w.WriteStartElement(u"item", i % 3 == 0 ? u"urn:other" : u"urn:r");
+            w.WriteAttribute(u"n", u"", std::u16string(i % 7, u'x'), kString);
+            w.WriteElementText(u"value & more\n", kString, false);
+            w.WriteEndElement();
+        }
+        EXPECT_THROW(w.CloseOutput(), CKvException);
+        w.WriteEndElement();
+        w.CloseOutput();
+    }
+    EXPECT_EQ(draining.closes, 2);
+    EXPECT_GE(draining.smallest, 4096u);
+    draining.Flush();
+    EXPECT_EQ(draining.drained, memory.GetText());
 }

@@ -84,16 +84,16 @@ TEST(WindowsSemantics, IntegerScanners) {
 }
 
 TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
+    // clang-format off
     const struct {
         const char16_t* text;
         double value;
         size_t consumed;
     } cases[] = {
-        // clang-format off
         {u"\v-2.25e2 rest", -225.0, 8}, {u"inf", 0.0, 0}, {u"-Infinity", 0.0, 0}, {u"nan", 0.0, 0},
         {u" NaN(1)", 0.0, 0}, {u"0x1p3", 0.0, 1}, {u"0X1.8", 0.0, 1}, {u"1,5", 1.0, 1}, {u"\u0661", 0.0, 0},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& c : cases) {
         errno = 0;
         char16_t* end = nullptr;
@@ -110,6 +110,59 @@ TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
     const std::u16string longText = u"0." + std::u16string(300, u'0') + u"1e301";
     EXPECT_EQ(WcsToD(longText.c_str(), &end), 1.0);
     EXPECT_EQ(size_t(end - longText.c_str()), longText.size());
+}
+
+// Folded to lower case as the run-time folds: '_' sorts before letters, and only ASCII folds.
+TEST(WindowsSemantics, WcsICmpFoldsAsciiToLowerCase) {
+    const struct {
+        const char16_t *a, *b;
+        int sign;
+    } cases[] = {{u"true", u"TRUE", 0}, {u"", u"", 0},    {u"a", u"", 1},
+                 {u"abc", u"ABD", -1},  {u"_", u"A", -1}, {u"\u00E9", u"\u00C9", 1}};
+    for (const auto& c : cases) {
+        const int r = WcsICmp(c.a, c.b);
+        EXPECT_EQ((r > 0) - (r < 0), c.sign) << &c - cases;
+    }
+    errno = 0;
+    EXPECT_EQ(WcsICmp(nullptr, u"x"), INT_MAX);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+// Known UTC instants (the epoch, a leap day, past 2038, the last second served) both ways; local
+// fields back to the same seconds over the whole range in a zone with summer time.
+TEST(WindowsSemantics, TimeConversionsRoundTrip) {
+    const struct {
+        int64_t seconds;
+        int year, month, day, hour, minute, second, wday, yday;
+    } instants[] = {
+        {0, 1970, 1, 1, 0, 0, 0, 4, 0},
+        {951782400, 2000, 2, 29, 0, 0, 0, 2, 59},
+        {2147483648LL, 2038, 1, 19, 3, 14, 8, 2, 18},
+        {2208988800LL, 2040, 1, 1, 0, 0, 0, 0, 0},
+        {4107585600LL, 2100, 3, 1, 12, 0, 0, 1, 59},
+        {kLastSecond, 3000, 12, 31, 23, 59, 59, 3, 364},
+    };
+    for (const auto& i : instants) {
+        std::tm t{};
+        ASSERT_TRUE(GmTime64(i.seconds, &t)) << i.seconds;
+        EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, t.tm_wday,
+                             t.tm_yday, t.tm_isdst),
+                  std::tuple(i.year, i.month, i.day, i.hour, i.minute, i.second, i.wday, i.yday, 0));
+        EXPECT_EQ(MkGmTime64(&t), i.seconds);
+    }
+    KvTest::ZoneScope zone(kCentralEurope);
+    for (int64_t s = 7200; s < kLastSecond - 7200; s += 7777777) {
+        std::tm local{};
+        ASSERT_TRUE(LocalTime64(s, &local)) << s;
+        EXPECT_EQ(MkTime64(&local), s) << s;
+    }
+    errno = 0;
+    EXPECT_EQ(DiffTime64(10, 4), 6.0);
+    EXPECT_EQ(DiffTime64(4, 10), -6.0);
+    EXPECT_EQ(DiffTime64(kLastSecond, 0), double(kLastSecond));
+    EXPECT_EQ(errno, 0);
+    EXPECT_EQ(DiffTime64(5, -1), 0.0); // a negative time is refused with EINVAL, as the run-time does
+    EXPECT_EQ(errno, EINVAL);
 }
 
 TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
@@ -143,9 +196,8 @@ TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
         EXPECT_EQ(got, c.seconds) << &c - cases;
         if (c.seconds >= 0) {
             EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_isdst),
-                      // clang-format off
-                      std::tuple(c.year, c.month, c.day, c.hour, c.isdst)) << &c - cases;
-            // clang-format on
+                      std::tuple(c.year, c.month, c.day, c.hour, c.isdst))
+                << &c - cases;
         }
     }
 }
@@ -174,9 +226,8 @@ TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
         EXPECT_EQ(LocalTime64(c.seconds, &t), c.served) << &c - cases;
         if (c.served && c.year != 0) {
             EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mday, t.tm_hour, t.tm_isdst),
-                      // clang-format off
-                      std::tuple(c.year, c.day, c.hour, c.isdst)) << &c - cases;
-            // clang-format on
+                      std::tuple(c.year, c.day, c.hour, c.isdst))
+                << &c - cases;
         }
     }
     std::tm t{};
@@ -198,11 +249,10 @@ TEST(WindowsSemantics, FileTimeToSystemTimeOfKnownValues) {
         FILETIME ft{static_cast<uint32_t>(c.ticks), static_cast<uint32_t>(c.ticks >> 32)};
         SYSTEMTIME st{};
         ASSERT_TRUE(FileTimeToSystemTime(&ft, &st)) << c.ticks;
-        // clang-format off
-        EXPECT_EQ(std::tuple(st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond,
-                             st.wMilliseconds),
-                  std::tuple(c.year, c.month, c.dow, c.day, c.hour, c.minute, c.second, c.ms)) << c.ticks;
-        // clang-format on
+        EXPECT_EQ(
+            std::tuple(st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds),
+            std::tuple(c.year, c.month, c.dow, c.day, c.hour, c.minute, c.second, c.ms))
+            << c.ticks;
     }
     SYSTEMTIME st{};
     for (FILETIME ft : {FILETIME{0, 0x80000000u}, FILETIME{0xFFFFFFFFu, 0xFFFFFFFFu}})
