@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iterator>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -209,6 +211,85 @@ TEST(CXmlCollection, CopiesShareItemsNotNodes) {
     EXPECT_EQ(g_itemsAlive, before);
 }
 
+// Counts are checked against the bounds unless the context says to ignore them (a maximum below the
+// minimum is checked first); a collection writes its items without a wrapper and fails before any.
+TEST(CXmlCollectionBase, CountValidation) {
+    const struct {
+        int32_t min, max, count;
+        bool ignore;
+        const char* expected; // empty: valid
+    } rows[] = {
+        {0, -1, 50, false, ""},
+        {0, 2, 2, false, ""},
+        {0, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},
+        {2, 5, 1, false, "The Minimum number of [item] elements allowed in this collection is 2"},
+        {0, 2, 3, true, ""},
+        {2, 5, 1, true, ""},
+        {5, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},
+    };
+    for (const auto& r : rows) {
+        CSmartPtr<ItemCol> col(new ItemCol(r.min, r.max));
+        for (int32_t i = 0; i < r.count; ++i) col->AppendItem(new Item(u"x"));
+        CSerializationContext context;
+        context.SetIgnoreInvalidCollectionCounts(r.ignore);
+        EXPECT_EQ(col->IsValidCount(context), !*r.expected) << r.expected;
+        EXPECT_EQ(MessageOf<CKvValidationException>([&] { col->ValidateCount(context); }),
+                  *r.expected ? r.expected : "<no exception>");
+    }
+    EXPECT_EQ(MessageOf([] { ItemCol().GetTargetNamespace(); }),
+              "CXmlCollectionBase::GetTargetNamespace Should not be used from within a Collection (program logic "
+              "error)");
+
+    CSmartPtr<ItemCol> col(new ItemCol(0, 1));
+    col->AppendItem(new Item(u"a"));
+    col->AppendItem(new Item(u"b"));
+    CSerializationContext lenient;
+    lenient.SetIgnoreInvalidCollectionCounts(true);
+    for (const CSerializationContext* context : {&lenient, &CSerializationContext::GetDefaultContext()}) {
+        CTextStream stream(4095, XmlEncoding_None);
+        stream.Open();
+        CXmlTextWriter w(&stream);
+        w.SetFormatted(false);
+        w.WriteStartElement(u"p", u"");
+        col->AttributesToXml_Int(&w, *context);
+        const bool failed = MessageOf<CKvValidationException>(
+                                [&] { col->ToXml_Int(&w, false, u"", *context, false); }) != "<no exception>";
+        EXPECT_EQ(Narrow(stream.GetText()), failed ? "<p a=\"1\" b=\"1\"" : "<p a=\"1\" b=\"1\"><a/><b/>");
+        EXPECT_EQ(failed, context != &lenient);
+    }
+}
+
+// A choice takes its collection once: a second visit reads nothing, and nothing taken is not validated.
+TEST(CXmlObjectBase, ChoiceReadCollectionReadsOnceAndValidates) {
+    CXmlDocument doc;
+    doc.LoadXml(u"<r><item/><item/><other/></r>");
+    CXmlElement* first = doc.GetDocumentElement()->GetFirstElement();
+    CXmlElement* other = first->GetNextSiblingElement()->GetNextSiblingElement();
+    const struct {
+        int32_t min, max, itemsRead;
+        CXmlElement *start, *end;
+        int32_t readAfter, countAfter;
+        bool throws;
+    } rows[] = {
+        {0, -1, 0, first, other, 1, 2, false},
+        {0, -1, 1, first, first, 1, 0, false},
+        {5, 6, 0, other, other, 0, 0, false},
+        {0, 1, 0, first, other, 0, 2, true}, // taken out of bounds: the cursor has moved
+    };
+    for (const auto& r : rows) {
+        CSmartPtr<ItemCol> col(new ItemCol(r.min, r.max));
+        CXmlElement* current = r.start;
+        int32_t itemsRead = r.itemsRead;
+        const std::string message = MessageOf<CKvValidationException>([&] {
+            CXmlObjectBase::Choice_Read_Collection(col, doc.GetDocumentElement(), current, itemsRead,
+                                                   CSerializationContext::GetDefaultContext());
+        });
+        EXPECT_EQ(std::tuple(current, itemsRead, col->GetCount(), message != "<no exception>"),
+                  std::tuple(r.end, r.readAfter, r.countAfter, r.throws))
+            << &r - rows;
+    }
+}
+
 std::string Xml(const CXmlObjectBase* object, bool formatted = false) {
     return Narrow(object->ToXml(false, formatted, EOLType_LF, CSerializationContext::GetDefaultContext()));
 }
@@ -260,6 +341,30 @@ TEST(CElementCol, RestrictionIsAlwaysAnyAndTheNamespaceRuleIsReversed) {
     std::string names;
     for (CElement* e : *col) names += Narrow(e->GetName());
     EXPECT_EQ(names, "abcz");
+}
+
+// Keywords are restrictions, not namespaces; a null name, restriction or target is refused.
+TEST(CElement, ConstructorNamespaceRules) {
+    for (const char16_t* keyword : {u"##any", u"##other", u"##local", u"##targetNamespace"})
+        EXPECT_EQ(MessageOf<CKvInvalidNamespaceException>([&] { CElement e(u"a", keyword); }),
+                  "Invalid Namespace [" + Narrow(keyword) + "].");
+    const struct {
+        const char16_t *name, *restriction, *target;
+        const char* expected;
+    } nulls[] = {
+        {nullptr, u"##any", u"", "Element Name must have a value"},
+        {u"a", nullptr, u"", "Namespace Restriction must have a value"},
+        {u"a", u"##any", nullptr, "Target Namespace must have a value"},
+        {u"a", u"##local", u"", "<no exception>"},
+    };
+    for (const auto& n : nulls)
+        EXPECT_EQ(MessageOf<CKvInvalidNamespaceException>([&] { CElement e(n.name, u"", n.restriction, n.target); }),
+                  n.expected);
+    EXPECT_THROW(CElement(u"a", u"urn:other", u"##local", u""), CKvInvalidNamespaceException);
+    CElement plain(u"a"), own(u"a", u"urn:x"); // "##any" silently; the namespace doubles as the restriction
+    EXPECT_EQ(Narrow(plain.GetNamespaceRestriction() + u"|" + own.GetNamespaceRestriction() + u"|" +
+                     own.GetAttributes()->GetNamespace()),
+              "##any|urn:x|urn:x");
 }
 
 TEST(CElement, SetNamespaceRestrictionsChecksButChangesNothing) {
@@ -410,6 +515,41 @@ std::u16string Nested(int depth) {
     for (int i = 0; i < depth; ++i) xml += u"<a>";
     for (int i = 0; i < depth; ++i) xml += u"</a>";
     return xml;
+}
+
+// Mutated documents and random restrictions through every wildcard path only return or throw.
+TEST(CElement, RandomDocumentsAndNamespacesOnlyReturnOrThrow) {
+    std::mt19937 rng(3);
+    const std::u16string seed =
+        u"<r xmlns='urn:r' xmlns:p='urn:p' a='1' p:b='&amp;'>x<c>in</c><![CDATA[y]]><p:d><e p:f=''/></p:d></r>";
+    const std::u16string noise = u"<>/='\"&;#:px \u00e9\xD800";
+    const char16_t* words[] = {u"",      u"##any", u"##other",       u"##local", u"##targetNamespace",
+                               u"urn:r", u"urn:p", u"##other urn:r", u" ",       u"#"};
+    for (int i = 0; i < 2000; ++i) {
+        std::u16string xml = seed;
+        for (int n = static_cast<int>(rng() % 4); n >= 0 && !xml.empty(); --n) {
+            const std::size_t at = rng() % xml.size();
+            if (rng() % 2)
+                xml.erase(at, 1 + rng() % 8);
+            else
+                xml.insert(at, 1, noise[rng() % noise.size()]);
+        }
+        const char16_t* pick[3];
+        for (auto& p : pick) p = words[rng() % std::size(words)];
+        try {
+            CSmartPtr<CElement> e(new CElement(u"e", pick[0], pick[1], pick[2]));
+            CXmlDocument doc;
+            doc.LoadXml(xml.c_str());
+            if (doc.GetDocumentElement())
+                CSmartPtr<CElement>(new CElement(u"c"))->CopyXmlElement(doc.GetDocumentElement());
+            e->FromXml(xml.c_str());
+            e->SetNamespaceRestrictions(pick[1], pick[2]);
+            Xml(e->Clone());
+        } catch (const CKvException&) {
+        } catch (CKvException* e) {
+            delete e;
+        }
+    }
 }
 
 TEST(CElement, DeepNestingFailsCleanly) {
