@@ -170,9 +170,8 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
         const std::u16string width = widths[random() % 5], precision = precisions[random() % 6];
         const std::u16string prefix = prefixes[random() % 13];
         const char16_t type = types[random() % 22];
-        // clang-format off
-        const std::u16string full = u"%" + std::u16string(flags[random() % 5]) + width + precision + prefix + type + u"|";
-        // clang-format on
+        const std::u16string full =
+            u"%" + std::u16string(flags[random() % 5]) + width + precision + prefix + type + u"|";
         const int s1 = stars[random() % 4], s2 = stars[random() % 4];
         const int starCount = (width == u"*") + (precision == u".*");
         const bool wide64 = prefix == u"I" || prefix == u"ll" || prefix == u"I64";
@@ -183,9 +182,10 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
         };
         try {
             if (std::u16string(u"diuxXo").find(type) != std::u16string::npos) {
-                // clang-format off
-                if (wide64) call(static_cast<long long>(random())); else call(static_cast<int>(random()));
-                // clang-format on
+                if (wide64)
+                    call(static_cast<long long>(random()));
+                else
+                    call(static_cast<int>(random()));
             } else if (type == u'c' || type == u'C') {
                 call(static_cast<int>(random() % 0x10000));
             } else if (std::u16string(u"eEfgGaA").find(type) != std::u16string::npos) {

@@ -103,9 +103,9 @@ inline CAttributeInfo* StringAttribute(const char16_t* name, int32_t index, bool
 inline constexpr const char16_t* kColours[] = {u"red", u"green", u"blue"};
 inline constexpr const char16_t* kSizes[] = {u"small", u"medium", u"large"};
 template <const char16_t* const* Names>
-// clang-format off
-const char16_t* EnumToText(int32_t v) { return v >= 0 && v < 3 ? Names[v] : nullptr; }
-// clang-format on
+const char16_t* EnumToText(int32_t v) {
+    return v >= 0 && v < 3 ? Names[v] : nullptr;
+}
 template <const char16_t* const* Names>
 int32_t EnumFromText(const char16_t* text) {
     for (int32_t i = 0; i < 3; ++i)
@@ -419,9 +419,8 @@ inline CSerializationContext RandomContext(std::mt19937& random) {
 }
 
 // Reads the document, and writes back what was read; either returns or fails with a CKvException.
-// clang-format off
-inline void ReadWriteSurvives(CXmlGeneratedClass& object, const std::string& xml, const CSerializationContext& context) {
-    // clang-format on
+inline void ReadWriteSurvives(CXmlGeneratedClass& object, const std::string& xml,
+                              const CSerializationContext& context) {
     try {
         Read(object, xml.c_str(), context);
         Write(object, context);

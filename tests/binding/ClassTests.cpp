@@ -18,9 +18,8 @@ CSerializationContext XsiContext() {
 // ---- nil objects ------------------------------------------------------------------------------
 
 struct NilFixture {
-    // clang-format off
-    Tables child{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"child"), {StringMnd(u"v", 0)},
-                 // clang-format on
+    Tables child{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"child"),
+                 {StringMnd(u"v", 0)},
                  {StringAttribute(u"id", 1)}};
     Tables root{ClassInfo(XmlElementGroupType_Seq),
                 {new CElementInfoSeqClsMnd(u"req", u"", 0, XmlElementType_Element, &CreateClass, 0, true),
@@ -87,9 +86,8 @@ TEST(GroupClass, PseudoChildKeepsItsAttributesInTheParentAndInlineLosesThem) {
         CTestObject back(f.root);
         f.Attach(back);
         Read(back, text.c_str(), CSerializationContext());
-        // clang-format off
-        EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1), type == XmlElementType_Pseudo ? "yx" : "y<unset>");
-        // clang-format on
+        EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1),
+                  type == XmlElementType_Pseudo ? "yx" : "y<unset>");
         EXPECT_EQ(Write(back, CSerializationContext()), text);
     }
 }
@@ -148,6 +146,7 @@ struct AttributeReadCase {
     const char* expected; // "id|opt|kind|p" or the full message of the failure
 };
 
+// clang-format off
 const AttributeReadCase kAttributeReadCases[] = {
     {"namespace attributes are skipped",
      "<root xmlns:q='urn:q' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:type='T' "
@@ -166,12 +165,11 @@ const AttributeReadCase kAttributeReadCases[] = {
     {"primitive in another namespace stays unknown under ignored namespaces",
      "<root xmlns:y='urn:y' id='a' y:p='v' must='m'/>", true, false, true,
      "Unexpected Attribute found.\nPath: /root/y:@p"},
-    // clang-format off
     {"nil on a class that cannot be nil", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' id='a' "
                                           "xsi:nil='false' must='m'/>",
-     // clang-format on
      false, false, true, "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root"},
 };
+// clang-format on
 
 class AttributeRead : public ::testing::TestWithParam<AttributeReadCase> {};
 
@@ -259,10 +257,9 @@ struct AbstractFixture {
 TEST(AbstractChild, ClassChosenByTypeAndWrittenBackWithIt) {
     AbstractFixture f(true);
     CTestObject object(f.root);
-    // clang-format off
-    const char* xml = "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><pay xsi:type=\"CardType\">"
-                      "<no>42</no></pay></root>";
-    // clang-format on
+    const char* xml =
+        "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><pay xsi:type=\"CardType\">"
+        "<no>42</no></pay></root>";
     Read(object, xml, CSerializationContext());
     ASSERT_NE(object.TestChild(0), nullptr);
     EXPECT_EQ(object.TestChild(0)->Text(0), "42");
@@ -308,14 +305,13 @@ TEST(Robustness, RandomChildrenThroughEveryGroupKind) {
                   {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1, ItemType_i4)});
     Tables all(ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"l", false),
                {AllPrimMnd(u"m", 0), AllPrimOpt(u"n", 1)});
-    // clang-format off
-    Tables root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
-                {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateClass, 0, false),
-                 new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateClass, 0, true),
-                 new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateClass, 0, false),
-                 new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
-                 new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
-    // clang-format on
+    Tables root(
+        ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
+        {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateClass, 0, false),
+         new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateClass, 0, true),
+         new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateClass, 0, false),
+         new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
+         new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
     CTestObject object(root);
     object.onInit = [&](CTestObject& o) {
         o.props[1].SetXmlObject(new CTestObject(pseudo, u"p"));

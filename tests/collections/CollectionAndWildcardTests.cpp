@@ -32,9 +32,10 @@ int g_itemsAlive = 0;
 // A minimal object: written as <name/>, or as the attribute name="1" of its parent.
 class Item : public CXmlObjectBase {
 public:
-    // clang-format off
-    explicit Item(const char16_t* name) { SetElementName(name); ++g_itemsAlive; }
-    // clang-format on
+    explicit Item(const char16_t* name) {
+        SetElementName(name);
+        ++g_itemsAlive;
+    }
     ~Item() override { --g_itemsAlive; }
     CXmlObjectBase* GetBase() override { return this; }
     std::u16string GetTargetNamespace() override { return u""; }
@@ -62,9 +63,8 @@ public:
     void ToXml_Int(CXmlWriter* writer, bool, const char16_t* ns, const CSerializationContext& context,
                    bool) const override {
         ValidateCount(context);
-        // clang-format off
-        for (const CNode* n = m_head; n; n = n->m_next) n->m_item->GetBase()->ToXml_Int(writer, false, ns, context, false);
-        // clang-format on
+        for (const CNode* n = m_head; n; n = n->m_next)
+            n->m_item->GetBase()->ToXml_Int(writer, false, ns, context, false);
     }
     CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext&, bool) override {
         for (; element && element->GetLocalName() == m_elementName; element = element->GetNextSiblingElement())
@@ -117,21 +117,19 @@ TEST(CXmlCollection, InsertionPositionsAndTheirMessages) {
     col->AddAfterItem(nullptr, c);  // null: first
     col->AddBeforeItem(nullptr, d); // null: last
     EXPECT_EQ(col->Names(), "cabd");
+    // clang-format off
     const struct {
         int how, at; // 0 after, 1 before, 2 at index
         const char* expected;
-        // clang-format off
     } rows[] = {{0, 'd', "cabde"}, {1, 'c', "ecabd"}, {0, 'a', "caebd"}, {2, 4, "cabde"}, {2, 0, "ecabd"}, {2, 2, "caebd"}};
-    // clang-format on
     CXmlObjectBase* byName[] = {a, b, c, d};
     for (const auto& r : rows) {
-        // clang-format off
         if (r.how == 2) col->AddItemAt(r.at, e);
         else (col.get()->*(r.how ? &ItemCol::AddBeforeItem : &ItemCol::AddAfterItem))(byName[r.at - 'a'], e);
-        // clang-format on
         EXPECT_EQ(col->Names(), r.expected);
         col->Remove(static_cast<int32_t>(std::string(r.expected).find('e')));
     }
+    // clang-format on
 
     // A failed lookup has fired message 1 only and leaves the list.
     rec.events.clear();
@@ -295,10 +293,10 @@ std::string Xml(const CXmlObjectBase* object, bool formatted = false) {
 }
 
 TEST(CAttributeCol, NamespaceFromALiteralFirstTokenAndAddForms) {
+    // clang-format off
     const struct {
         const char16_t *ns, *restriction;
         const char* expected;
-        // clang-format off
     } rows[] = {
         {u"", u"http://a http://b", "http://a"}, {u"", u" urn:x", ""}, {u"urn:given", u"urn:x", "urn:given"},
         {u"", u"##any", ""}, {u"", u"#a", ""}, {u"", u"a#", ""}, {u"", u"x", ""}, {u"", u"", ""}
@@ -400,11 +398,11 @@ TEST(CElement, WritesTextBehindChildrenAndADefaultNamespaceThroughAWriterOfItsOw
     root->GetAttributes()->Add(u"b", u"2", u"urn:b");
     root->GetChildElements()->Add(u"c", u"urn:r")->SetText(u"in");
     root->GetChildElements()->Add(u"d", u"");
-    // clang-format off
-    EXPECT_EQ(Xml(root), "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\"><AA:c>in</AA:c><d/>t&amp;</AA:r>");
-    EXPECT_EQ(Xml(root, true),
-              "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\">\n\t<AA:c>in</AA:c>\n\t<d/>\nt&amp;</AA:r>\n");
-    // clang-format on
+    EXPECT_EQ(Xml(root),
+              "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\"><AA:c>in</AA:c><d/>t&amp;</AA:r>");
+    EXPECT_EQ(
+        Xml(root, true),
+        "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\">\n\t<AA:c>in</AA:c>\n\t<d/>\nt&amp;</AA:r>\n");
 
     CSmartPtr<CElement> outer(new CElement(u"r"));
     CSmartPtr<CElement> inner(new CElement(u"i", u"urn:d"));
@@ -453,10 +451,9 @@ TEST(CElement, CopyXmlElementCloneAndFromXml) {
     for (CElement* e : {copied.get(), read.get()}) {
         EXPECT_EQ(Narrow(e->GetName() + u"|" + e->GetNamespace() + u"|" + e->GetText()), "r|urn:r|xy");
         // Mixed content is written with all its text behind the children.
-        // clang-format off
-        EXPECT_EQ(Xml(e), "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:c>in</AA:c>"
-                          "<AB:d><AA:e/></AB:d>xy</AA:r>");
-        // clang-format on
+        EXPECT_EQ(Xml(e),
+                  "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:c>in</AA:c>"
+                  "<AB:d><AA:e/></AB:d>xy</AA:r>");
     }
 
     // A tree from a parser that leaves declarations as attributes.
@@ -473,10 +470,9 @@ TEST(CElement, CopyXmlElementCloneAndFromXml) {
     clone->GetChildElements()->Item(0)->SetName(u"changed");
     clone->GetAttributes()->Item(0)->SetValue(u"2");
     EXPECT_EQ(Narrow(read->GetChildElements()->Item(0)->GetName() + read->GetAttributes()->Item(0)->GetValue()), "c1");
-    // clang-format off
-    EXPECT_EQ(Xml(clone), "<AA:r xmlns:AA=\"urn:r\" a=\"2\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:changed>in</AA:changed>"
-                          "<AB:d><AA:e/></AB:d>xy</AA:r>");
-    // clang-format on
+    EXPECT_EQ(Xml(clone),
+              "<AA:r xmlns:AA=\"urn:r\" a=\"2\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:changed>in</AA:changed>"
+              "<AB:d><AA:e/></AB:d>xy</AA:r>");
     CElement shallow(*read);
     EXPECT_EQ(shallow.GetChildElements().get(), read->GetChildElements().get());
 }

@@ -22,6 +22,7 @@ CFastInfosetBinaryData Make(const Bytes& b) {
 } // namespace
 
 TEST(FastInfosetEncodedValues, WriteAndReadBack) {
+    // clang-format off
     struct Case {
         uint32_t algorithm;
         const char16_t* text;
@@ -42,13 +43,12 @@ TEST(FastInfosetEncodedValues, WriteAndReadBack) {
         // The float is read from its first octet repeated four times: 0x3F3F3F3F, not 1.5.
         {7, u"1.5", {0x3F, 0xC0, 0x00, 0x00}, "0.7470588"},
         {8, u"1.5", {0x3F, 0xF8, 0, 0, 0, 0, 0, 0}, "1.5"},
-        // clang-format off
         {9, u"00112233445566778899aabbccddeeff",
-         // clang-format on
          {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF},
          "00112233445566778899AABBCCDDEEFF"},
         {10, u"a<\u00e9", {'a', '<', 0xC3, 0xA9}, nullptr},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CFastInfosetBinaryData data(u"stale");
         data.SetAsEncodedString(c.algorithm, c.text);
@@ -79,22 +79,20 @@ TEST(FastInfosetEncodedValues, ReadsSeveralItems) {
 
 TEST(FastInfosetEncodedValues, Failures) {
     const std::string unknown = "Unknown byte encoding.";
+    // clang-format off
     struct Case {
         uint32_t algorithm;
         Bytes octets;
         std::string message;
     } reads[] = {
-        // clang-format off
         {3, {1}, "Invalid value for SHORT byte encoding."},  {4, {1, 2, 3}, "Invalid value for INT byte encoding."},
         {5, Bytes(7), "Invalid value for LONG byte encoding."}, {7, {1, 2}, "Invalid value for FLOAT byte encoding."},
         {8, Bytes(12), "Invalid value for DOUBLE byte encoding."}, {9, Bytes(15), "Invalid value for UUID byte encoding."},
         {10, {'a'}, unknown}, {0, {'a'}, unknown}, {11, {'a'}, unknown},
-        // clang-format on
         // Empty data is the empty string before the algorithm is looked at.
-        // clang-format off
         {10, {}, "<no exception>"}, {0, {}, "<no exception>"},
-        // clang-format on
     };
+    // clang-format on
     for (const Case& c : reads)
         EXPECT_EQ(MessageOf([&] { EXPECT_EQ(Make(c.octets).GetAsString(c.algorithm), u""); }), c.message)
             << c.algorithm;

@@ -61,6 +61,7 @@ TEST(Conversions, IntegersFromText) {
 TEST(Conversions, FailuresAreInvalidValues) {
     const std::u16string charMsg = u"] can not be a char as it is either empty of greater than 1 char long";
     const std::u16string boolMsg = u"]. Valid values are 'true', 'false', '1', or '0'";
+    // clang-format off
     const struct {
         std::function<void()> call;
         std::u16string message;
@@ -70,13 +71,9 @@ TEST(Conversions, FailuresAreInvalidValues) {
         {[] { C::i4FromString(u"", kNone); }, u"The value [] can not be converted to a i4"},
         {[] { C::i4FromString(u"   ", kCollapse); }, u"The value [] can not be converted to a i4"},
         {[] { C::i4FromString(u" 1 2 ", kCollapse); }, u"The value [1 2] can not be converted to a i4"},
-        // clang-format off
         {[] { C::i8FromString(u"9223372036854775808", kNone); }, u"The value [9223372036854775808] is to large to fit in a i8"},
-        // clang-format on
         {[] { C::ui4FromString(u"4294967296", kNone); }, u"The value [4294967296] is to large to fit in a ui4"},
-        // clang-format off
         {[] { C::ui8FromString(u"18446744073709551616", kNone); }, u"The value [18446744073709551616] is to large to fit in a ui8"},
-        // clang-format on
         // The narrow kinds show the raw input in their own message, and use the 32-bit wording else.
         {[] { C::i1FromString(u"128", kNone); }, u"The value [128] is to large to fit in a i1"},
         {[] { C::i1FromString(u" 128 ", kCollapse); }, u"The value [ 128 ] is to large to fit in a i1"},
@@ -109,5 +106,6 @@ TEST(Conversions, BinaryKindsFromAndToText) {
     EXPECT_THROW(try { C::hexBinaryFromString(u"0G", kNone); } catch (const CKvInvalidValueException&) {
         ADD_FAILURE() << "hex errors are not invalid values";
     }, CKvException);
+    // clang-format on
     // clang-format on
 }

@@ -40,9 +40,9 @@ Facets MaxInc(const char16_t* v) { return {.maxInclusive = v}; }
 Facets MinExc(const char16_t* v) { return {.minExclusive = v}; }
 Facets MaxExc(const char16_t* v) { return {.maxExclusive = v}; }
 Facets Digits(int32_t n) { return {.totalDigits = n}; }
-// clang-format off
-Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) { return {.minLength = minL, .maxLength = maxL, .length = exact}; }
-// clang-format on
+Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) {
+    return {.minLength = minL, .maxLength = maxL, .length = exact};
+}
 Facets Pattern(const char16_t* p) { return {.pattern = p}; }
 
 KvVariant Value(ItemType kind, const std::u16string& text) {
@@ -61,6 +61,7 @@ std::string Check(ItemType kind, const std::u16string& text, const Facets& f, It
 
 TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
     const std::string nanText = Narrow(FormatString(u"%f", std::numeric_limits<double>::quiet_NaN()));
+    // clang-format off
     const struct {
         ItemType kind;
         const char16_t* value;
@@ -79,10 +80,9 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
         {ItemType_r8, u"NaN", MinInc(u"0"), "Invalid Value for v [" + nanText + "]"},
         {ItemType_r8, u"1", MaxInc(u"NaN"), "Invalid Value for v [1.000000]"},
         {ItemType_day, u"---01", MinExc(u"---01"), "Invalid Value for v [1]"},
-        // clang-format off
         {ItemType_boolean, u"true", Facets{.pattern = u"x", .minLength = 5, .maxLength = 0, .minInclusive = u"junk", .length = 0}, ""},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << Narrow(r.value);
     // The declared kind decides, not the variant's own.
     EXPECT_EQ(Check(ItemType_i4, u"-99", Digits(1), ItemType_boolean), "");
@@ -91,9 +91,9 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
 Facets Fraction(int32_t n) { return {.fractionDigits = n}; }
 Facets Length(int32_t n) { return Lengths(-1, -1, n); }
 Facets Never(const char16_t* above, const char16_t* below) { return {.minExclusive = above, .maxExclusive = below}; }
-// clang-format off
-Facets AllBounds(const char16_t* v) { return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v}; }
-// clang-format on
+Facets AllBounds(const char16_t* v) {
+    return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v};
+}
 
 TEST(FacetCheck, ValueClassKinds) {
     const struct {
@@ -174,9 +174,8 @@ TEST(FacetCheck, StringLengthsThenPattern) {
         const std::string expected = r.passes ? "<no exception>" : "Invalid Value for code [" + Narrow(r.value) + "].";
         EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", r.value, r.facets.Make()); }), expected);
         EXPECT_EQ(MessageOf([&] {
-                      // clang-format off
-                      CheckPrimitiveRestrictions(u"code", Value(ItemType_string, r.value), ItemType_string, r.facets.Make());
-                      // clang-format on
+                      CheckPrimitiveRestrictions(u"code", Value(ItemType_string, r.value), ItemType_string,
+                                                 r.facets.Make());
                   }),
                   expected);
     }
@@ -197,9 +196,8 @@ TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
                       inner + "\nInvalid Value for code [xyz].");
         }
         f.maxLength = 2;
-        // clang-format off
-        EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }), "Invalid Value for code [xyz].");
-        // clang-format on
+        EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }),
+                  "Invalid Value for code [xyz].");
     }
     try {
         CheckStringRestrictions(u"code", u"xyz", Pattern(u"(").Make());
@@ -231,6 +229,7 @@ struct MatchCase {
     bool expected;
 };
 
+// clang-format off
 const MatchCase kMatches[] = {
     {"[a-c]+", u"abc", true},
     {"[a-c]+", u"abc\n", false}, // `$` before a final line feed does not cover the subject
@@ -238,12 +237,11 @@ const MatchCase kMatches[] = {
     {"a)|(b", u"xb", false},     // a pattern that breaks out of the wrapping still starts at 0
     {R"(\i\c*)", u":x.y", true},
     {R"(\p{IsLatinExtended-A})", u"\u0101", true},
-    // clang-format off
     {".", u"\U0001F600", true},               // a surrogate pair is one character
     {"a", u"a\xD800" u"b", true},             // a broken surrogate ends the subject
     {"ab", std::u16string(u"ab\0cd", 5), true},  // the subject ends at a NUL
-    // clang-format on
 };
+// clang-format on
 
 TEST(PatternCache, IsBoundedAndSharedByThreads) {
     ClearPatternCache();

@@ -103,10 +103,9 @@ TEST(CXmlDocumentLoad, FailedLoadKeepsThePartialTreeAndReloadsStartWithCleanup) 
     ASSERT_TRUE(a);
     EXPECT_EQ(a->GetText(), u"x");
     const CXmlElement* b = a->GetFirstElement();
-    // clang-format off
-    EXPECT_EQ(b->GetText() + b->GetFirstElement()->GetText() + b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(),
-              u"yztextd");
-    // clang-format on
+    EXPECT_EQ(
+        b->GetText() + b->GetFirstElement()->GetText() + b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(),
+        u"yztextd");
 
     const int64_t before = CXmlElement::GetLiveElementCount();
     document.LoadXml("<x xmlns:p='urn:p'>t</x>");
@@ -161,9 +160,8 @@ TEST(CXmlDocumentFilter, DroppingEveryElementKeepsMemoryFlat) {
     CXmlDocument document;
     document.LoadXml(xml.c_str());
     int i = 0;
-    // clang-format off
-    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e; e = e->GetNextSiblingElement(), ++i) {
-        // clang-format on
+    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e;
+         e = e->GetNextSiblingElement(), ++i) {
         const std::u16string n = Widen(std::to_string(i));
         ASSERT_EQ(e->GetLocalName(), u"e" + n);
         ASSERT_EQ(e->GetNamespaceURI(), u"urn:" + n);

@@ -23,12 +23,12 @@ const CXmlElement* NthChild(const CXmlElement* parent, int index) {
 } // namespace
 
 TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
+    // clang-format off
     struct {
         const char16_t* name;
         const char16_t* uri;
         bool isNamespace;
         bool isNil;
-        // clang-format off
     } cases[] = {
         {u"type", kXsi, true, false},   {u"schemaLocation", kXsi, true, false},
         {u"noNamespaceSchemaLocation", kXsi, true, false},
@@ -55,11 +55,10 @@ TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
 
 TEST(CXmlDocument, AliasMapIsDocumentWideAndLaterDeclarationsWin) {
     CXmlDocument document;
-    // clang-format off
-    document.LoadXml("<r xmlns='urn:default' xmlns:p='urn:one' xmlns:s='urn:gone'>"
-                     "<p:x/><s:w/>"
-                     "<y xmlns:p='urn:two' xmlns:z='urn:one' xmlns:a='urn:one' xmlns:s='urn:other'/></r>");
-    // clang-format on
+    document.LoadXml(
+        "<r xmlns='urn:default' xmlns:p='urn:one' xmlns:s='urn:gone'>"
+        "<p:x/><s:w/>"
+        "<y xmlns:p='urn:two' xmlns:z='urn:one' xmlns:a='urn:one' xmlns:s='urn:other'/></r>");
     struct {
         const char16_t* alias;
         const char16_t* uri;
@@ -118,10 +117,9 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     CXmlAttribute attributeCopy(nullptr, u"x-long-attribute-name", u"1", nullptr);
     {
         CXmlDocument document;
-        // clang-format off
-        document.LoadXml("<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
-                         "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
-        // clang-format on
+        document.LoadXml(
+            "<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
+            "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
         kept.reset(document.GetDocumentElement()->RemoveLastChildElement());
         leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
         attributeCopy = *kept->GetAttributes()[0];
