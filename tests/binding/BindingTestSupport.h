@@ -113,14 +113,6 @@ int32_t EnumFromText(const char16_t* text) {
     throw CKvInvalidValueException(u"not a name of the enumeration");
 }
 
-// Test names for parameterised cases from their descriptions.
-template <class Case>
-std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
-    std::string name;
-    for (const char* p = info.param.name; *p; ++p) name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-    return name;
-}
-
 class CTestObject : public CXmlGeneratedClass {
 public:
     explicit CTestObject(const Tables& tables, const char16_t* name = u"root", const char16_t* ns = u"")

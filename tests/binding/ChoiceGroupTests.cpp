@@ -192,21 +192,19 @@ const ReadCase kReadCases[] = {
     {"named wildcards in a group at the end of its parent", &Model::wildcardsInGroup, "<root/>", kStrict, "{}",
      nullptr}};
 
-class ChoiceRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(ChoiceRead, ReadsOneAlternative) {
-    const ReadCase& c = GetParam();
-    Model model;
-    CSmartPtr<CTestObject> root = model.Make(c.root);
-    const CSerializationContext context = ContextOf(c.options);
-    const Outcome outcome = ReadOutcome(*root, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message : Dump(root), c.expected);
-    if (c.written && !outcome.failed) {
-        EXPECT_EQ(Write(*root, context), c.written);
+TEST(ChoiceRead, ReadsOneAlternative) {
+    for (const ReadCase& c : kReadCases) {
+        SCOPED_TRACE(c.name);
+        Model model;
+        CSmartPtr<CTestObject> root = model.Make(c.root);
+        const CSerializationContext context = ContextOf(c.options);
+        const Outcome outcome = ReadOutcome(*root, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message : Dump(root), c.expected);
+        if (c.written && !outcome.failed) {
+            EXPECT_EQ(Write(*root, context), c.written);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, ChoiceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
 TEST(ChoiceWrite, TheFirstSetAlternativeEndsTheWalk) {
     Model model;
@@ -253,24 +251,22 @@ const OptionalCase kOptionalCases[] = {
     {"sequence col from 0 counts for nothing", [] { return new CElementInfoSeqPrimCol(u"a", u"", 0); }, 0, false},
 };
 
-class ChoiceOptional : public ::testing::TestWithParam<OptionalCase> {};
-
-TEST_P(ChoiceOptional, DecidesWhetherAnEmptyChoiceIsExcused) {
-    const OptionalCase& c = GetParam();
-    // The record under test stands behind a collection that may not be absent.
-    Tables tables(ClassInfo(XmlElementGroupType_Choice), {new CElementInfoChoicePrimCol(u"s", u"", 1), c.record()});
-    CTestObject root(tables);
-    root.onInit = [&](CTestObject& o) {
-        o.props[1].SetXmlObject(new CTestStringCol(u"s", 1, -1));
-        if (c.minOccurs >= 0) o.props[0].SetXmlObject(new CTestStringCol(u"a", c.minOccurs, -1));
-    };
-    root.Init();
-    EXPECT_EQ(root.DoesElementContainOptionalElements(), c.expected);
-    EXPECT_EQ(FullMessageOf([&] { Write(root, CSerializationContext()); }),
-              c.expected ? "<no exception>" : kNoChoiceWrite);
+TEST(ChoiceOptional, DecidesWhetherAnEmptyChoiceIsExcused) {
+    for (const OptionalCase& c : kOptionalCases) {
+        SCOPED_TRACE(c.name);
+        // The record under test stands behind a collection that may not be absent.
+        Tables tables(ClassInfo(XmlElementGroupType_Choice), {new CElementInfoChoicePrimCol(u"s", u"", 1), c.record()});
+        CTestObject root(tables);
+        root.onInit = [&](CTestObject& o) {
+            o.props[1].SetXmlObject(new CTestStringCol(u"s", 1, -1));
+            if (c.minOccurs >= 0) o.props[0].SetXmlObject(new CTestStringCol(u"a", c.minOccurs, -1));
+        };
+        root.Init();
+        EXPECT_EQ(root.DoesElementContainOptionalElements(), c.expected);
+        EXPECT_EQ(FullMessageOf([&] { Write(root, CSerializationContext()); }),
+                  c.expected ? "<no exception>" : kNoChoiceWrite);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, ChoiceOptional, ::testing::ValuesIn(kOptionalCases), CaseName<OptionalCase>);
 
 TEST(ChoiceRobustness, RandomDocumentsReturnOrFail) {
     Model model;

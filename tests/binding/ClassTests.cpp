@@ -171,22 +171,20 @@ const AttributeReadCase kAttributeReadCases[] = {
 };
 // clang-format on
 
-class AttributeRead : public ::testing::TestWithParam<AttributeReadCase> {};
-
-TEST_P(AttributeRead, ReadsOrReports) {
-    const AttributeReadCase& c = GetParam();
-    AttributeFixture f(c.failIfUnknown);
-    CTestObject object(f.tables);
-    CSerializationContext context;
-    context.SetIgnoreNamespaces(c.ignoreNamespaces);
-    context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
-    const Outcome outcome = ReadOutcome(object, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message
-                             : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
-              c.expected);
+TEST(AttributeRead, ReadsOrReports) {
+    for (const AttributeReadCase& c : kAttributeReadCases) {
+        SCOPED_TRACE(c.name);
+        AttributeFixture f(c.failIfUnknown);
+        CTestObject object(f.tables);
+        CSerializationContext context;
+        context.SetIgnoreNamespaces(c.ignoreNamespaces);
+        context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
+        const Outcome outcome = ReadOutcome(object, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message
+                                 : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
+                  c.expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AttributeRead, ::testing::ValuesIn(kAttributeReadCases), CaseName<AttributeReadCase>);
 
 // ---- collections ------------------------------------------------------------------------------
 
@@ -380,40 +378,6 @@ TEST(ElementInfo, PropertyFailuresAreWrapped) {
     EXPECT_EQ(FullMessageOf([&] { Write(object, CSerializationContext()); }),
               "Failed to convert the element [root] to XML\nFailed to get the property value for [far].\n"
               "bad property index");
-}
-
-int g_destroyed = 0;
-
-class CCountedElement : public CElementInfoSeqPrimOpt {
-public:
-    CCountedElement()
-        : CElementInfoSeqPrimOpt(u"c", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr) {}
-    ~CCountedElement() override { ++g_destroyed; }
-};
-
-class CCountedAttribute : public CAttributeInfoPrimitive {
-public:
-    CCountedAttribute()
-        : CAttributeInfoPrimitive(u"c", u"", 0, true, ItemType_string, nullptr, kNone, NoFacets(), nullptr) {}
-    ~CCountedAttribute() override { ++g_destroyed; }
-};
-
-TEST(CleanMetaData, DestroysEveryRecordAndNullsThePointers) {
-    CParentElementInfo* info = nullptr;
-    CElementInfo** elements = nullptr;
-    CAttributeInfo** attributes = nullptr;
-    CXmlGeneratedClass::CleanMetaData(info, elements, attributes);
-    EXPECT_EQ(info, nullptr);
-
-    g_destroyed = 0;
-    info = ClassInfo(XmlElementGroupType_Seq);
-    elements = new CElementInfo* [3] { new CCountedElement(), new CCountedElement(), nullptr };
-    attributes = new CAttributeInfo* [2] { new CCountedAttribute(), nullptr };
-    CXmlGeneratedClass::CleanMetaData(info, elements, attributes);
-    EXPECT_EQ(g_destroyed, 3);
-    EXPECT_EQ(info, nullptr);
-    EXPECT_EQ(elements, nullptr);
-    EXPECT_EQ(attributes, nullptr);
 }
 
 } // namespace

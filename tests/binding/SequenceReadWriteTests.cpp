@@ -66,24 +66,22 @@ const ReadCase kReadCases[] = {
 };
 // clang-format on
 
-class SequenceRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(SequenceRead, ReadsOrReportsWithPath) {
-    const ReadCase& c = GetParam();
-    SeqFixture f;
-    CTestObject object(f.tables);
-    CSerializationContext context;
-    context.SetIgnoreUnknownElements(c.ignoreUnknownElements);
-    context.SetIgnoreMissingMandatoryElements(c.ignoreMissingMandatory);
-    context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
-    const Outcome outcome = ReadOutcome(object, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message
-                             : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
-              c.expected);
-    EXPECT_EQ(outcome.path, c.path);
+TEST(SequenceRead, ReadsOrReportsWithPath) {
+    for (const ReadCase& c : kReadCases) {
+        SCOPED_TRACE(c.name);
+        SeqFixture f;
+        CTestObject object(f.tables);
+        CSerializationContext context;
+        context.SetIgnoreUnknownElements(c.ignoreUnknownElements);
+        context.SetIgnoreMissingMandatoryElements(c.ignoreMissingMandatory);
+        context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
+        const Outcome outcome = ReadOutcome(object, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message
+                                 : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
+                  c.expected);
+        EXPECT_EQ(outcome.path, c.path);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
 TEST(SequenceRead, FailuresKeepTheirCauseAndWhatWasReadBeforeThem) {
     SeqFixture f;
@@ -150,22 +148,20 @@ const WriteCase kWriteCases[] = {
 };
 // clang-format on
 
-class SequenceWrite : public ::testing::TestWithParam<WriteCase> {};
-
-TEST_P(SequenceWrite, WritesTheWholeText) {
-    const WriteCase& c = GetParam();
-    SeqFixture f;
-    CTestObject object(f.tables);
-    c.fill(object);
-    CSerializationContext context;
-    context.GetNamespaceAliases().Add(u"xsi", kXsi);
-    context.SetWriteDefaultElementValues(c.writeDefaults);
-    std::string text;
-    const std::string failure = FullMessageOf([&] { text = Write(object, context); });
-    EXPECT_EQ(failure == "<no exception>" ? text : failure, c.expected);
+TEST(SequenceWrite, WritesTheWholeText) {
+    for (const WriteCase& c : kWriteCases) {
+        SCOPED_TRACE(c.name);
+        SeqFixture f;
+        CTestObject object(f.tables);
+        c.fill(object);
+        CSerializationContext context;
+        context.GetNamespaceAliases().Add(u"xsi", kXsi);
+        context.SetWriteDefaultElementValues(c.writeDefaults);
+        std::string text;
+        const std::string failure = FullMessageOf([&] { text = Write(object, context); });
+        EXPECT_EQ(failure == "<no exception>" ? text : failure, c.expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, SequenceWrite, ::testing::ValuesIn(kWriteCases), CaseName<WriteCase>);
 
 TEST(SequenceRead, NamespacesMustMatchUnlessIgnored) {
     Tables tables(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", u"urn:t", true,

@@ -212,19 +212,16 @@ TEST(CXmlCollection, CopiesShareItemsNotNodes) {
 // Counts are checked against the bounds unless the context says to ignore them (a maximum below the
 // minimum is checked first); a collection writes its items without a wrapper and fails before any.
 TEST(CXmlCollectionBase, CountValidation) {
-    const struct {
-        int32_t min, max, count;
-        bool ignore;
-        const char* expected; // empty: valid
-    } rows[] = {
-        {0, -1, 50, false, ""},
-        {0, 2, 2, false, ""},
+    // clang-format off
+    // expected: empty: valid
+    const struct { int32_t min, max, count; bool ignore; const char* expected; } rows[] = {
+        {0, -1, 50, false, ""}, {0, 2, 2, false, ""},
         {0, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},
         {2, 5, 1, false, "The Minimum number of [item] elements allowed in this collection is 2"},
-        {0, 2, 3, true, ""},
-        {2, 5, 1, true, ""},
+        {0, 2, 3, true, ""}, {2, 5, 1, true, ""},
         {5, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},
     };
+    // clang-format on
     for (const auto& r : rows) {
         CSmartPtr<ItemCol> col(new ItemCol(r.min, r.max));
         for (int32_t i = 0; i < r.count; ++i) col->AppendItem(new Item(u"x"));
@@ -294,10 +291,7 @@ std::string Xml(const CXmlObjectBase* object, bool formatted = false) {
 
 TEST(CAttributeCol, NamespaceFromALiteralFirstTokenAndAddForms) {
     // clang-format off
-    const struct {
-        const char16_t *ns, *restriction;
-        const char* expected;
-    } rows[] = {
+    const struct { const char16_t *ns, *restriction; const char* expected; } rows[] = {
         {u"", u"http://a http://b", "http://a"}, {u"", u" urn:x", ""}, {u"urn:given", u"urn:x", "urn:given"},
         {u"", u"##any", ""}, {u"", u"#a", ""}, {u"", u"a#", ""}, {u"", u"x", ""}, {u"", u"", ""}
     };
@@ -346,15 +340,14 @@ TEST(CElement, ConstructorNamespaceRules) {
     for (const char16_t* keyword : {u"##any", u"##other", u"##local", u"##targetNamespace"})
         EXPECT_EQ(MessageOf<CKvInvalidNamespaceException>([&] { CElement e(u"a", keyword); }),
                   "Invalid Namespace [" + Narrow(keyword) + "].");
-    const struct {
-        const char16_t *name, *restriction, *target;
-        const char* expected;
-    } nulls[] = {
+    // clang-format off
+    const struct { const char16_t *name, *restriction, *target; const char* expected; } nulls[] = {
         {nullptr, u"##any", u"", "Element Name must have a value"},
         {u"a", nullptr, u"", "Namespace Restriction must have a value"},
         {u"a", u"##any", nullptr, "Target Namespace must have a value"},
         {u"a", u"##local", u"", "<no exception>"},
     };
+    // clang-format on
     for (const auto& n : nulls)
         EXPECT_EQ(MessageOf<CKvInvalidNamespaceException>([&] { CElement e(n.name, u"", n.restriction, n.target); }),
                   n.expected);

@@ -95,51 +95,30 @@ TEST(FastInfosetWriter, IntegerAndLengthForms) {
     const Form length5 = [](Probe& p, uint32_t v) { p.WriteLengthBit5(0x40, v); };
     const Form length7 = [](Probe& p, uint32_t v) { p.WriteLengthBit7(0x90, v); };
     const Form string2 = [](Probe& p, uint32_t v) { p.WriteNonEmptyOctetStringBit2(std::u16string(v, u'x')); };
-    struct Case {
-        const char* name;
-        const Form& form;
-        uint32_t value;
-        Bytes head; // the octets before any string data
-    } cases[] = {
-        {"index2", index2, 1, {0x80}},
-        {"index2", index2, 64, {0xBF}},
-        {"index2", index2, 65, {0xC0, 0x00}},
-        {"index2", index2, 8256, {0xDF, 0xFF}},
-        {"index2", index2, 8257, {0xE0, 0x00, 0x00}},
-        {"index2", index2, 0x100000, {0xEF, 0xDF, 0xBF}},
-        {"index3", index3, 1, {0x40}},
-        {"index3", index3, 32, {0x5F}},
-        {"index3", index3, 33, {0x60, 0x00}},
-        {"index3", index3, 2080, {0x67, 0xFF}},
-        {"index3", index3, 2081, {0x68, 0x00, 0x00}},
-        {"index3", index3, 526368, {0x6F, 0xFF, 0xFF}},
+    // clang-format off
+    // head: the octets before any string data
+    struct Case { const char* name; const Form& form; uint32_t value; Bytes head; } cases[] = {
+        {"index2", index2, 1, {0x80}}, {"index2", index2, 64, {0xBF}}, {"index2", index2, 65, {0xC0, 0x00}},
+        {"index2", index2, 8256, {0xDF, 0xFF}}, {"index2", index2, 8257, {0xE0, 0x00, 0x00}},
+        {"index2", index2, 0x100000, {0xEF, 0xDF, 0xBF}}, {"index3", index3, 1, {0x40}}, {"index3", index3, 32, {0x5F}},
+        {"index3", index3, 33, {0x60, 0x00}}, {"index3", index3, 2080, {0x67, 0xFF}},
+        {"index3", index3, 2081, {0x68, 0x00, 0x00}}, {"index3", index3, 526368, {0x6F, 0xFF, 0xFF}},
         // The last branch subtracts one less than its lower bound.
-        {"index3", index3, 526369, {0x70, 0x00, 0x00, 0x01}},
-        {"index4", index4, 1, {0xA0}},
-        {"index4", index4, 16, {0xAF}},
-        {"index4", index4, 17, {0xB0, 0x00}},
-        {"index4", index4, 1040, {0xB3, 0xFF}},
-        {"index4", index4, 1041, {0xB4, 0x00, 0x00}},
-        {"index4", index4, 263184, {0xB7, 0xFF, 0xFF}},
-        {"index4", index4, 263185, {0xB8, 0x00, 0x00, 0x00}},
-        {"length5", length5, 1, {0x40}},
-        {"length5", length5, 8, {0x47}},
-        {"length5", length5, 9, {0x48, 0x00}},
-        {"length5", length5, 264, {0x48, 0xFF}},
+        {"index3", index3, 526369, {0x70, 0x00, 0x00, 0x01}}, {"index4", index4, 1, {0xA0}},
+        {"index4", index4, 16, {0xAF}}, {"index4", index4, 17, {0xB0, 0x00}}, {"index4", index4, 1040, {0xB3, 0xFF}},
+        {"index4", index4, 1041, {0xB4, 0x00, 0x00}}, {"index4", index4, 263184, {0xB7, 0xFF, 0xFF}},
+        {"index4", index4, 263185, {0xB8, 0x00, 0x00, 0x00}}, {"length5", length5, 1, {0x40}},
+        {"length5", length5, 8, {0x47}}, {"length5", length5, 9, {0x48, 0x00}}, {"length5", length5, 264, {0x48, 0xFF}},
         {"length5", length5, 265, {0x4C, 0x00, 0x00, 0x00, 0x00}},
-        {"length7", length7, 1, {0x90}},
-        {"length7", length7, 2, {0x91}},
-        {"length7", length7, 3, {0x92, 0x00}},
+        {"length7", length7, 1, {0x90}}, {"length7", length7, 2, {0x91}}, {"length7", length7, 3, {0x92, 0x00}},
         {"length7", length7, 258, {0x92, 0xFF}},
         {"length7", length7, 259, {0x93, 0x00, 0x00, 0x00, 0x00}},
-        {"string2", string2, 0, {0xFF}},
-        {"string2", string2, 1, {0x00}},
-        {"string2", string2, 64, {0x3F}},
-        {"string2", string2, 65, {0x40, 0x00}},
-        {"string2", string2, 320, {0x40, 0xFF}},
+        {"string2", string2, 0, {0xFF}}, {"string2", string2, 1, {0x00}}, {"string2", string2, 64, {0x3F}},
+        {"string2", string2, 65, {0x40, 0x00}}, {"string2", string2, 320, {0x40, 0xFF}},
         {"string2", string2, 321, {0x60, 0x00, 0x00, 0x00, 0x00}},
         {"string2", string2, 70000, {0x60, 0x00, 0x01, 0x10, 0x2F}},
     };
+    // clang-format on
     const CFastInfosetContext context;
     for (const Case& c : cases) {
         CBinaryStream stream;
@@ -160,11 +139,8 @@ TEST(FastInfosetWriter, Documents) {
     CFastInfosetContext plain, typed;
     typed.SetSuggestedValues();
     // clang-format off
-    struct Case {
-        const CFastInfosetContext& context;
-        std::string script;
-        Bytes body; // after the header
-    } cases[] = {
+    // body: after the header
+    struct Case { const CFastInfosetContext& context; std::string script; Bytes body; } cases[] = {
         {plain, "<a;/", {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}},
         // A child with an attribute: 0x40 in its head, 0xF0 behind the attributes.
         {plain, "<r;<c;@x v;/;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x7C, 0x00, 'c', 0x78, 0x00, 'x', 0x40, 'v', 0xF0, 0xFF, 0xF0}},
@@ -218,11 +194,7 @@ TEST(FastInfosetWriter, Failures) {
     broken.SetEncoding(ItemType_i4, {1, 3});
     broken.SetEncoding(ItemType_i8, {2, 11});
     // clang-format off
-    struct Case {
-        const CFastInfosetContext& context;
-        std::string script;
-        std::string message;
-    } cases[] = {
+    struct Case { const CFastInfosetContext& context; std::string script; std::string message; } cases[] = {
         {typed, "<r;'t;nil", "Attributes must be added before elements"},
         {typed, "<r", "An Element has not been closed."},
         {typed, "<r;'2024-01-01+01:00#19;/", "Failed to write FastInfoset. Invalid character not found for Restricted Alphabet."},

@@ -47,24 +47,21 @@ struct ScanCase {
 };
 
 TEST(JsonTextReader, AcceptsValuesAndTheLaxFormsItKeeps) {
+    // clang-format off
     const ScanCase cases[] = {
         {u"", "|end"},
         {u" /* only */ // a comment\n ", "|end"},
         {u"{\"a\": [1, -0.5e+3, true, false, null, \"x\"], \"b\": {}}", "{a:[#1#-0.5e+3TFN\"x\"]b:{}}|end"},
         {u"{ /*a*/ \"x\" /*b*/ : /*c*/ 1 /*d*/ }", "{x:#1}|end"},
         {u"// one\n// two\n[]", "[]|end"},
-        {u"{} garbage", "{}|end"},
-        {u"01", "#0|end"},
-        {u"nullx", "N|end"},
-        {u"\"a\nb\"", "\"ab\"|end"},
+        {u"{} garbage", "{}|end"}, {u"01", "#0|end"}, {u"nullx", "N|end"}, {u"\"a\nb\"", "\"ab\"|end"},
         {u"12\n34", "#1234|end"},
         {u"\"\\u0041\\u0020\\uABCD\\ufffd\\u00e9\"", "\"33463\"|end"},
         {u"\"\\uD83D\\uDE00\"", "\"44\"|end"},
         {u"\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"", "\"\"\\/\b\f\n\r\t\"|end"},
-        {u"\"a\tb\r\"", "\"a\tb\r\"|end"},
-        {std::u16string(u"\"ab\0cd\"", 7), "\"ab\"|end"},
-        {u"1E5", "#1E5|end"},
+        {u"\"a\tb\r\"", "\"a\tb\r\"|end"}, {std::u16string(u"\"ab\0cd\"", 7), "\"ab\"|end"}, {u"1E5", "#1E5|end"},
     };
+    // clang-format on
     for (const ScanCase& c : cases) EXPECT_EQ(Scan(c.json), c.expected) << Narrow(c.json);
     EXPECT_EQ(Scan(u"{\"a\": 1}", true, u"R"), "{R:{a:#1}}|end");
     EXPECT_EQ(Scan(u"", true, u"R"), "{R:}|end");

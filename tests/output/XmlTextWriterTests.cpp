@@ -195,11 +195,10 @@ TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
 }
 
 TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
-    struct Case {
-        CXmlWriter::NamespaceMap map;
-        std::u16string expected;
-    };
+    // clang-format off
+    struct Case { CXmlWriter::NamespaceMap map; std::u16string expected; };
     const Case cases[] = {{{}, u"AA"},
+
                           {{{u"urn:1", u"AB"}}, u"AA"},
                           {{{u"urn:1", u"AA"}, {u"urn:2", u"AC"}, {u"urn:3", u"AB"}}, u"AD"},
                           {{{u"urn:1", u"aa"}, {u"urn:2", u"xml"}}, u"AA"}};
@@ -212,21 +211,19 @@ TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
             EXPECT_EQ(CXmlWriter::AllocateAlias(taken), u"BA");
         }
     }
+    // clang-format on
     EXPECT_EQ(CXmlWriter::AllocateAlias(taken), u"[A");
 }
 
 TEST(XmlWriterForms, DeclarationFollowsEncodingAndLineEnd) {
-    const struct {
-        XmlEncoding encoding;
-        EOLType eol;
-        bool formatted;
-        std::u16string expected;
-    } cases[] = {
+    // clang-format off
+    const struct { XmlEncoding encoding; EOLType eol; bool formatted; std::u16string expected; } cases[] = {
         {XmlEncoding_None, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
         {XmlEncoding_UTF8, EOLType_CRLF, false, u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"},
         {XmlEncoding_UTF16, EOLType_LF, false, u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"},
         {XmlEncoding_UTF16_NoDecl, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
     };
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(Write({{'X'}}, c.formatted, c.eol, c.encoding), c.expected) << c.encoding;
 }
 
@@ -256,11 +253,8 @@ TEST(XmlWriterForms, ElementLayout) {
 
 // The line break in text follows the EOL type, also unformatted; CR is dropped in both modes.
 TEST(XmlWriterForms, EscapingOfTextAndAttributes) {
-    const struct {
-        std::u16string input;
-        EOLType eol;
-        std::u16string text, attribute;
-    } cases[] = {
+    // clang-format off
+    const struct { std::u16string input; EOLType eol; std::u16string text, attribute; } cases[] = {
         {u"a<b>c&d", EOLType_LF, u"a&lt;b&gt;c&amp;d", u"a&lt;b&gt;c&amp;d"},
         {u"say \"hi\" 'x'", EOLType_LF, u"say \"hi\" 'x'", u"say &quot;hi&quot; 'x'"},
         {u"l1\r\nl2", EOLType_LF, u"l1\nl2", u"l1&#xA;l2"},
@@ -268,6 +262,7 @@ TEST(XmlWriterForms, EscapingOfTextAndAttributes) {
         {u"\rcr\r", EOLType_LF, u"cr", u"cr"},
         {u"tab\there\x01\u4e2d", EOLType_LF, u"tab\there\x01\u4e2d", u"tab\there\x01\u4e2d"},
     };
+    // clang-format on
     for (const auto& c : cases)
         EXPECT_EQ(Write({S(u"a"), {'A', u"v", u"", c.input}, T(c.input), E}, false, c.eol),
                   u"<a v=\"" + c.attribute + u"\">" + c.text + u"</a>");

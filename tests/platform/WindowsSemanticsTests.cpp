@@ -85,11 +85,7 @@ TEST(WindowsSemantics, IntegerScanners) {
 
 TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
     // clang-format off
-    const struct {
-        const char16_t* text;
-        double value;
-        size_t consumed;
-    } cases[] = {
+    const struct { const char16_t* text; double value; size_t consumed; } cases[] = {
         {u"\v-2.25e2 rest", -225.0, 8}, {u"inf", 0.0, 0}, {u"-Infinity", 0.0, 0}, {u"nan", 0.0, 0},
         {u" NaN(1)", 0.0, 0}, {u"0x1p3", 0.0, 1}, {u"0X1.8", 0.0, 1}, {u"1,5", 1.0, 1}, {u"\u0661", 0.0, 0},
     };
@@ -131,17 +127,13 @@ TEST(WindowsSemantics, WcsICmpFoldsAsciiToLowerCase) {
 // Known UTC instants (the epoch, a leap day, past 2038, the last second served) both ways; local
 // fields back to the same seconds over the whole range in a zone with summer time.
 TEST(WindowsSemantics, TimeConversionsRoundTrip) {
-    const struct {
-        int64_t seconds;
-        int year, month, day, hour, minute, second, wday, yday;
-    } instants[] = {
-        {0, 1970, 1, 1, 0, 0, 0, 4, 0},
-        {951782400, 2000, 2, 29, 0, 0, 0, 2, 59},
-        {2147483648LL, 2038, 1, 19, 3, 14, 8, 2, 18},
-        {2208988800LL, 2040, 1, 1, 0, 0, 0, 0, 0},
-        {4107585600LL, 2100, 3, 1, 12, 0, 0, 1, 59},
-        {kLastSecond, 3000, 12, 31, 23, 59, 59, 3, 364},
+    // clang-format off
+    const struct { int64_t seconds; int year, month, day, hour, minute, second, wday, yday; } instants[] = {
+        {0, 1970, 1, 1, 0, 0, 0, 4, 0}, {951782400, 2000, 2, 29, 0, 0, 0, 2, 59},
+        {2147483648LL, 2038, 1, 19, 3, 14, 8, 2, 18}, {2208988800LL, 2040, 1, 1, 0, 0, 0, 0, 0},
+        {4107585600LL, 2100, 3, 1, 12, 0, 0, 1, 59}, {kLastSecond, 3000, 12, 31, 23, 59, 59, 3, 364},
     };
+    // clang-format on
     for (const auto& i : instants) {
         std::tm t{};
         ASSERT_TRUE(GmTime64(i.seconds, &t)) << i.seconds;
@@ -167,12 +159,10 @@ TEST(WindowsSemantics, TimeConversionsRoundTrip) {
 
 TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
     KvTest::ZoneScope zone(kCentralEurope);
-    const struct {
-        std::tm in;
-        int64_t seconds;            // -1: failure
-        int year, month, day, hour; // normalised local fields on success
-        int isdst;
-    } cases[] = {
+    // clang-format off
+    // seconds: -1: failure
+    // hour: normalised local fields on success
+    const struct { std::tm in; int64_t seconds; int year, month, day, hour; int isdst; } cases[] = {
         // Winter: UTC+1; summer: UTC+2, with the zone deciding when isdst is -1.
         {Fields(2000, 1, 15, 12, 0, 0), 947934000, 2000, 1, 15, 12, 0},
         {Fields(2000, 7, 1, 12, 0, 0), 962445600, 2000, 7, 1, 12, 1},
@@ -184,12 +174,11 @@ TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
         {Fields(2000, 3, 1, 0, 0, -1), 951865199, 2000, 2, 29, 23, 0},
         {Fields(2040, 1, 1, 1, 0, 0), 2208988800LL, 2040, 1, 1, 1, 0},
         // Local midnight 1970-01-01 is still 1969 in UTC here.
-        {Fields(1970, 1, 1, 0, 30, 0), -1, 0, 0, 0, 0, 0},
-        {Fields(1970, 1, 1, 1, 0, 0), 0, 1970, 1, 1, 1, 0},
+        {Fields(1970, 1, 1, 0, 30, 0), -1, 0, 0, 0, 0, 0}, {Fields(1970, 1, 1, 1, 0, 0), 0, 1970, 1, 1, 1, 0},
         {Fields(3001, 1, 1, 0, 59, 59), kLastSecond, 3001, 1, 1, 0, 0},
-        {Fields(3001, 1, 1, 1, 0, 0), -1, 0, 0, 0, 0, 0},
-        {Fields(1968, 12, 31, 0, 0, 0), -1, 0, 0, 0, 0, 0},
+        {Fields(3001, 1, 1, 1, 0, 0), -1, 0, 0, 0, 0, 0}, {Fields(1968, 12, 31, 0, 0, 0), -1, 0, 0, 0, 0, 0},
     };
+    // clang-format on
     for (const auto& c : cases) {
         std::tm t = c.in;
         const int64_t got = MkTime64(&t);
@@ -204,22 +193,16 @@ TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
 
 // The served range ends at 3000-12-31 23:59:59 on the local clock, and starts at 1970 on it.
 TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
-    const struct {
-        const char* zone;
-        int64_t seconds;
-        bool served;
-        int year, day, hour, isdst; // when served and year != 0
-    } cases[] = {
-        {kCentralEurope, 0, true, 1970, 1, 1, 0},
-        {kCentralEurope, 962445600, true, 2000, 1, 12, 1},
+    // clang-format off
+    // isdst: when served and year != 0
+    const struct { const char* zone; int64_t seconds; bool served; int year, day, hour, isdst; } cases[] = {
+        {kCentralEurope, 0, true, 1970, 1, 1, 0}, {kCentralEurope, 962445600, true, 2000, 1, 12, 1},
         {kCentralEurope, kLastSecond - 3600, true, 3000, 31, 23, 0},
-        {kCentralEurope, kLastSecond - 3599, false, 0, 0, 0, 0},
-        {"EST5", 0, false, 0, 0, 0, 0},
-        {"EST5", 5 * 3600 - 1, false, 0, 0, 0, 0},
-        {"EST5", -1, false, 0, 0, 0, 0},
-        {"EST5", 5 * 3600, true, 1970, 1, 0, 0},
-        {"EST5", kLastSecond + 3600, true, 0, 0, 0, 0},
+        {kCentralEurope, kLastSecond - 3599, false, 0, 0, 0, 0}, {"EST5", 0, false, 0, 0, 0, 0},
+        {"EST5", 5 * 3600 - 1, false, 0, 0, 0, 0}, {"EST5", -1, false, 0, 0, 0, 0},
+        {"EST5", 5 * 3600, true, 1970, 1, 0, 0}, {"EST5", kLastSecond + 3600, true, 0, 0, 0, 0},
     };
+    // clang-format on
     for (const auto& c : cases) {
         KvTest::ZoneScope zone(c.zone);
         std::tm t{};
@@ -235,16 +218,13 @@ TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
 }
 
 TEST(WindowsSemantics, FileTimeToSystemTimeOfKnownValues) {
-    const struct {
-        uint64_t ticks;
-        uint16_t year, month, dow, day, hour, minute, second, ms;
-    } cases[] = {
-        {0, 1601, 1, 1, 1, 0, 0, 0, 0},
-        {116444736000000000ULL, 1970, 1, 4, 1, 0, 0, 0, 0},
+    // clang-format off
+    const struct { uint64_t ticks; uint16_t year, month, dow, day, hour, minute, second, ms; } cases[] = {
+        {0, 1601, 1, 1, 1, 0, 0, 0, 0}, {116444736000000000ULL, 1970, 1, 4, 1, 0, 0, 0, 0},
         {125963012967890005ULL, 2000, 2, 2, 29, 12, 34, 56, 789},
-        {137919572480000000ULL, 2038, 1, 2, 19, 3, 14, 8, 0},
-        {0x7FFFFFFFFFFFFFFFULL, 30828, 9, 4, 14, 2, 48, 5, 477},
+        {137919572480000000ULL, 2038, 1, 2, 19, 3, 14, 8, 0}, {0x7FFFFFFFFFFFFFFFULL, 30828, 9, 4, 14, 2, 48, 5, 477},
     };
+    // clang-format on
     for (const auto& c : cases) {
         FILETIME ft{static_cast<uint32_t>(c.ticks), static_cast<uint32_t>(c.ticks >> 32)};
         SYSTEMTIME st{};

@@ -25,11 +25,8 @@ std::string Operators(const V& a, const V& b) {
 } // namespace
 
 TEST(DateTimeCompare, OrderWithFourteenHourRule) {
-    const struct {
-        const char16_t* a;
-        const char16_t* b;
-        DT::DTCompareResult expected;
-    } cases[] = {
+    // clang-format off
+    const struct { const char16_t* a; const char16_t* b; DT::DTCompareResult expected; } cases[] = {
         {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00", DT::DTCompareIndeterminate},
         {u"2000-01-01T12:00:00Z", u"2000-01-02T03:00:00", DT::DTCompareLess},
         {u"2000-01-01T12:00:00Z", u"1999-12-31T21:00:00", DT::DTCompareGreater},
@@ -44,14 +41,13 @@ TEST(DateTimeCompare, OrderWithFourteenHourRule) {
         {u"2000-01-01T12:00:00-00:30", u"2000-01-01T11:30:00Z", DT::DTCompareEqual}, // -00:30 is held as +00:30
         {u"2000-01-01T12:00:00", u"2000-01-01T12:00:00.000000001", DT::DTCompareLess},
         {u"-0001-01-01", u"0001-01-01", DT::DTCompareIndeterminate},
-        {u"-0002-01-01", u"-0001-01-01", DT::DTCompareLess},
-        {u"2000", u"2000-01-01", DT::DTCompareIndeterminate},
-        {u"--05", u"--04", DT::DTCompareGreater},
-        {u"---01", u"--01-01", DT::DTCompareIndeterminate},
+        {u"-0002-01-01", u"-0001-01-01", DT::DTCompareLess}, {u"2000", u"2000-01-01", DT::DTCompareIndeterminate},
+        {u"--05", u"--04", DT::DTCompareGreater}, {u"---01", u"--01-01", DT::DTCompareIndeterminate},
         {u"12:00:00Z", u"13:00:00+01:00", DT::DTCompareEqual},
         {u"2000-01-01Z", u"2000-01-02", DT::DTCompareIndeterminate},
         {u"2000-01-01Z", u"2000-01-03", DT::DTCompareLess},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(Narrow(c.a) + " ? " + Narrow(c.b));
         const CDateTime a = Parse(c.a), b = Parse(c.b);
@@ -64,16 +60,15 @@ TEST(DateTimeCompare, OrderWithFourteenHourRule) {
 }
 
 TEST(DateTimeCompare, NormalisationSubtractsPositiveOffsets) {
-    const struct {
-        const char16_t* text;
-        const char16_t* normalized;
-    } cases[] = {
+    // clang-format off
+    const struct { const char16_t* text; const char16_t* normalized; } cases[] = {
         {u"2000-01-01T00:30:00+01:00", u"1999-12-31T23:30:00+00:00"},
         {u"2000-12-31T23:00:00-01:30", u"2001-01-01T00:30:00+00:00"},
         {u"2000-03-01T01:00:00+05:00", u"2000-02-29T20:00:00+00:00"},
         {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00Z"},
         {u"23:00:00-02:00", u"01:00:00+00:00"},
     };
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(Parse(c.text).GetNormalized().ToString(), c.normalized) << Narrow(c.text);
 }
 
@@ -90,11 +85,7 @@ TEST(DateTimeDayOfYear, LeapDayCountedBeforeMarch) {
 
 TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
     // clang-format off
-    const struct {
-        const char16_t* a;
-        const char16_t* b;
-        DT::DTCompareResult expected;
-    } cases[] = {
+    const struct { const char16_t* a; const char16_t* b; DT::DTCompareResult expected; } cases[] = {
         {u"P1M", u"P30D", DT::DTCompareIndeterminate}, {u"P1M", u"P31D", DT::DTCompareIndeterminate},
         {u"P1M", u"P32D", DT::DTCompareLess},          {u"P1M", u"P27D", DT::DTCompareGreater},
         // The sums are compared as dates, so what stays below a day boundary vanishes.
@@ -121,9 +112,7 @@ TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
 TEST(DecimalParse, ScannerReadsLooseTexts) {
     const std::string zeros29(29, '0');
     // clang-format off
-    const struct {
-        std::string text, expected;
-    } cases[] = {
+    const struct { std::string text, expected; } cases[] = {
         {"1.50", "1.5"}, {"1.0", "1"}, {"0.0", "0"}, {"-0.5", "-0.5"}, {"-0", "0"}, {"", "0"}, {"-", "0"},
         {"1e2", "100"}, {" 1 2 . 3 ", "12.3"}, {"\t3\r\n.\n25\n", "3.25"},
         {"1-2", "-12"}, {"-+5", "5"}, {"5-.5", "-5.5"}, {".5", "0.5"}, {"5.", "5"}, {"000012.3400", "12.34"},
@@ -146,14 +135,14 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
 // Equality compares the values, while the order reads a zero integer part by its sign: -0 == 0 and
 // also -0 < 0, as the decimal has always compared.
 TEST(DecimalCompare, OrderAndEquality) {
-    const struct {
-        const char16_t *a, *b;
-        const char* relations; // == != < <= > >=
-    } cases[] = {
+    // clang-format off
+    // relations: == != < <= > >=
+    const struct { const char16_t *a, *b; const char* relations; } cases[] = {
         {u"-0.5", u"0.3", "011100"}, {u"-1.5", u"-1.05", "011100"}, {u"1.05", u"1.5", "011100"},
         {u"2", u"1.999", "010011"},  {u"12.50", u"12.5", "100101"}, {u"1.0", u"1", "100101"},
         {u"-0", u"0", "101100"},
     };
+    // clang-format on
     for (const auto& c : cases)
         EXPECT_EQ(Operators(CDecimal(c.a), CDecimal(c.b)), c.relations) << Narrow(c.a) << " ? " << Narrow(c.b);
 }

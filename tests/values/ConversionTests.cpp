@@ -62,10 +62,7 @@ TEST(Conversions, FailuresAreInvalidValues) {
     const std::u16string charMsg = u"] can not be a char as it is either empty of greater than 1 char long";
     const std::u16string boolMsg = u"]. Valid values are 'true', 'false', '1', or '0'";
     // clang-format off
-    const struct {
-        std::function<void()> call;
-        std::u16string message;
-    } cases[] = {
+    const struct { std::function<void()> call; std::u16string message; } cases[] = {
         {[] { C::i4FromString(u"2147483648", kNone); }, u"The value [2147483648] is to large to fit in a i4"},
         {[] { C::i4FromString(u"12abc", kNone); }, u"The value [12abc] can not be converted to a i4"},
         {[] { C::i4FromString(u"", kNone); }, u"The value [] can not be converted to a i4"},

@@ -20,11 +20,7 @@ namespace {
 
 // Every accepted shape: the type it yields and how it is written back.
 // clang-format off
-const struct {
-    const char16_t* text;
-    DT::DTType type;
-    const char16_t* written;
-} kValid[] = {
+const struct { const char16_t* text; DT::DTType type; const char16_t* written; } kValid[] = {
     {u"2000-02-29", DT::date, u"2000-02-29"},           {u"-0004-02-29", DT::date, u"-0004-02-29"},
     {u"-9999-01-01", DT::date, u"-9999-01-01"},         {u"---05-01:00", DT::gDay, u"---05-01:00"},
     {u"12:00:00-00:30", DT::time, u"12:00:00+00:30"},   {u"12:00:00abc", DT::time, u"12:00:00"},
@@ -60,11 +56,8 @@ TEST(DateTimeParse, AcceptedFormsYieldTypeAndText) {
 enum Parser { Date, Time, DateTime };
 
 // clang-format off
-const struct {
-    Parser parser;
-    const char16_t* text; // null stands for the null pointer
-    const char16_t* message;
-} kInvalid[] = {
+// text: null stands for the null pointer
+const struct { Parser parser; const char16_t* text; const char16_t* message; } kInvalid[] = {
     {Date, nullptr, u"Invalid Date (Null String)"}, {Date, u"", u"Invalid Date (Empty String)"},
     {Date, u"2001-01-01T", u"Invalid Date ('T' not allowed)"},
     {Date, u"2001-01-01+01:00Z", u"Invalid Date (Bad Zone value)"},
@@ -147,12 +140,7 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
 }
 
 // clang-format off
-const struct {
-    const char16_t* start;
-    const char16_t* span;
-    bool subtract;
-    const char16_t* result;
-} kAdd[] = {
+const struct { const char16_t* start; const char16_t* span; bool subtract; const char16_t* result; } kAdd[] = {
     {u"2001-01-31", u"P1M", false, u"2001-02-31"}, // the day is not limited to the month
     {u"2001-03-01", u"P1D", true, u"2001-02-28"}, {u"2000-03-01", u"P1D", true, u"2000-02-29"},
     {u"2001-01-01T00:00:00", u"PT0.000000001S", true, u"2000-12-31T23:59:59.999999999"},
@@ -257,10 +245,7 @@ TEST(DateTimeAdd, HugeTimeComponentsAreRefused) {
 
 // Accepted texts and how they are written back (never normalised).
 // clang-format off
-const struct {
-    const char16_t* text;
-    const char16_t* written;
-} kAccepted[] = {
+const struct { const char16_t* text; const char16_t* written; } kAccepted[] = {
     {u"P1Y2M3DT4H5M6.789S", u"P1Y2M3DT4H5M6.789S"}, {u"PT90M", u"PT90M"},
     {u"-PT0S", u"-P"},                              {u"P0Y", u"P"},
     {u"PY", u"P"},                                  {u"PT1.5S", u"PT1.5S"},

@@ -112,15 +112,13 @@ TEST(DecimalArithmetic, Table) {
 // Rounded by adding half a unit, so ties go away from zero; the point is always written, and no fill
 // follows when the rounding removed digits or the limit of places cannot hold the half unit.
 TEST(DecimalText, ToStringWithPlaces) {
-    const struct {
-        const char16_t* value;
-        int32_t places;
-        const char* expected;
-    } cases[] = {
+    // clang-format off
+    const struct { const char16_t* value; int32_t places; const char* expected; } cases[] = {
         {u"1.25", 1, "1.3"},  {u"-1.25", 1, "-1.3"}, {u"1", 2, "1.00"},        {u"1.5", 0, "2."},
         {u"1.2", 0, "1."},    {u"-1.5", 0, "-2."},   {u"-0.004", 2, "-0.00"},  {u"123.456", 5, "123.45600"},
         {u"0.995", 2, "1.0"}, {u"1.5", 40, "1.5"},   {u"-1.25", 600, "-1.25"}, {u"1.5", INT32_MAX, "1.5"},
     };
+    // clang-format on
     for (const auto& c : cases)
         EXPECT_EQ(N(D(c.value).ToString(c.places)), c.expected) << N(c.value) << " places " << c.places;
     PlacesGuard guard(700);
@@ -136,14 +134,13 @@ TEST(DecimalConvert, Numbers) {
     EXPECT_EQ(D(u"9223372036854775807.9").ToLongLong(), INT64_MAX);
     EXPECT_EQ(std::tuple(D(u"-0.015").ToDouble(), D(u"-1.7e308").ToDouble()), std::tuple(-0.015, -1.7e308));
     EXPECT_EQ(Str(D(u"2.5").ToBigInteger()) + Str(D(u"-2.6").ToBigInteger()), "2-3");
-    const struct {
-        std::function<void()> call;
-        const char* message;
-    } overflows[] = {
+    // clang-format off
+    const struct { std::function<void()> call; const char* message; } overflows[] = {
         {[] { (void)D(u"2147483647.6").ToLong(); }, "The Decimal value if to large to fit into a LONG"},
         {[] { (void)D(u"9223372036854775808").ToLongLong(); }, "The Decimal value if to large to fit into a LONGLONG"},
         {[] { (void)D(u"1.8e308").ToDouble(); }, "The Decimal value if to large to fit into a Double"},
     };
+    // clang-format on
     for (const auto& o : overflows) ExpectThrowMessage<CKvOverFlowException>(o.call, o.message);
     // From a double only 13 decimals are taken.
     const std::pair<double, const char*> doubles[] = {{0.1, "0.1"},

@@ -62,12 +62,8 @@ std::string Check(ItemType kind, const std::u16string& text, const Facets& f, It
 TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
     const std::string nanText = Narrow(FormatString(u"%f", std::numeric_limits<double>::quiet_NaN()));
     // clang-format off
-    const struct {
-        ItemType kind;
-        const char16_t* value;
-        Facets facets;
-        std::string expected; // empty: passes
-    } rows[] = {
+    // expected: empty: passes
+    const struct { ItemType kind; const char16_t* value; Facets facets; std::string expected; } rows[] = {
         {ItemType_i1, u"10", MinInc(u" 10 "), ""}, // the bound's blanks are collapsed
         {ItemType_i1, u"9", MinInc(u"10"), "Invalid Value for v [9]"},
         {ItemType_i4, u"7", MinExc(u"7"), "Invalid Value for v [7]"},
@@ -96,12 +92,9 @@ Facets AllBounds(const char16_t* v) {
 }
 
 TEST(FacetCheck, ValueClassKinds) {
-    const struct {
-        ItemType kind;
-        const char16_t* value;
-        Facets facets;
-        std::string expected; // empty: passes
-    } rows[] = {
+    // clang-format off
+    // expected: empty: passes
+    const struct { ItemType kind; const char16_t* value; Facets facets; std::string expected; } rows[] = {
         // Binary lengths count bytes, never the characters shown.
         {ItemType_hexBinary, u"0aFF10", Length(6), "Invalid Value for v [0AFF10]."},
         {ItemType_hexBinary, u"0aFF10", Facets{.pattern = u"x", .maxInclusive = u"junk", .totalDigits = 1}, ""},
@@ -136,6 +129,7 @@ TEST(FacetCheck, ValueClassKinds) {
          "Invalid Value for v [100000000000000000000]."},
         {ItemType_integer, u"-99", Digits(2), "Invalid Value for v [-99]."},
     };
+    // clang-format on
     for (const auto& r : rows)
         EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << r.kind << " " << Narrow(r.value);
 
@@ -153,23 +147,16 @@ TEST(FacetCheck, ValueClassKinds) {
 }
 
 TEST(FacetCheck, StringLengthsThenPattern) {
-    const struct {
-        std::u16string value;
-        Facets facets;
-        bool passes;
-    } rows[] = {
-        {u"a", Lengths(2, -1, -1), false},
-        {u"ab", Lengths(-1, -1, 3), false},
-        {u"", Lengths(-1, -1, 0), true},
+    // clang-format off
+    const struct { std::u16string value; Facets facets; bool passes; } rows[] = {
+        {u"a", Lengths(2, -1, -1), false}, {u"ab", Lengths(-1, -1, 3), false}, {u"", Lengths(-1, -1, 0), true},
         {u"\U0001F600", Lengths(-1, -1, 2), true}, // 16-bit units, not code points
-        {u"abcd", Pattern(u"[a-c]+"), false},
-        {u"abc\n", Pattern(u"[a-c]+"), false},
-        {u"a-1", Pattern(u"\\i\\c*"), true},
-        {u"\\i", Pattern(u"\\\\i"), true},
-        {u"ab\u00e9", Pattern(u"\\p{IsBasicLatin}+"), false},
-        {u"\u00e9", Pattern(u"\\p{IsLatin-1Supplement}"), true},
+        {u"abcd", Pattern(u"[a-c]+"), false}, {u"abc\n", Pattern(u"[a-c]+"), false},
+        {u"a-1", Pattern(u"\\i\\c*"), true}, {u"\\i", Pattern(u"\\\\i"), true},
+        {u"ab\u00e9", Pattern(u"\\p{IsBasicLatin}+"), false}, {u"\u00e9", Pattern(u"\\p{IsLatin-1Supplement}"), true},
         {u"\u00e9\u00e8", Pattern(u"[\u00e8\u00e9]{2}"), true},
     };
+    // clang-format on
     for (const auto& r : rows) {
         const std::string expected = r.passes ? "<no exception>" : "Invalid Value for code [" + Narrow(r.value) + "].";
         EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", r.value, r.facets.Make()); }), expected);
@@ -208,18 +195,15 @@ TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
 
 TEST(PatternTranslation, FixedSeriesOfRewrites) {
     // Each rewrite works on the raw bytes, inside character classes too, and case matters.
-    const struct {
-        const char *xsd, *expected;
-    } rows[] = {
-        {R"(\i\c*)", R"(([^\W\d]|:)(\w|\.|-|:)*)"},
-        {R"(\I\C)", R"(([\W\d])([^\w\.\-\:]))"},
-        {R"([\i])", R"([([^\W\d]|:)])"},
-        {R"(\\i)", R"(\\i)"},
-        {R"(\\\i)", R"(\\([^\W\d]|:))"},
+    // clang-format off
+    const struct { const char *xsd, *expected; } rows[] = {
+        {R"(\i\c*)", R"(([^\W\d]|:)(\w|\.|-|:)*)"}, {R"(\I\C)", R"(([\W\d])([^\w\.\-\:]))"},
+        {R"([\i])", R"([([^\W\d]|:)])"}, {R"(\\i)", R"(\\i)"}, {R"(\\\i)", R"(\\([^\W\d]|:))"},
         {R"(\p{IsBasicLatin}\p{IsLatin-1Supplement})", R"([\000-\177][\200-\377])"},
         {R"(\p{IsLatinExtended-A}\p{IsLatinExtended-B})", R"([\400-\577][\600-\1117])"},
         {R"(\P{IsBasicLatin}\p{isbasiclatin}\p{IsGreek}\d)", R"(\P{IsBasicLatin}\p{isbasiclatin}\p{IsGreek}\d)"},
     };
+    // clang-format on
     for (const auto& r : rows) EXPECT_EQ(TranslateXsdPattern(r.xsd), r.expected) << r.xsd;
 }
 

@@ -8,11 +8,8 @@ namespace {
 
 // Date plus duration with quotients far beyond 2^24: exact, or refused where the year leaves 16 bits.
 // clang-format off
-const struct {
-    const char16_t* start;
-    const char16_t* span;
-    const char16_t* result; // null: refused
-} kLargeSums[] = {
+// result: null: refused
+const struct { const char16_t* start; const char16_t* span; const char16_t* result; } kLargeSums[] = {
     {u"2000-01-01T00:00:00", u"PT500000000001S", u"17844-05-15T00:53:21"},
     {u"2000-01-01T00:00:00", u"PT4294967295M", u"10166-02-15T04:15:00"},
     {u"2000-01-01T00:00:00", u"-PT16777217H", u"0086-01-23T07:00:00"},
@@ -70,10 +67,7 @@ TEST(ValueLimits, BigIntegerAndDecimalShareTheDigitLimit) {
 // Exponents move the point; a negative one keeps the limit plus two places, then rounds to the limit.
 TEST(ValueLimits, DecimalExponentsMoveThePoint) {
     // clang-format off
-    const struct {
-        const char16_t* text;
-        const char16_t* written;
-    } cases[] = {
+    const struct { const char16_t* text; const char16_t* written; } cases[] = {
         {u"1.5E-3", u"0.0015"}, {u"-25E-1", u"-2.5"},  {u"123.456E2", u"12345.6"}, {u"-1.5E2", u"-150"},
         {u"0.00E5", u"0"},      {u"1E-999999", u"0"}, {u"6E-31", u"0.000000000000000000000000000001"},
         {u"5000000001E-40", u"0"}, {u"0.0012E3", u"1.2"},

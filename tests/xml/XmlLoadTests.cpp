@@ -81,15 +81,14 @@ TEST(CXmlDocumentLoad, FailuresCarryExpatsWordsAndTheLine) {
     EXPECT_EQ(LoadError(static_cast<const char*>(nullptr)), u"XML String is empty!");
     // The wide form counts its byte-order mark, so an empty string reaches the parser.
     EXPECT_EQ(LoadError(u""), Widen(XML_ErrorString(XML_ERROR_NO_ELEMENTS)) + u" at line 1");
-    struct {
-        const char* xml;
-        const char16_t* message;
-    } cases[] = {
+    // clang-format off
+    struct { const char* xml; const char16_t* message; } cases[] = {
         {"<a>\n\n<b>\n</a>", u"mismatched tag at line 4"},
         {"<a>\r\n<b x='1' x='2'/></a>", u"duplicate attribute at line 2"},
         {"<a>&undefined;</a>", u"undefined entity at line 1"},
         {"<p:a/>", u"unbound prefix at line 1"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(LoadError(c.xml), c.message) << c.xml;
         EXPECT_EQ(LoadError(Widen(c.xml).c_str()), c.message) << c.xml;
