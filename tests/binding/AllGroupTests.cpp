@@ -107,15 +107,11 @@ struct Model {
     }
 };
 
-struct ReadCase {
-    const char* name;
-    Tables Model::*root;
-    const char* xml;
-    bool ignoreUnknown;
-    std::string expected; // Dump of what was read, or the full message of the failure
-    const char* written;  // what the object writes back after a successful read; null: not checked
-};
-
+// clang-format off
+// expected: Dump of what was read, or the full message of the failure
+// written: what the object writes back after a successful read; null: not checked
+struct ReadCase { const char* name; Tables Model::*root; const char* xml;
+    bool ignoreUnknown; std::string expected; const char* written; };
 const ReadCase kReadCases[] = {
     // Values in a real element.
     {"reverse order, written in table order", &Model::values,
@@ -168,6 +164,7 @@ const ReadCase kReadCases[] = {
     {"collection of strings", &Model::strings, "<root><s>1</s><a>x</a><s>2</s></root>", false, kNotImplemented,
      nullptr},
 };
+// clang-format on
 
 TEST(AllRead, ReadsInAnyOrder) {
     for (const ReadCase& c : kReadCases) {

@@ -112,15 +112,11 @@ struct Model {
     }
 };
 
-struct ReadCase {
-    const char* name;
-    Tables Model::*root;
-    const char* xml;
-    Options options;
-    std::string expected; // Dump of what was read, or the full message of the failure
-    const char* written;  // what the object writes back after a successful read; null: not checked
-};
-
+// clang-format off
+// expected: Dump of what was read, or the full message of the failure
+// written: what the object writes back after a successful read; null: not checked
+struct ReadCase { const char* name; Tables Model::*root; const char* xml;
+    Options options; std::string expected; const char* written; };
 const ReadCase kReadCases[] = {
     // One alternative, in a real element.
     {"second alternative", &Model::flat, "<root><b>7</b></root>", kStrict, "{1=7}", "<root><b>7</b></root>"},
@@ -205,6 +201,7 @@ TEST(ChoiceRead, ReadsOneAlternative) {
         }
     }
 }
+// clang-format on
 
 TEST(ChoiceWrite, TheFirstSetAlternativeEndsTheWalk) {
     Model model;
@@ -235,13 +232,9 @@ TEST(ChoiceWrite, EmptyChoiceOfCollectionsFailsUnlessExcused) {
 
 // ---- which tables excuse an empty choice -------------------------------------------------------
 
-struct OptionalCase {
-    const char* name;
-    std::function<CElementInfo*()> record;
-    int32_t minOccurs; // of the collection the property holds; -1: no collection
-    bool expected;
-};
-
+// clang-format off
+// minOccurs: of the collection the property holds; -1: no collection
+struct OptionalCase { const char* name; std::function<CElementInfo*()> record; int32_t minOccurs; bool expected; };
 const OptionalCase kOptionalCases[] = {
     {"prim opt", [] { return ChoicePrim(u"a", 0); }, -1, true},
     {"prim col from 0", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, 0, true},
@@ -250,6 +243,7 @@ const OptionalCase kOptionalCases[] = {
     {"collection record without a collection", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, -1, false},
     {"sequence col from 0 counts for nothing", [] { return new CElementInfoSeqPrimCol(u"a", u"", 0); }, 0, false},
 };
+// clang-format on
 
 TEST(ChoiceOptional, DecidesWhetherAnEmptyChoiceIsExcused) {
     for (const OptionalCase& c : kOptionalCases) {

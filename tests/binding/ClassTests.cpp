@@ -137,16 +137,10 @@ TEST(Attributes, WritingFollowsOptionalityAndDefaults) {
               "Invalid Type 0 to convert to string");
 }
 
-struct AttributeReadCase {
-    const char* name;
-    const char* xml;
-    bool ignoreNamespaces;
-    bool ignoreUnknownAttributes;
-    bool failIfUnknown;
-    const char* expected; // "id|opt|kind|p" or the full message of the failure
-};
-
 // clang-format off
+// expected: "id|opt|kind|p" or the full message of the failure
+struct AttributeReadCase { const char* name; const char* xml; bool ignoreNamespaces;
+    bool ignoreUnknownAttributes; bool failIfUnknown; const char* expected; };
 const AttributeReadCase kAttributeReadCases[] = {
     {"namespace attributes are skipped",
      "<root xmlns:q='urn:q' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:type='T' "

@@ -21,17 +21,11 @@ struct SeqFixture {
     Tables tables;
 };
 
-struct ReadCase {
-    const char* name;
-    const char* xml;
-    bool ignoreUnknownElements;
-    bool ignoreMissingMandatory;
-    bool ignoreUnknownAttributes;
-    const char* expected; // "a|b|n|c" on success, or the full message of the failure
-    const char* path;     // path of the failure
-};
-
 // clang-format off
+// expected: "a|b|n|c" on success, or the full message of the failure
+// path: path of the failure
+struct ReadCase { const char* name; const char* xml; bool ignoreUnknownElements; bool ignoreMissingMandatory;
+    bool ignoreUnknownAttributes; const char* expected; const char* path; };
 const ReadCase kReadCases[] = {
     {"in order", "<root><a>x</a><b> 5 </b><n>v</n><c>blue</c></root>", false, false, false,
      "x|5|v|2", ""},
@@ -111,14 +105,10 @@ TEST(SequenceRead, FailuresKeepTheirCauseAndWhatWasReadBeforeThem) {
 // Every document here declares the alias that the context adds for the instance namespace.
 #define kRootXsi "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
 
-struct WriteCase {
-    const char* name;
-    std::function<void(CTestObject&)> fill;
-    bool writeDefaults;
-    const char* expected; // the text, or the full message of the failure
-};
-
 // clang-format off
+// expected: the text, or the full message of the failure
+struct WriteCase { const char* name; std::function<void(CTestObject&)> fill;
+    bool writeDefaults; const char* expected; };
 const WriteCase kWriteCases[] = {
     {"all set", [](CTestObject& o) { o.props[0].SetString(u"x<&>"); o.props[1].SetI4(-5); o.props[2].SetString(u"v");
                                      o.props[3].SetI4(2); },

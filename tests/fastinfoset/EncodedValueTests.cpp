@@ -53,12 +53,10 @@ TEST(FastInfosetEncodedValues, WriteAndReadBack) {
 TEST(FastInfosetEncodedValues, ReadsSeveralItems) {
     // clang-format off
     struct Case { uint32_t algorithm; Bytes octets; const char* text; } cases[] = {
-        {3, {0x00, 0x01, 0x00, 0x02}, "1 2"},
-        {4, {0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE}, "1 -2"},
+        {3, {0x00, 0x01, 0x00, 0x02}, "1 2"}, {4, {0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE}, "1 -2"},
         {8, {0x3F, 0xF8, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0}, "1.5 -2"},
         // Two unused bits: four bits from the first octet, six from the second.
-        {6, {0x25, 0xA8}, "falsetruefalsetrue truefalsetruefalsetruefalse"},
-        {6, {0x0F}, "truetruetruetrue"},
+        {6, {0x25, 0xA8}, "falsetruefalsetrue truefalsetruefalsetruefalse"}, {6, {0x0F}, "truetruetruetrue"},
         // More unused bits than the last octet holds: it contributes nothing.
         {6, {0xF0}, ""},
     };

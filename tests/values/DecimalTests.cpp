@@ -68,13 +68,8 @@ TEST(DecimalParse, Failures) {
 }
 
 TEST(DecimalArithmetic, Table) {
-    struct Case {
-        const char16_t* a;
-        char op;
-        const char16_t* b;
-        const char* expected;
-    };
     // clang-format off
+    struct Case { const char16_t* a; char op; const char16_t* b; const char* expected; };
     const Case cases[] = {
         {u"0.1", '+', u"0.2", "0.3"},   {u"0.7", '+', u"0.4", "1.1"},   {u"1.5", '-', u"2", "-0.5"},
         {u"-1.5", '+', u"2", "0.5"},    {u"-0.3", '+', u"0", "-0.3"},   {u"0.25", '-', u"0.25", "0"},

@@ -207,13 +207,8 @@ TEST(PatternTranslation, FixedSeriesOfRewrites) {
     for (const auto& r : rows) EXPECT_EQ(TranslateXsdPattern(r.xsd), r.expected) << r.xsd;
 }
 
-struct MatchCase {
-    const char* pattern;
-    std::u16string value;
-    bool expected;
-};
-
 // clang-format off
+struct MatchCase { const char* pattern; std::u16string value; bool expected; };
 const MatchCase kMatches[] = {
     {"[a-c]+", u"abc", true},
     {"[a-c]+", u"abc\n", false}, // `$` before a final line feed does not cover the subject

@@ -9,13 +9,8 @@ using W = CWhitespaceUtils;
 
 namespace {
 
-struct RuleCase {
-    W::WhitespaceRule rule;
-    std::u16string input;
-    std::u16string expected;
-};
-
 // clang-format off
+struct RuleCase { W::WhitespaceRule rule; std::u16string input; std::u16string expected; };
 const RuleCase kRuleCases[] = {
     {W::WhitespaceRule_None, u" a\r\n\tb ", u" a\r\n\tb "}, {W::WhitespaceRule_Preserve, u"a\r\nb\rc", u"a\nb\nc"},
     {W::WhitespaceRule_Preserve, u"\r\r\n\n", u"\n\n\n"}, {W::WhitespaceRule_Preserve, u" a\tb\n", u" a\tb\n"},
