@@ -197,11 +197,10 @@ TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
 TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
     // clang-format off
     struct Case { CXmlWriter::NamespaceMap map; std::u16string expected; };
-    const Case cases[] = {{{}, u"AA"},
-
-                          {{{u"urn:1", u"AB"}}, u"AA"},
+    const Case cases[] = {{{}, u"AA"}, {{{u"urn:1", u"AB"}}, u"AA"},
                           {{{u"urn:1", u"AA"}, {u"urn:2", u"AC"}, {u"urn:3", u"AB"}}, u"AD"},
                           {{{u"urn:1", u"aa"}, {u"urn:2", u"xml"}}, u"AA"}};
+    // clang-format on
     for (const Case& c : cases) EXPECT_EQ(CXmlWriter::AllocateAlias(c.map), c.expected);
     CXmlWriter::NamespaceMap taken;
     for (int i = 0; i < 26 * 26; ++i) {
@@ -211,7 +210,6 @@ TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
             EXPECT_EQ(CXmlWriter::AllocateAlias(taken), u"BA");
         }
     }
-    // clang-format on
     EXPECT_EQ(CXmlWriter::AllocateAlias(taken), u"[A");
 }
 

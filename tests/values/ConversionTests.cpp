@@ -91,6 +91,7 @@ TEST(Conversions, FailuresAreInvalidValues) {
          u"A Boolean Value read from an XML document was invalid [ yes " + boolMsg},
         {[] { C::booleanFromString(u" true", kNone); },
          u"A Boolean Value read from an XML document was invalid [ true" + boolMsg}};
+    // clang-format on
     for (const auto& c : cases) EXPECT_KV_THROW(c.call(), CKvInvalidValueException, c.message);
 }
 
@@ -103,6 +104,5 @@ TEST(Conversions, BinaryKindsFromAndToText) {
     EXPECT_THROW(try { C::hexBinaryFromString(u"0G", kNone); } catch (const CKvInvalidValueException&) {
         ADD_FAILURE() << "hex errors are not invalid values";
     }, CKvException);
-    // clang-format on
     // clang-format on
 }

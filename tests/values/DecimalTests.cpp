@@ -138,13 +138,11 @@ TEST(DecimalConvert, Numbers) {
     // clang-format on
     for (const auto& o : overflows) ExpectThrowMessage<CKvOverFlowException>(o.call, o.message);
     // From a double only 13 decimals are taken.
-    const std::pair<double, const char*> doubles[] = {{0.1, "0.1"},
-                                                      {-1.25, "-1.25"},
-                                                      {1e-14, "0"},
-                                                      {-0.0, "0"},
-                                                      {1e20, "100000000000000000000"},
-                                                      {0.12345678901234, "0.1234567890123"},
-                                                      {0.00000000000005, "0.0000000000001"}};
+    // clang-format off
+    const std::pair<double, const char*> doubles[] = {
+        {0.1, "0.1"}, {-1.25, "-1.25"}, {1e-14, "0"}, {-0.0, "0"}, {1e20, "100000000000000000000"},
+        {0.12345678901234, "0.1234567890123"}, {0.00000000000005, "0.0000000000001"}};
+    // clang-format on
     for (const auto& [value, expected] : doubles) EXPECT_EQ(Str(CDecimal(value)), expected) << value;
     EXPECT_THROW(CDecimal(std::numeric_limits<double>::infinity()), CKvInvalidValueException);
 }
