@@ -138,12 +138,10 @@ public:
     CAttributeInfo** GetClassAttributeInfo() const override { return m_tables.attributeInfo; }
     void Init() override {
         props.assign(8, KvVariant());
-        ++initCount;
         if (onInit) onInit(*this);
     }
 
     using CXmlGeneratedClass::DoesElementContainOptionalElements;
-    using CXmlGeneratedClass::IsElementInList;
 
     CXmlObjectBase* Child(int32_t index) const { return props[index].GetXmlObject().get(); }
     CTestObject* TestChild(int32_t index) const { return dynamic_cast<CTestObject*>(Child(index)); }
@@ -154,7 +152,6 @@ public:
     std::vector<KvVariant> props;
     std::function<void(CTestObject&)> onInit;
     int32_t failOnSet = -1;
-    int initCount = 0;
 
 private:
     const Tables& m_tables;
