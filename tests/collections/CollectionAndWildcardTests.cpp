@@ -213,7 +213,7 @@ TEST(CXmlCollection, CopiesShareItemsNotNodes) {
 // minimum is checked first); a collection writes its items without a wrapper and fails before any.
 TEST(CXmlCollectionBase, CountValidation) {
     // clang-format off
-    // expected: empty: valid
+    // expected empty: valid
     const struct { int32_t min, max, count; bool ignore; const char* expected; } rows[] = {
         {0, -1, 50, false, ""}, {0, 2, 2, false, ""},
         {0, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},

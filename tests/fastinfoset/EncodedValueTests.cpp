@@ -23,7 +23,7 @@ CFastInfosetBinaryData Make(const Bytes& b) {
 
 TEST(FastInfosetEncodedValues, WriteAndReadBack) {
     // clang-format off
-    // readBack: null: the algorithm is write-only
+    // readBack null: the algorithm is write-only
     struct Case { uint32_t algorithm; const char16_t* text; Bytes octets; const char* readBack; } cases[] = {
         {1, u"0aFF", {0x0A, 0xFF}, "0AFF"}, {2, u"AQI=", {0x01, 0x02}, "AQI="}, {3, u"-2", {0xFF, 0xFE}, "-2"},
         {3, u"32767", {0x7F, 0xFF}, "32767"}, {3, u"-32768", {0x80, 0x00}, "-32768"},

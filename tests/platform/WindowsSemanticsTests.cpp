@@ -160,7 +160,7 @@ TEST(WindowsSemantics, TimeConversionsRoundTrip) {
 TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
     KvTest::ZoneScope zone(kCentralEurope);
     // clang-format off
-    // seconds: -1: failure
+    // seconds -1: failure
     // hour: normalised local fields on success
     const struct { std::tm in; int64_t seconds; int year, month, day, hour; int isdst; } cases[] = {
         // Winter: UTC+1; summer: UTC+2, with the zone deciding when isdst is -1.

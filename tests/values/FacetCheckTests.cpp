@@ -62,7 +62,7 @@ std::string Check(ItemType kind, const std::u16string& text, const Facets& f, It
 TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
     const std::string nanText = Narrow(FormatString(u"%f", std::numeric_limits<double>::quiet_NaN()));
     // clang-format off
-    // expected: empty: passes
+    // expected empty: passes
     const struct { ItemType kind; const char16_t* value; Facets facets; std::string expected; } rows[] = {
         {ItemType_i1, u"10", MinInc(u" 10 "), ""}, // the bound's blanks are collapsed
         {ItemType_i1, u"9", MinInc(u"10"), "Invalid Value for v [9]"},
@@ -93,7 +93,7 @@ Facets AllBounds(const char16_t* v) {
 
 TEST(FacetCheck, ValueClassKinds) {
     // clang-format off
-    // expected: empty: passes
+    // expected empty: passes
     const struct { ItemType kind; const char16_t* value; Facets facets; std::string expected; } rows[] = {
         // Binary lengths count bytes, never the characters shown.
         {ItemType_hexBinary, u"0aFF10", Length(6), "Invalid Value for v [0AFF10]."},

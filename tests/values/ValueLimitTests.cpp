@@ -8,7 +8,7 @@ namespace {
 
 // Date plus duration with quotients far beyond 2^24: exact, or refused where the year leaves 16 bits.
 // clang-format off
-// result: null: refused
+// result null: refused
 const struct { const char16_t* start; const char16_t* span; const char16_t* result; } kLargeSums[] = {
     {u"2000-01-01T00:00:00", u"PT500000000001S", u"17844-05-15T00:53:21"},
     {u"2000-01-01T00:00:00", u"PT4294967295M", u"10166-02-15T04:15:00"},
