@@ -171,16 +171,10 @@ TEST(CXmlTextWriter, DeepOpenStackIsFreedWithTheWriter) {
 // Random call sequences over awkward texts either write or fail with a library exception.
 TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
     std::mt19937 random(5);
-    const std::u16string texts[] = {u"",
-                                    u"a",
-                                    u"urn:x",
-                                    u"urn:y",
-                                    u"<&>\"\r\n'",
-                                    u"<![CDATA[",
-                                    std::u16string(1, 0),
-                                    u"\xD800\xDFFF",
-                                    std::u16string(5000, u'&'),
-                                    kXsi};
+    // clang-format off
+    const std::u16string texts[] = {u"", u"a", u"urn:x", u"urn:y", u"<&>\"\r\n'", u"<![CDATA[", std::u16string(1, 0),
+                                    u"\xD800\xDFFF", std::u16string(5000, u'&'), kXsi};
+    // clang-format on
     auto text = [&] { return texts[random() % 10]; };
     const char kinds[] = "SSSEEETTDAAYNCPIdnXW";
     for (int round = 0; round < 40; ++round) {
