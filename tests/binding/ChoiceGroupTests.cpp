@@ -187,6 +187,7 @@ const ReadCase kReadCases[] = {
      "<root xmlns:o='urn:o'><entry>1</entry><o:entry/></root>", kStrict, LeftOver("root", "entry", "/root"), nullptr},
     {"named wildcards in a group at the end of its parent", &Model::wildcardsInGroup, "<root/>", kStrict, "{}",
      nullptr}};
+// clang-format on
 
 TEST(ChoiceRead, ReadsOneAlternative) {
     for (const ReadCase& c : kReadCases) {
@@ -201,7 +202,6 @@ TEST(ChoiceRead, ReadsOneAlternative) {
         }
     }
 }
-// clang-format on
 
 TEST(ChoiceWrite, TheFirstSetAlternativeEndsTheWalk) {
     Model model;

@@ -38,11 +38,11 @@ TEST(CSerializationContext, IndentCharsAcceptOnlyBlanksAndTabs) {
     const std::tuple<const char16_t*, std::u16string, std::string> cases[] = {
         {nullptr, u"", "<no exception>"}, {u"", u"", "<no exception>"}, {u" \t\t", u" \t\t", "<no exception>"},
         {u"\tx", u"\t", refused}, {u"\n", u"\t", refused}};
+    // clang-format on
     for (const auto& [input, result, message] : cases) {
         Context context;
         EXPECT_EQ(MessageOf([&] { context.SetIndentChars(input); }), message);
         EXPECT_EQ(context.GetIndentChars(), result);
     }
-    // clang-format on
     EXPECT_THROW(Context().SetIndentChars(u"x"), CKvInvalidParamException);
 }

@@ -117,19 +117,19 @@ TEST(CXmlCollection, InsertionPositionsAndTheirMessages) {
     col->AddAfterItem(nullptr, c);  // null: first
     col->AddBeforeItem(nullptr, d); // null: last
     EXPECT_EQ(col->Names(), "cabd");
+    // how: 0 after, 1 before, 2 at index
     // clang-format off
-    const struct {
-        int how, at; // 0 after, 1 before, 2 at index
-        const char* expected;
-    } rows[] = {{0, 'd', "cabde"}, {1, 'c', "ecabd"}, {0, 'a', "caebd"}, {2, 4, "cabde"}, {2, 0, "ecabd"}, {2, 2, "caebd"}};
+    const struct { int how, at; const char* expected; } rows[] = {
+        {0, 'd', "cabde"}, {1, 'c', "ecabd"}, {0, 'a', "caebd"}, {2, 4, "cabde"}, {2, 0, "ecabd"}, {2, 2, "caebd"}};
+    // clang-format on
     CXmlObjectBase* byName[] = {a, b, c, d};
     for (const auto& r : rows) {
+        if (r.how == 0) col->AddAfterItem(byName[r.at - 'a'], e);
+        if (r.how == 1) col->AddBeforeItem(byName[r.at - 'a'], e);
         if (r.how == 2) col->AddItemAt(r.at, e);
-        else (col.get()->*(r.how ? &ItemCol::AddBeforeItem : &ItemCol::AddAfterItem))(byName[r.at - 'a'], e);
         EXPECT_EQ(col->Names(), r.expected);
         col->Remove(static_cast<int32_t>(std::string(r.expected).find('e')));
     }
-    // clang-format on
 
     // A failed lookup has fired message 1 only and leaves the list.
     rec.events.clear();

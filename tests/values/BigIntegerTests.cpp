@@ -68,11 +68,11 @@ TEST(BigIntegerSign, ZeroCarriesItsSign) {
         {CBigInteger(0) / CBigInteger(-7), false},
         {CBigInteger(u"-0") % CBigInteger(7), false},
         {CBigInteger(-14) % CBigInteger(7), true}};
+    // clang-format on
     for (size_t i = 0; i < sizeof(cases) / sizeof(cases[0]); ++i) {
         EXPECT_EQ(IsNegativeZero(cases[i].value), cases[i].negativeZero) << "case " << i;
         EXPECT_EQ(Str(cases[i].value), "0") << "case " << i;
     }
-    // clang-format on
     // The sign at face value in the order, but not in equality.
     const CBigInteger negativeZero(u"-0");
     EXPECT_TRUE(negativeZero == kZero && negativeZero <= kZero && kZero > negativeZero && kZero >= negativeZero);
