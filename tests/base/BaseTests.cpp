@@ -117,6 +117,7 @@ TEST(CKVCriticalSection, IsRecursive) {
 TEST(FormatString, ConversionsFollowWideFormatterConventions) {
     const char16_t* nullWide = nullptr;
     const char* nullNarrow = nullptr;
+    // clang-format off
     const std::pair<std::u16string, std::u16string> cases[] = {
         {FormatString(u"100%% [%s] [%S]", u"w\u4e2d", "n"), u"100% [w\u4e2d] [n]"},
         {FormatString(u"[%hs] [%lS] [%ws] [%hS]", "a", u"b", u"c", "d"), u"[a] [b] [c] [d]"},
@@ -130,11 +131,10 @@ TEST(FormatString, ConversionsFollowWideFormatterConventions) {
         {FormatString(u"%hd %hu", 65535, 65537), u"-1 1"},
         {FormatString(u"%.2f %e %E %G", 3.14159, 12345.678, 0.5, 1e20), u"3.14 1.234568e+04 5.000000E-01 1E+20"},
         {FormatString(u"%p", reinterpret_cast<void*>(0xABCDEF)), u"0000000000ABCDEF"},
-        {FormatString(u"abc%"), u"abc"},
-        {FormatString(u"%y"), u"y"},
-        {FormatString(u"a%cb", 0), u"a"},
+        {FormatString(u"abc%"), u"abc"}, {FormatString(u"%y"), u"y"}, {FormatString(u"a%cb", 0), u"a"},
         {FormatString(nullptr), u""},
     };
+    // clang-format on
     for (const auto& [actual, expected] : cases) EXPECT_EQ(actual, expected);
     int count = 12345;
     EXPECT_EQ(FormatString(u"ab%ncd", &count), u"abcd");
@@ -170,9 +170,8 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
         const std::u16string width = widths[random() % 5], precision = precisions[random() % 6];
         const std::u16string prefix = prefixes[random() % 13];
         const char16_t type = types[random() % 22];
-        // clang-format off
-        const std::u16string full = u"%" + std::u16string(flags[random() % 5]) + width + precision + prefix + type + u"|";
-        // clang-format on
+        const std::u16string full =
+            u"%" + std::u16string(flags[random() % 5]) + width + precision + prefix + type + u"|";
         const int s1 = stars[random() % 4], s2 = stars[random() % 4];
         const int starCount = (width == u"*") + (precision == u".*");
         const bool wide64 = prefix == u"I" || prefix == u"ll" || prefix == u"I64";
@@ -183,9 +182,10 @@ TEST(FormatString, RandomSpecificationsStayInsideMemory) {
         };
         try {
             if (std::u16string(u"diuxXo").find(type) != std::u16string::npos) {
-                // clang-format off
-                if (wide64) call(static_cast<long long>(random())); else call(static_cast<int>(random()));
-                // clang-format on
+                if (wide64)
+                    call(static_cast<long long>(random()));
+                else
+                    call(static_cast<int>(random()));
             } else if (type == u'c' || type == u'C') {
                 call(static_cast<int>(random() % 0x10000));
             } else if (std::u16string(u"eEfgGaA").find(type) != std::u16string::npos) {

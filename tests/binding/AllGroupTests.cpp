@@ -107,15 +107,11 @@ struct Model {
     }
 };
 
-struct ReadCase {
-    const char* name;
-    Tables Model::*root;
-    const char* xml;
-    bool ignoreUnknown;
-    std::string expected; // Dump of what was read, or the full message of the failure
-    const char* written;  // what the object writes back after a successful read; null: not checked
-};
-
+// clang-format off
+// expected: Dump of what was read, or the full message of the failure
+// written: what the object writes back after a successful read; null: not checked
+struct ReadCase { const char* name; Tables Model::*root; const char* xml;
+    bool ignoreUnknown; std::string expected; const char* written; };
 const ReadCase kReadCases[] = {
     // Values in a real element.
     {"reverse order, written in table order", &Model::values,
@@ -168,23 +164,22 @@ const ReadCase kReadCases[] = {
     {"collection of strings", &Model::strings, "<root><s>1</s><a>x</a><s>2</s></root>", false, kNotImplemented,
      nullptr},
 };
+// clang-format on
 
-class AllRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(AllRead, ReadsInAnyOrder) {
-    const ReadCase& c = GetParam();
-    Model model;
-    CSmartPtr<CTestObject> root = model.Make(c.root);
-    CSerializationContext context;
-    context.SetIgnoreUnknownElements(c.ignoreUnknown);
-    const Outcome outcome = ReadOutcome(*root, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message : Dump(root), c.expected);
-    if (c.written && !outcome.failed) {
-        EXPECT_EQ(Write(*root, context), c.written);
+TEST(AllRead, ReadsInAnyOrder) {
+    for (const ReadCase& c : kReadCases) {
+        SCOPED_TRACE(c.name);
+        Model model;
+        CSmartPtr<CTestObject> root = model.Make(c.root);
+        CSerializationContext context;
+        context.SetIgnoreUnknownElements(c.ignoreUnknown);
+        const Outcome outcome = ReadOutcome(*root, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message : Dump(root), c.expected);
+        if (c.written && !outcome.failed) {
+            EXPECT_EQ(Write(*root, context), c.written);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AllRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
 TEST(AllRead, OnlyTheMandatoryAbstractGroupAsksItsCreatorWithNoElement) {
     Model model;
@@ -225,32 +220,30 @@ const ValidateCase kValidateCases[] = {
     {"class mnd type 2 needing content", [] { return ClsMnd(XmlElementType_Inline, true); }, false, true, kMissingK},
 };
 
-class AllValidate : public ::testing::TestWithParam<ValidateCase> {};
-
-TEST_P(AllValidate, JudgesTheFoundFlag) {
-    const ValidateCase& c = GetParam();
-    Tables tables(ClassInfo(XmlElementGroupType_All), {c.record()});
-    CTestObject root(tables);
-    // The options of reading do not enter into it.
-    for (bool ignore : {false, true}) {
-        CSerializationContext context;
-        context.SetIgnoreMissingMandatoryElements(ignore);
-        context.SetIgnoreInvalidCollectionCounts(ignore);
-        std::string result;
-        try {
-            result = tables.elementInfo[0]->Validate(context, &root, c.found, c.strict) ? "true" : "false";
-        } catch (const CKvValidationException& e) {
-            result = Narrow(e.GetMessage());
-            EXPECT_TRUE(e.GetPath().empty());
-        } catch (const CKvException& e) {
-            result = Narrow(e.GetMessage());
-            EXPECT_EQ(result, kNotImplementedRecord) << "only the base failure is a plain exception";
+TEST(AllValidate, JudgesTheFoundFlag) {
+    for (const ValidateCase& c : kValidateCases) {
+        SCOPED_TRACE(c.name);
+        Tables tables(ClassInfo(XmlElementGroupType_All), {c.record()});
+        CTestObject root(tables);
+        // The options of reading do not enter into it.
+        for (bool ignore : {false, true}) {
+            CSerializationContext context;
+            context.SetIgnoreMissingMandatoryElements(ignore);
+            context.SetIgnoreInvalidCollectionCounts(ignore);
+            std::string result;
+            try {
+                result = tables.elementInfo[0]->Validate(context, &root, c.found, c.strict) ? "true" : "false";
+            } catch (const CKvValidationException& e) {
+                result = Narrow(e.GetMessage());
+                EXPECT_TRUE(e.GetPath().empty());
+            } catch (const CKvException& e) {
+                result = Narrow(e.GetMessage());
+                EXPECT_EQ(result, kNotImplementedRecord) << "only the base failure is a plain exception";
+            }
+            EXPECT_EQ(result, c.expected);
         }
-        EXPECT_EQ(result, c.expected);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AllValidate, ::testing::ValuesIn(kValidateCases), CaseName<ValidateCase>);
 
 TEST(AllRobustness, RandomDocumentsReturnOrFail) {
     Model model;

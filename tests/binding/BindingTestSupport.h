@@ -103,22 +103,14 @@ inline CAttributeInfo* StringAttribute(const char16_t* name, int32_t index, bool
 inline constexpr const char16_t* kColours[] = {u"red", u"green", u"blue"};
 inline constexpr const char16_t* kSizes[] = {u"small", u"medium", u"large"};
 template <const char16_t* const* Names>
-// clang-format off
-const char16_t* EnumToText(int32_t v) { return v >= 0 && v < 3 ? Names[v] : nullptr; }
-// clang-format on
+const char16_t* EnumToText(int32_t v) {
+    return v >= 0 && v < 3 ? Names[v] : nullptr;
+}
 template <const char16_t* const* Names>
 int32_t EnumFromText(const char16_t* text) {
     for (int32_t i = 0; i < 3; ++i)
         if (std::u16string(text) == Names[i]) return i;
     throw CKvInvalidValueException(u"not a name of the enumeration");
-}
-
-// Test names for parameterised cases from their descriptions.
-template <class Case>
-std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
-    std::string name;
-    for (const char* p = info.param.name; *p; ++p) name += isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-    return name;
 }
 
 class CTestObject : public CXmlGeneratedClass {
@@ -146,12 +138,10 @@ public:
     CAttributeInfo** GetClassAttributeInfo() const override { return m_tables.attributeInfo; }
     void Init() override {
         props.assign(8, KvVariant());
-        ++initCount;
         if (onInit) onInit(*this);
     }
 
     using CXmlGeneratedClass::DoesElementContainOptionalElements;
-    using CXmlGeneratedClass::IsElementInList;
 
     CXmlObjectBase* Child(int32_t index) const { return props[index].GetXmlObject().get(); }
     CTestObject* TestChild(int32_t index) const { return dynamic_cast<CTestObject*>(Child(index)); }
@@ -162,7 +152,6 @@ public:
     std::vector<KvVariant> props;
     std::function<void(CTestObject&)> onInit;
     int32_t failOnSet = -1;
-    int initCount = 0;
 
 private:
     const Tables& m_tables;
@@ -419,9 +408,8 @@ inline CSerializationContext RandomContext(std::mt19937& random) {
 }
 
 // Reads the document, and writes back what was read; either returns or fails with a CKvException.
-// clang-format off
-inline void ReadWriteSurvives(CXmlGeneratedClass& object, const std::string& xml, const CSerializationContext& context) {
-    // clang-format on
+inline void ReadWriteSurvives(CXmlGeneratedClass& object, const std::string& xml,
+                              const CSerializationContext& context) {
     try {
         Read(object, xml.c_str(), context);
         Write(object, context);

@@ -112,15 +112,11 @@ struct Model {
     }
 };
 
-struct ReadCase {
-    const char* name;
-    Tables Model::*root;
-    const char* xml;
-    Options options;
-    std::string expected; // Dump of what was read, or the full message of the failure
-    const char* written;  // what the object writes back after a successful read; null: not checked
-};
-
+// clang-format off
+// expected: Dump of what was read, or the full message of the failure
+// written: what the object writes back after a successful read; null: not checked
+struct ReadCase { const char* name; Tables Model::*root; const char* xml;
+    Options options; std::string expected; const char* written; };
 const ReadCase kReadCases[] = {
     // One alternative, in a real element.
     {"second alternative", &Model::flat, "<root><b>7</b></root>", kStrict, "{1=7}", "<root><b>7</b></root>"},
@@ -191,22 +187,21 @@ const ReadCase kReadCases[] = {
      "<root xmlns:o='urn:o'><entry>1</entry><o:entry/></root>", kStrict, LeftOver("root", "entry", "/root"), nullptr},
     {"named wildcards in a group at the end of its parent", &Model::wildcardsInGroup, "<root/>", kStrict, "{}",
      nullptr}};
+// clang-format on
 
-class ChoiceRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(ChoiceRead, ReadsOneAlternative) {
-    const ReadCase& c = GetParam();
-    Model model;
-    CSmartPtr<CTestObject> root = model.Make(c.root);
-    const CSerializationContext context = ContextOf(c.options);
-    const Outcome outcome = ReadOutcome(*root, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message : Dump(root), c.expected);
-    if (c.written && !outcome.failed) {
-        EXPECT_EQ(Write(*root, context), c.written);
+TEST(ChoiceRead, ReadsOneAlternative) {
+    for (const ReadCase& c : kReadCases) {
+        SCOPED_TRACE(c.name);
+        Model model;
+        CSmartPtr<CTestObject> root = model.Make(c.root);
+        const CSerializationContext context = ContextOf(c.options);
+        const Outcome outcome = ReadOutcome(*root, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message : Dump(root), c.expected);
+        if (c.written && !outcome.failed) {
+            EXPECT_EQ(Write(*root, context), c.written);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, ChoiceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
 TEST(ChoiceWrite, TheFirstSetAlternativeEndsTheWalk) {
     Model model;
@@ -237,13 +232,9 @@ TEST(ChoiceWrite, EmptyChoiceOfCollectionsFailsUnlessExcused) {
 
 // ---- which tables excuse an empty choice -------------------------------------------------------
 
-struct OptionalCase {
-    const char* name;
-    std::function<CElementInfo*()> record;
-    int32_t minOccurs; // of the collection the property holds; -1: no collection
-    bool expected;
-};
-
+// clang-format off
+// minOccurs: of the collection the property holds; -1: no collection
+struct OptionalCase { const char* name; std::function<CElementInfo*()> record; int32_t minOccurs; bool expected; };
 const OptionalCase kOptionalCases[] = {
     {"prim opt", [] { return ChoicePrim(u"a", 0); }, -1, true},
     {"prim col from 0", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, 0, true},
@@ -252,25 +243,24 @@ const OptionalCase kOptionalCases[] = {
     {"collection record without a collection", [] { return new CElementInfoChoicePrimCol(u"a", u"", 0); }, -1, false},
     {"sequence col from 0 counts for nothing", [] { return new CElementInfoSeqPrimCol(u"a", u"", 0); }, 0, false},
 };
+// clang-format on
 
-class ChoiceOptional : public ::testing::TestWithParam<OptionalCase> {};
-
-TEST_P(ChoiceOptional, DecidesWhetherAnEmptyChoiceIsExcused) {
-    const OptionalCase& c = GetParam();
-    // The record under test stands behind a collection that may not be absent.
-    Tables tables(ClassInfo(XmlElementGroupType_Choice), {new CElementInfoChoicePrimCol(u"s", u"", 1), c.record()});
-    CTestObject root(tables);
-    root.onInit = [&](CTestObject& o) {
-        o.props[1].SetXmlObject(new CTestStringCol(u"s", 1, -1));
-        if (c.minOccurs >= 0) o.props[0].SetXmlObject(new CTestStringCol(u"a", c.minOccurs, -1));
-    };
-    root.Init();
-    EXPECT_EQ(root.DoesElementContainOptionalElements(), c.expected);
-    EXPECT_EQ(FullMessageOf([&] { Write(root, CSerializationContext()); }),
-              c.expected ? "<no exception>" : kNoChoiceWrite);
+TEST(ChoiceOptional, DecidesWhetherAnEmptyChoiceIsExcused) {
+    for (const OptionalCase& c : kOptionalCases) {
+        SCOPED_TRACE(c.name);
+        // The record under test stands behind a collection that may not be absent.
+        Tables tables(ClassInfo(XmlElementGroupType_Choice), {new CElementInfoChoicePrimCol(u"s", u"", 1), c.record()});
+        CTestObject root(tables);
+        root.onInit = [&](CTestObject& o) {
+            o.props[1].SetXmlObject(new CTestStringCol(u"s", 1, -1));
+            if (c.minOccurs >= 0) o.props[0].SetXmlObject(new CTestStringCol(u"a", c.minOccurs, -1));
+        };
+        root.Init();
+        EXPECT_EQ(root.DoesElementContainOptionalElements(), c.expected);
+        EXPECT_EQ(FullMessageOf([&] { Write(root, CSerializationContext()); }),
+                  c.expected ? "<no exception>" : kNoChoiceWrite);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, ChoiceOptional, ::testing::ValuesIn(kOptionalCases), CaseName<OptionalCase>);
 
 TEST(ChoiceRobustness, RandomDocumentsReturnOrFail) {
     Model model;

@@ -18,9 +18,8 @@ CSerializationContext XsiContext() {
 // ---- nil objects ------------------------------------------------------------------------------
 
 struct NilFixture {
-    // clang-format off
-    Tables child{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"child"), {StringMnd(u"v", 0)},
-                 // clang-format on
+    Tables child{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"child"),
+                 {StringMnd(u"v", 0)},
                  {StringAttribute(u"id", 1)}};
     Tables root{ClassInfo(XmlElementGroupType_Seq),
                 {new CElementInfoSeqClsMnd(u"req", u"", 0, XmlElementType_Element, &CreateClass, 0, true),
@@ -87,9 +86,8 @@ TEST(GroupClass, PseudoChildKeepsItsAttributesInTheParentAndInlineLosesThem) {
         CTestObject back(f.root);
         f.Attach(back);
         Read(back, text.c_str(), CSerializationContext());
-        // clang-format off
-        EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1), type == XmlElementType_Pseudo ? "yx" : "y<unset>");
-        // clang-format on
+        EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1),
+                  type == XmlElementType_Pseudo ? "yx" : "y<unset>");
         EXPECT_EQ(Write(back, CSerializationContext()), text);
     }
 }
@@ -139,15 +137,10 @@ TEST(Attributes, WritingFollowsOptionalityAndDefaults) {
               "Invalid Type 0 to convert to string");
 }
 
-struct AttributeReadCase {
-    const char* name;
-    const char* xml;
-    bool ignoreNamespaces;
-    bool ignoreUnknownAttributes;
-    bool failIfUnknown;
-    const char* expected; // "id|opt|kind|p" or the full message of the failure
-};
-
+// clang-format off
+// expected: "id|opt|kind|p" or the full message of the failure
+struct AttributeReadCase { const char* name; const char* xml; bool ignoreNamespaces;
+    bool ignoreUnknownAttributes; bool failIfUnknown; const char* expected; };
 const AttributeReadCase kAttributeReadCases[] = {
     {"namespace attributes are skipped",
      "<root xmlns:q='urn:q' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:type='T' "
@@ -166,29 +159,26 @@ const AttributeReadCase kAttributeReadCases[] = {
     {"primitive in another namespace stays unknown under ignored namespaces",
      "<root xmlns:y='urn:y' id='a' y:p='v' must='m'/>", true, false, true,
      "Unexpected Attribute found.\nPath: /root/y:@p"},
-    // clang-format off
     {"nil on a class that cannot be nil", "<root xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' id='a' "
                                           "xsi:nil='false' must='m'/>",
-     // clang-format on
      false, false, true, "Invalid use of 'nil' attribute in non-nillable element.\nPath: /root"},
 };
+// clang-format on
 
-class AttributeRead : public ::testing::TestWithParam<AttributeReadCase> {};
-
-TEST_P(AttributeRead, ReadsOrReports) {
-    const AttributeReadCase& c = GetParam();
-    AttributeFixture f(c.failIfUnknown);
-    CTestObject object(f.tables);
-    CSerializationContext context;
-    context.SetIgnoreNamespaces(c.ignoreNamespaces);
-    context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
-    const Outcome outcome = ReadOutcome(object, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message
-                             : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
-              c.expected);
+TEST(AttributeRead, ReadsOrReports) {
+    for (const AttributeReadCase& c : kAttributeReadCases) {
+        SCOPED_TRACE(c.name);
+        AttributeFixture f(c.failIfUnknown);
+        CTestObject object(f.tables);
+        CSerializationContext context;
+        context.SetIgnoreNamespaces(c.ignoreNamespaces);
+        context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
+        const Outcome outcome = ReadOutcome(object, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message
+                                 : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
+                  c.expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AttributeRead, ::testing::ValuesIn(kAttributeReadCases), CaseName<AttributeReadCase>);
 
 // ---- collections ------------------------------------------------------------------------------
 
@@ -259,10 +249,9 @@ struct AbstractFixture {
 TEST(AbstractChild, ClassChosenByTypeAndWrittenBackWithIt) {
     AbstractFixture f(true);
     CTestObject object(f.root);
-    // clang-format off
-    const char* xml = "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><pay xsi:type=\"CardType\">"
-                      "<no>42</no></pay></root>";
-    // clang-format on
+    const char* xml =
+        "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><pay xsi:type=\"CardType\">"
+        "<no>42</no></pay></root>";
     Read(object, xml, CSerializationContext());
     ASSERT_NE(object.TestChild(0), nullptr);
     EXPECT_EQ(object.TestChild(0)->Text(0), "42");
@@ -308,14 +297,13 @@ TEST(Robustness, RandomChildrenThroughEveryGroupKind) {
                   {ChoicePrim(u"x", 0), ChoicePrim(u"y", 1, ItemType_i4)});
     Tables all(ClassInfo(XmlElementGroupType_All, XmlElementType_Inline, u"l", false),
                {AllPrimMnd(u"m", 0), AllPrimOpt(u"n", 1)});
-    // clang-format off
-    Tables root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
-                {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateClass, 0, false),
-                 new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateClass, 0, true),
-                 new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateClass, 0, false),
-                 new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
-                 new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
-    // clang-format on
+    Tables root(
+        ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
+        {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"p", u"", 1, XmlElementType_Pseudo, &CreateClass, 0, false),
+         new CElementInfoSeqClsMnd(u"c", u"", 2, XmlElementType_Inline, &CreateClass, 0, true),
+         new CElementInfoSeqClsMnd(u"l", u"", 3, XmlElementType_Inline, &CreateClass, 0, false),
+         new CElementInfoSeqClsCol(u"it", u"", 4, XmlElementType_Element),
+         new CElementInfoSeqUntpdOpt(u"AnyElement", u"", 5, u"##any", u"")});
     CTestObject object(root);
     object.onInit = [&](CTestObject& o) {
         o.props[1].SetXmlObject(new CTestObject(pseudo, u"p"));
@@ -384,40 +372,6 @@ TEST(ElementInfo, PropertyFailuresAreWrapped) {
     EXPECT_EQ(FullMessageOf([&] { Write(object, CSerializationContext()); }),
               "Failed to convert the element [root] to XML\nFailed to get the property value for [far].\n"
               "bad property index");
-}
-
-int g_destroyed = 0;
-
-class CCountedElement : public CElementInfoSeqPrimOpt {
-public:
-    CCountedElement()
-        : CElementInfoSeqPrimOpt(u"c", u"", 0, false, ItemType_string, nullptr, kNone, NoFacets(), nullptr) {}
-    ~CCountedElement() override { ++g_destroyed; }
-};
-
-class CCountedAttribute : public CAttributeInfoPrimitive {
-public:
-    CCountedAttribute()
-        : CAttributeInfoPrimitive(u"c", u"", 0, true, ItemType_string, nullptr, kNone, NoFacets(), nullptr) {}
-    ~CCountedAttribute() override { ++g_destroyed; }
-};
-
-TEST(CleanMetaData, DestroysEveryRecordAndNullsThePointers) {
-    CParentElementInfo* info = nullptr;
-    CElementInfo** elements = nullptr;
-    CAttributeInfo** attributes = nullptr;
-    CXmlGeneratedClass::CleanMetaData(info, elements, attributes);
-    EXPECT_EQ(info, nullptr);
-
-    g_destroyed = 0;
-    info = ClassInfo(XmlElementGroupType_Seq);
-    elements = new CElementInfo* [3] { new CCountedElement(), new CCountedElement(), nullptr };
-    attributes = new CAttributeInfo* [2] { new CCountedAttribute(), nullptr };
-    CXmlGeneratedClass::CleanMetaData(info, elements, attributes);
-    EXPECT_EQ(g_destroyed, 3);
-    EXPECT_EQ(info, nullptr);
-    EXPECT_EQ(elements, nullptr);
-    EXPECT_EQ(attributes, nullptr);
 }
 
 } // namespace

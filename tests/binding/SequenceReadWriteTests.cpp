@@ -21,17 +21,11 @@ struct SeqFixture {
     Tables tables;
 };
 
-struct ReadCase {
-    const char* name;
-    const char* xml;
-    bool ignoreUnknownElements;
-    bool ignoreMissingMandatory;
-    bool ignoreUnknownAttributes;
-    const char* expected; // "a|b|n|c" on success, or the full message of the failure
-    const char* path;     // path of the failure
-};
-
 // clang-format off
+// expected: "a|b|n|c" on success, or the full message of the failure
+// path: path of the failure
+struct ReadCase { const char* name; const char* xml; bool ignoreUnknownElements; bool ignoreMissingMandatory;
+    bool ignoreUnknownAttributes; const char* expected; const char* path; };
 const ReadCase kReadCases[] = {
     {"in order", "<root><a>x</a><b> 5 </b><n>v</n><c>blue</c></root>", false, false, false,
      "x|5|v|2", ""},
@@ -66,24 +60,22 @@ const ReadCase kReadCases[] = {
 };
 // clang-format on
 
-class SequenceRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(SequenceRead, ReadsOrReportsWithPath) {
-    const ReadCase& c = GetParam();
-    SeqFixture f;
-    CTestObject object(f.tables);
-    CSerializationContext context;
-    context.SetIgnoreUnknownElements(c.ignoreUnknownElements);
-    context.SetIgnoreMissingMandatoryElements(c.ignoreMissingMandatory);
-    context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
-    const Outcome outcome = ReadOutcome(object, c.xml, context);
-    EXPECT_EQ(outcome.failed ? outcome.message
-                             : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
-              c.expected);
-    EXPECT_EQ(outcome.path, c.path);
+TEST(SequenceRead, ReadsOrReportsWithPath) {
+    for (const ReadCase& c : kReadCases) {
+        SCOPED_TRACE(c.name);
+        SeqFixture f;
+        CTestObject object(f.tables);
+        CSerializationContext context;
+        context.SetIgnoreUnknownElements(c.ignoreUnknownElements);
+        context.SetIgnoreMissingMandatoryElements(c.ignoreMissingMandatory);
+        context.SetIgnoreUnknownAttributes(c.ignoreUnknownAttributes);
+        const Outcome outcome = ReadOutcome(object, c.xml, context);
+        EXPECT_EQ(outcome.failed ? outcome.message
+                                 : object.Text(0) + "|" + object.Text(1) + "|" + object.Text(2) + "|" + object.Text(3),
+                  c.expected);
+        EXPECT_EQ(outcome.path, c.path);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, SequenceRead, ::testing::ValuesIn(kReadCases), CaseName<ReadCase>);
 
 TEST(SequenceRead, FailuresKeepTheirCauseAndWhatWasReadBeforeThem) {
     SeqFixture f;
@@ -113,14 +105,10 @@ TEST(SequenceRead, FailuresKeepTheirCauseAndWhatWasReadBeforeThem) {
 // Every document here declares the alias that the context adds for the instance namespace.
 #define kRootXsi "<root xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
 
-struct WriteCase {
-    const char* name;
-    std::function<void(CTestObject&)> fill;
-    bool writeDefaults;
-    const char* expected; // the text, or the full message of the failure
-};
-
 // clang-format off
+// expected: the text, or the full message of the failure
+struct WriteCase { const char* name; std::function<void(CTestObject&)> fill;
+    bool writeDefaults; const char* expected; };
 const WriteCase kWriteCases[] = {
     {"all set", [](CTestObject& o) { o.props[0].SetString(u"x<&>"); o.props[1].SetI4(-5); o.props[2].SetString(u"v");
                                      o.props[3].SetI4(2); },
@@ -150,22 +138,20 @@ const WriteCase kWriteCases[] = {
 };
 // clang-format on
 
-class SequenceWrite : public ::testing::TestWithParam<WriteCase> {};
-
-TEST_P(SequenceWrite, WritesTheWholeText) {
-    const WriteCase& c = GetParam();
-    SeqFixture f;
-    CTestObject object(f.tables);
-    c.fill(object);
-    CSerializationContext context;
-    context.GetNamespaceAliases().Add(u"xsi", kXsi);
-    context.SetWriteDefaultElementValues(c.writeDefaults);
-    std::string text;
-    const std::string failure = FullMessageOf([&] { text = Write(object, context); });
-    EXPECT_EQ(failure == "<no exception>" ? text : failure, c.expected);
+TEST(SequenceWrite, WritesTheWholeText) {
+    for (const WriteCase& c : kWriteCases) {
+        SCOPED_TRACE(c.name);
+        SeqFixture f;
+        CTestObject object(f.tables);
+        c.fill(object);
+        CSerializationContext context;
+        context.GetNamespaceAliases().Add(u"xsi", kXsi);
+        context.SetWriteDefaultElementValues(c.writeDefaults);
+        std::string text;
+        const std::string failure = FullMessageOf([&] { text = Write(object, context); });
+        EXPECT_EQ(failure == "<no exception>" ? text : failure, c.expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, SequenceWrite, ::testing::ValuesIn(kWriteCases), CaseName<WriteCase>);
 
 TEST(SequenceRead, NamespacesMustMatchUnlessIgnored) {
     Tables tables(new CParentElementInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", u"urn:t", true,

@@ -130,9 +130,8 @@ TEST(CXmlObjectBaseToXml, WriterOptionsComeFromTheContext) {
     // The root is written in the object's target namespace; an undeclared one gets an alias.
     Node inTarget(u"r", u"urn:t");
     inTarget.Add(new Node(u"c", u"urn:t"));
-    // clang-format off
-    EXPECT_EQ(inTarget.ToXml(false, false, EOLType_LF, CSerializationContext()), u"<AA:r xmlns:AA=\"urn:t\"><AA:c/></AA:r>");
-    // clang-format on
+    EXPECT_EQ(inTarget.ToXml(false, false, EOLType_LF, CSerializationContext()),
+              u"<AA:r xmlns:AA=\"urn:t\"><AA:c/></AA:r>");
 }
 
 // Random patterns of tokens and blanks always end, with a result or the namespace failure.

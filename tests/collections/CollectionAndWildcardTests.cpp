@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iterator>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -30,9 +32,10 @@ int g_itemsAlive = 0;
 // A minimal object: written as <name/>, or as the attribute name="1" of its parent.
 class Item : public CXmlObjectBase {
 public:
-    // clang-format off
-    explicit Item(const char16_t* name) { SetElementName(name); ++g_itemsAlive; }
-    // clang-format on
+    explicit Item(const char16_t* name) {
+        SetElementName(name);
+        ++g_itemsAlive;
+    }
     ~Item() override { --g_itemsAlive; }
     CXmlObjectBase* GetBase() override { return this; }
     std::u16string GetTargetNamespace() override { return u""; }
@@ -60,9 +63,8 @@ public:
     void ToXml_Int(CXmlWriter* writer, bool, const char16_t* ns, const CSerializationContext& context,
                    bool) const override {
         ValidateCount(context);
-        // clang-format off
-        for (const CNode* n = m_head; n; n = n->m_next) n->m_item->GetBase()->ToXml_Int(writer, false, ns, context, false);
-        // clang-format on
+        for (const CNode* n = m_head; n; n = n->m_next)
+            n->m_item->GetBase()->ToXml_Int(writer, false, ns, context, false);
     }
     CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext&, bool) override {
         for (; element && element->GetLocalName() == m_elementName; element = element->GetNextSiblingElement())
@@ -115,18 +117,16 @@ TEST(CXmlCollection, InsertionPositionsAndTheirMessages) {
     col->AddAfterItem(nullptr, c);  // null: first
     col->AddBeforeItem(nullptr, d); // null: last
     EXPECT_EQ(col->Names(), "cabd");
-    const struct {
-        int how, at; // 0 after, 1 before, 2 at index
-        const char* expected;
-        // clang-format off
-    } rows[] = {{0, 'd', "cabde"}, {1, 'c', "ecabd"}, {0, 'a', "caebd"}, {2, 4, "cabde"}, {2, 0, "ecabd"}, {2, 2, "caebd"}};
+    // how: 0 after, 1 before, 2 at index
+    // clang-format off
+    const struct { int how, at; const char* expected; } rows[] = {
+        {0, 'd', "cabde"}, {1, 'c', "ecabd"}, {0, 'a', "caebd"}, {2, 4, "cabde"}, {2, 0, "ecabd"}, {2, 2, "caebd"}};
     // clang-format on
     CXmlObjectBase* byName[] = {a, b, c, d};
     for (const auto& r : rows) {
-        // clang-format off
+        if (r.how == 0) col->AddAfterItem(byName[r.at - 'a'], e);
+        if (r.how == 1) col->AddBeforeItem(byName[r.at - 'a'], e);
         if (r.how == 2) col->AddItemAt(r.at, e);
-        else (col.get()->*(r.how ? &ItemCol::AddBeforeItem : &ItemCol::AddAfterItem))(byName[r.at - 'a'], e);
-        // clang-format on
         EXPECT_EQ(col->Names(), r.expected);
         col->Remove(static_cast<int32_t>(std::string(r.expected).find('e')));
     }
@@ -209,16 +209,89 @@ TEST(CXmlCollection, CopiesShareItemsNotNodes) {
     EXPECT_EQ(g_itemsAlive, before);
 }
 
+// Counts are checked against the bounds unless the context says to ignore them (a maximum below the
+// minimum is checked first); a collection writes its items without a wrapper and fails before any.
+TEST(CXmlCollectionBase, CountValidation) {
+    // clang-format off
+    // expected empty: valid
+    const struct { int32_t min, max, count; bool ignore; const char* expected; } rows[] = {
+        {0, -1, 50, false, ""}, {0, 2, 2, false, ""},
+        {0, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},
+        {2, 5, 1, false, "The Minimum number of [item] elements allowed in this collection is 2"},
+        {0, 2, 3, true, ""}, {2, 5, 1, true, ""},
+        {5, 2, 3, false, "The Maximum number of [item] elements allowed in this collection is 2"},
+    };
+    // clang-format on
+    for (const auto& r : rows) {
+        CSmartPtr<ItemCol> col(new ItemCol(r.min, r.max));
+        for (int32_t i = 0; i < r.count; ++i) col->AppendItem(new Item(u"x"));
+        CSerializationContext context;
+        context.SetIgnoreInvalidCollectionCounts(r.ignore);
+        EXPECT_EQ(col->IsValidCount(context), !*r.expected) << r.expected;
+        EXPECT_EQ(MessageOf<CKvValidationException>([&] { col->ValidateCount(context); }),
+                  *r.expected ? r.expected : "<no exception>");
+    }
+    EXPECT_EQ(MessageOf([] { ItemCol().GetTargetNamespace(); }),
+              "CXmlCollectionBase::GetTargetNamespace Should not be used from within a Collection (program logic "
+              "error)");
+
+    CSmartPtr<ItemCol> col(new ItemCol(0, 1));
+    col->AppendItem(new Item(u"a"));
+    col->AppendItem(new Item(u"b"));
+    CSerializationContext lenient;
+    lenient.SetIgnoreInvalidCollectionCounts(true);
+    for (const CSerializationContext* context : {&lenient, &CSerializationContext::GetDefaultContext()}) {
+        CTextStream stream(4095, XmlEncoding_None);
+        stream.Open();
+        CXmlTextWriter w(&stream);
+        w.SetFormatted(false);
+        w.WriteStartElement(u"p", u"");
+        col->AttributesToXml_Int(&w, *context);
+        const bool failed = MessageOf<CKvValidationException>(
+                                [&] { col->ToXml_Int(&w, false, u"", *context, false); }) != "<no exception>";
+        EXPECT_EQ(Narrow(stream.GetText()), failed ? "<p a=\"1\" b=\"1\"" : "<p a=\"1\" b=\"1\"><a/><b/>");
+        EXPECT_EQ(failed, context != &lenient);
+    }
+}
+
+// A choice takes its collection once: a second visit reads nothing, and nothing taken is not validated.
+TEST(CXmlObjectBase, ChoiceReadCollectionReadsOnceAndValidates) {
+    CXmlDocument doc;
+    doc.LoadXml(u"<r><item/><item/><other/></r>");
+    CXmlElement* first = doc.GetDocumentElement()->GetFirstElement();
+    CXmlElement* other = first->GetNextSiblingElement()->GetNextSiblingElement();
+    const struct {
+        int32_t min, max, itemsRead;
+        CXmlElement *start, *end;
+        int32_t readAfter, countAfter;
+        bool throws;
+    } rows[] = {
+        {0, -1, 0, first, other, 1, 2, false},
+        {0, -1, 1, first, first, 1, 0, false},
+        {5, 6, 0, other, other, 0, 0, false},
+        {0, 1, 0, first, other, 0, 2, true}, // taken out of bounds: the cursor has moved
+    };
+    for (const auto& r : rows) {
+        CSmartPtr<ItemCol> col(new ItemCol(r.min, r.max));
+        CXmlElement* current = r.start;
+        int32_t itemsRead = r.itemsRead;
+        const std::string message = MessageOf<CKvValidationException>([&] {
+            CXmlObjectBase::Choice_Read_Collection(col, doc.GetDocumentElement(), current, itemsRead,
+                                                   CSerializationContext::GetDefaultContext());
+        });
+        EXPECT_EQ(std::tuple(current, itemsRead, col->GetCount(), message != "<no exception>"),
+                  std::tuple(r.end, r.readAfter, r.countAfter, r.throws))
+            << &r - rows;
+    }
+}
+
 std::string Xml(const CXmlObjectBase* object, bool formatted = false) {
     return Narrow(object->ToXml(false, formatted, EOLType_LF, CSerializationContext::GetDefaultContext()));
 }
 
 TEST(CAttributeCol, NamespaceFromALiteralFirstTokenAndAddForms) {
-    const struct {
-        const char16_t *ns, *restriction;
-        const char* expected;
-        // clang-format off
-    } rows[] = {
+    // clang-format off
+    const struct { const char16_t *ns, *restriction; const char* expected; } rows[] = {
         {u"", u"http://a http://b", "http://a"}, {u"", u" urn:x", ""}, {u"urn:given", u"urn:x", "urn:given"},
         {u"", u"##any", ""}, {u"", u"#a", ""}, {u"", u"a#", ""}, {u"", u"x", ""}, {u"", u"", ""}
     };
@@ -262,6 +335,29 @@ TEST(CElementCol, RestrictionIsAlwaysAnyAndTheNamespaceRuleIsReversed) {
     EXPECT_EQ(names, "abcz");
 }
 
+// Keywords are restrictions, not namespaces; a null name, restriction or target is refused.
+TEST(CElement, ConstructorNamespaceRules) {
+    for (const char16_t* keyword : {u"##any", u"##other", u"##local", u"##targetNamespace"})
+        EXPECT_EQ(MessageOf<CKvInvalidNamespaceException>([&] { CElement e(u"a", keyword); }),
+                  "Invalid Namespace [" + Narrow(keyword) + "].");
+    // clang-format off
+    const struct { const char16_t *name, *restriction, *target; const char* expected; } nulls[] = {
+        {nullptr, u"##any", u"", "Element Name must have a value"},
+        {u"a", nullptr, u"", "Namespace Restriction must have a value"},
+        {u"a", u"##any", nullptr, "Target Namespace must have a value"},
+        {u"a", u"##local", u"", "<no exception>"},
+    };
+    // clang-format on
+    for (const auto& n : nulls)
+        EXPECT_EQ(MessageOf<CKvInvalidNamespaceException>([&] { CElement e(n.name, u"", n.restriction, n.target); }),
+                  n.expected);
+    EXPECT_THROW(CElement(u"a", u"urn:other", u"##local", u""), CKvInvalidNamespaceException);
+    CElement plain(u"a"), own(u"a", u"urn:x"); // "##any" silently; the namespace doubles as the restriction
+    EXPECT_EQ(Narrow(plain.GetNamespaceRestriction() + u"|" + own.GetNamespaceRestriction() + u"|" +
+                     own.GetAttributes()->GetNamespace()),
+              "##any|urn:x|urn:x");
+}
+
 TEST(CElement, SetNamespaceRestrictionsChecksButChangesNothing) {
     CSmartPtr<CElement> root(new CElement(u"r", u"urn:a"));
     root->GetAttributes()->Add(u"x", u"1");
@@ -295,11 +391,11 @@ TEST(CElement, WritesTextBehindChildrenAndADefaultNamespaceThroughAWriterOfItsOw
     root->GetAttributes()->Add(u"b", u"2", u"urn:b");
     root->GetChildElements()->Add(u"c", u"urn:r")->SetText(u"in");
     root->GetChildElements()->Add(u"d", u"");
-    // clang-format off
-    EXPECT_EQ(Xml(root), "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\"><AA:c>in</AA:c><d/>t&amp;</AA:r>");
-    EXPECT_EQ(Xml(root, true),
-              "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\">\n\t<AA:c>in</AA:c>\n\t<d/>\nt&amp;</AA:r>\n");
-    // clang-format on
+    EXPECT_EQ(Xml(root),
+              "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\"><AA:c>in</AA:c><d/>t&amp;</AA:r>");
+    EXPECT_EQ(
+        Xml(root, true),
+        "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:b\" AB:b=\"2\">\n\t<AA:c>in</AA:c>\n\t<d/>\nt&amp;</AA:r>\n");
 
     CSmartPtr<CElement> outer(new CElement(u"r"));
     CSmartPtr<CElement> inner(new CElement(u"i", u"urn:d"));
@@ -348,10 +444,9 @@ TEST(CElement, CopyXmlElementCloneAndFromXml) {
     for (CElement* e : {copied.get(), read.get()}) {
         EXPECT_EQ(Narrow(e->GetName() + u"|" + e->GetNamespace() + u"|" + e->GetText()), "r|urn:r|xy");
         // Mixed content is written with all its text behind the children.
-        // clang-format off
-        EXPECT_EQ(Xml(e), "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:c>in</AA:c>"
-                          "<AB:d><AA:e/></AB:d>xy</AA:r>");
-        // clang-format on
+        EXPECT_EQ(Xml(e),
+                  "<AA:r xmlns:AA=\"urn:r\" a=\"1\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:c>in</AA:c>"
+                  "<AB:d><AA:e/></AB:d>xy</AA:r>");
     }
 
     // A tree from a parser that leaves declarations as attributes.
@@ -368,10 +463,9 @@ TEST(CElement, CopyXmlElementCloneAndFromXml) {
     clone->GetChildElements()->Item(0)->SetName(u"changed");
     clone->GetAttributes()->Item(0)->SetValue(u"2");
     EXPECT_EQ(Narrow(read->GetChildElements()->Item(0)->GetName() + read->GetAttributes()->Item(0)->GetValue()), "c1");
-    // clang-format off
-    EXPECT_EQ(Xml(clone), "<AA:r xmlns:AA=\"urn:r\" a=\"2\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:changed>in</AA:changed>"
-                          "<AB:d><AA:e/></AB:d>xy</AA:r>");
-    // clang-format on
+    EXPECT_EQ(Xml(clone),
+              "<AA:r xmlns:AA=\"urn:r\" a=\"2\" xmlns:AB=\"urn:p\" AB:b=\"2\"><AA:changed>in</AA:changed>"
+              "<AB:d><AA:e/></AB:d>xy</AA:r>");
     CElement shallow(*read);
     EXPECT_EQ(shallow.GetChildElements().get(), read->GetChildElements().get());
 }
@@ -410,6 +504,41 @@ std::u16string Nested(int depth) {
     for (int i = 0; i < depth; ++i) xml += u"<a>";
     for (int i = 0; i < depth; ++i) xml += u"</a>";
     return xml;
+}
+
+// Mutated documents and random restrictions through every wildcard path only return or throw.
+TEST(CElement, RandomDocumentsAndNamespacesOnlyReturnOrThrow) {
+    std::mt19937 rng(3);
+    const std::u16string seed =
+        u"<r xmlns='urn:r' xmlns:p='urn:p' a='1' p:b='&amp;'>x<c>in</c><![CDATA[y]]><p:d><e p:f=''/></p:d></r>";
+    const std::u16string noise = u"<>/='\"&;#:px \u00e9\xD800";
+    const char16_t* words[] = {u"",      u"##any", u"##other",       u"##local", u"##targetNamespace",
+                               u"urn:r", u"urn:p", u"##other urn:r", u" ",       u"#"};
+    for (int i = 0; i < 2000; ++i) {
+        std::u16string xml = seed;
+        for (int n = static_cast<int>(rng() % 4); n >= 0 && !xml.empty(); --n) {
+            const std::size_t at = rng() % xml.size();
+            if (rng() % 2)
+                xml.erase(at, 1 + rng() % 8);
+            else
+                xml.insert(at, 1, noise[rng() % noise.size()]);
+        }
+        const char16_t* pick[3];
+        for (auto& p : pick) p = words[rng() % std::size(words)];
+        try {
+            CSmartPtr<CElement> e(new CElement(u"e", pick[0], pick[1], pick[2]));
+            CXmlDocument doc;
+            doc.LoadXml(xml.c_str());
+            if (doc.GetDocumentElement())
+                CSmartPtr<CElement>(new CElement(u"c"))->CopyXmlElement(doc.GetDocumentElement());
+            e->FromXml(xml.c_str());
+            e->SetNamespaceRestrictions(pick[1], pick[2]);
+            Xml(e->Clone());
+        } catch (const CKvException&) {
+        } catch (CKvException* e) {
+            delete e;
+        }
+    }
 }
 
 TEST(CElement, DeepNestingFailsCleanly) {

@@ -22,9 +22,8 @@ namespace {
 // Fifty lines of one text: long enough to shrink when compressed.
 CSmartPtr<CElement> MakeTree() {
     CSmartPtr<CElement> root = new CElement(u"batch", u"urn:b");
-    // clang-format off
-    for (int i = 0; i < 50; ++i) root->GetChildElements()->Add(u"line", u"urn:b")->SetText(u"a line of text that repeats");
-    // clang-format on
+    for (int i = 0; i < 50; ++i)
+        root->GetChildElements()->Add(u"line", u"urn:b")->SetText(u"a line of text that repeats");
     return root;
 }
 
@@ -40,9 +39,8 @@ TEST(FastInfosetEntryPoints, StreamDeclarationsCompressionAndFile) {
     EXPECT_EQ(Bytes(plain.end() - 2, plain.end()), (Bytes{0xFF, 0xF0})); // two ends in one octet, then the document's
 
     const std::string declaration = "<?xml version='1.1' encoding='finf' standalone='yes'?>";
-    // clang-format off
-    const Bytes declared = Content(batch->ToFastInfosetStream(FInfoDecl_V11_Enc_StandaloneYes, context, CompressionType_None));
-    // clang-format on
+    const Bytes declared =
+        Content(batch->ToFastInfosetStream(FInfoDecl_V11_Enc_StandaloneYes, context, CompressionType_None));
     EXPECT_EQ(std::string(declared.begin(), declared.begin() + declaration.size()), declaration);
     EXPECT_EQ(Bytes(declared.begin() + declaration.size(), declared.end()), plain);
 
@@ -61,15 +59,13 @@ TEST(FastInfosetEntryPoints, StreamDeclarationsCompressionAndFile) {
     const std::string path = testing::TempDir() + "kvxml_fi_entry.finf";
     const std::u16string widePath(path.begin(), path.end());
     std::remove(path.c_str());
-    // clang-format off
-    EXPECT_EQ(MessageOf([&] { batch->ToFastInfosetFile(widePath.c_str(), FInfoDecl_None, context, CompressionType_ZLib); }),
-              "ZLIB Compression only available for To Stream methods.");
-    // clang-format on
+    EXPECT_EQ(
+        MessageOf([&] { batch->ToFastInfosetFile(widePath.c_str(), FInfoDecl_None, context, CompressionType_ZLib); }),
+        "ZLIB Compression only available for To Stream methods.");
     EXPECT_FALSE(std::ifstream(path).good());
     batch->ToFastInfosetFile(widePath.c_str(), FInfoDecl_Enc, context, CompressionType_None);
     const std::string written = FileBytes(path);
-    // clang-format off
-    EXPECT_EQ(Bytes(written.begin(), written.end()), Content(batch->ToFastInfosetStream(FInfoDecl_Enc, context, CompressionType_None)));
-    // clang-format on
+    EXPECT_EQ(Bytes(written.begin(), written.end()),
+              Content(batch->ToFastInfosetStream(FInfoDecl_Enc, context, CompressionType_None)));
     std::remove(path.c_str());
 }

@@ -50,11 +50,8 @@ const char kEnd[] = "!Failed to parse FastInfoset. Unexpected End of File.";
 } // namespace
 
 TEST(FastInfosetReader, ReadsHandBuiltDocuments) {
-    struct Case {
-        const char* name;
-        const char* octets;
-        const char* tree;
-    } cases[] = {
+    // clang-format off
+    struct Case { const char* name; const char* octets; const char* tree; } cases[] = {
         {"empty root", "H 3C 00 'a' FF", "a"},
         {"behind a declaration", "'<?xml encoding=' 27 'finf' 27 '?>' H 3C 00 'a' FF", "a"},
         {"XML text goes to Expat", "'<a>x</a>'", "a\"x\""},
@@ -126,6 +123,7 @@ TEST(FastInfosetReader, ReadsHandBuiltDocuments) {
         {"UTF-16 units past the end", "H 3C 00 'a' 85 41 42", kEnd},
         {"notations without end", "E0 00 00 01 10 C0 00 'n'", kEnd},
     };
+    // clang-format on
     for (const Case& c : cases) EXPECT_EQ(Load(Octets(c.octets)), c.tree) << c.name;
 }
 

@@ -103,8 +103,7 @@ TEST(FastInfosetContext, DefaultsAndSuggestedValues) {
         const auto e = c.GetEncoding(t);
         EXPECT_EQ(e.kind == 0 ? 0 : e.kind * 100 + e.index, expected[t]) << t;
     }
-    // clang-format off
-    EXPECT_EQ(MessageOf([&] { c.GetEncoding(29); }), "Fast Infoset encoding index 29 is out of range; it must be below 29");
-    // clang-format on
+    EXPECT_EQ(MessageOf([&] { c.GetEncoding(29); }),
+              "Fast Infoset encoding index 29 is out of range; it must be below 29");
     EXPECT_THROW(c.SetEncoding(static_cast<uint32_t>(-1), {0, 0}), CKvException);
 }

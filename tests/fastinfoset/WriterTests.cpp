@@ -51,17 +51,20 @@ void Play(CFastInfosetWriter& w, const std::string& script) {
         pos = end + 1;
         const size_t blank = step.find(' '), hash = step.rfind('#');
         const std::string head = step.substr(1, blank == std::string::npos ? std::string::npos : blank - 1);
-        // clang-format off
-        const std::string rest = blank == std::string::npos ? "" : step.substr(blank + 1, hash == std::string::npos ? std::string::npos : hash - blank - 1);
-        const ItemType kind = hash == std::string::npos ? ItemType_string : static_cast<ItemType>(std::stoi(step.substr(hash + 1)));
-        // clang-format on
+        const std::string rest =
+            blank == std::string::npos
+                ? ""
+                : step.substr(blank + 1, hash == std::string::npos ? std::string::npos : hash - blank - 1);
+        const ItemType kind =
+            hash == std::string::npos ? ItemType_string : static_cast<ItemType>(std::stoi(step.substr(hash + 1)));
         switch (step.empty() ? ' ' : step[0]) {
         case '<': w.WriteStartElement(Wide(head), Wide(rest)); break;
         case '/': w.WriteEndElement(); break;
         case '@': w.WriteAttribute(Wide(head), u"", Wide(rest), kind); break;
-        // clang-format off
-        case '\'': w.WriteElementText(Wide(step.substr(1, hash == std::string::npos ? std::string::npos : hash - 1)), kind, false); break;
-        // clang-format on
+        case '\'':
+            w.WriteElementText(Wide(step.substr(1, hash == std::string::npos ? std::string::npos : hash - 1)), kind,
+                               false);
+            break;
         case 'n': w.WriteXsiNil(); break;
         case '!': rest.empty() ? w.SetDefaultNamespace(Wide(head)) : w.AddNamespaceAlias(Wide(head), Wide(rest)); break;
         }
@@ -92,51 +95,30 @@ TEST(FastInfosetWriter, IntegerAndLengthForms) {
     const Form length5 = [](Probe& p, uint32_t v) { p.WriteLengthBit5(0x40, v); };
     const Form length7 = [](Probe& p, uint32_t v) { p.WriteLengthBit7(0x90, v); };
     const Form string2 = [](Probe& p, uint32_t v) { p.WriteNonEmptyOctetStringBit2(std::u16string(v, u'x')); };
-    struct Case {
-        const char* name;
-        const Form& form;
-        uint32_t value;
-        Bytes head; // the octets before any string data
-    } cases[] = {
-        {"index2", index2, 1, {0x80}},
-        {"index2", index2, 64, {0xBF}},
-        {"index2", index2, 65, {0xC0, 0x00}},
-        {"index2", index2, 8256, {0xDF, 0xFF}},
-        {"index2", index2, 8257, {0xE0, 0x00, 0x00}},
-        {"index2", index2, 0x100000, {0xEF, 0xDF, 0xBF}},
-        {"index3", index3, 1, {0x40}},
-        {"index3", index3, 32, {0x5F}},
-        {"index3", index3, 33, {0x60, 0x00}},
-        {"index3", index3, 2080, {0x67, 0xFF}},
-        {"index3", index3, 2081, {0x68, 0x00, 0x00}},
-        {"index3", index3, 526368, {0x6F, 0xFF, 0xFF}},
+    // clang-format off
+    // head: the octets before any string data
+    struct Case { const char* name; const Form& form; uint32_t value; Bytes head; } cases[] = {
+        {"index2", index2, 1, {0x80}}, {"index2", index2, 64, {0xBF}}, {"index2", index2, 65, {0xC0, 0x00}},
+        {"index2", index2, 8256, {0xDF, 0xFF}}, {"index2", index2, 8257, {0xE0, 0x00, 0x00}},
+        {"index2", index2, 0x100000, {0xEF, 0xDF, 0xBF}}, {"index3", index3, 1, {0x40}}, {"index3", index3, 32, {0x5F}},
+        {"index3", index3, 33, {0x60, 0x00}}, {"index3", index3, 2080, {0x67, 0xFF}},
+        {"index3", index3, 2081, {0x68, 0x00, 0x00}}, {"index3", index3, 526368, {0x6F, 0xFF, 0xFF}},
         // The last branch subtracts one less than its lower bound.
-        {"index3", index3, 526369, {0x70, 0x00, 0x00, 0x01}},
-        {"index4", index4, 1, {0xA0}},
-        {"index4", index4, 16, {0xAF}},
-        {"index4", index4, 17, {0xB0, 0x00}},
-        {"index4", index4, 1040, {0xB3, 0xFF}},
-        {"index4", index4, 1041, {0xB4, 0x00, 0x00}},
-        {"index4", index4, 263184, {0xB7, 0xFF, 0xFF}},
-        {"index4", index4, 263185, {0xB8, 0x00, 0x00, 0x00}},
-        {"length5", length5, 1, {0x40}},
-        {"length5", length5, 8, {0x47}},
-        {"length5", length5, 9, {0x48, 0x00}},
-        {"length5", length5, 264, {0x48, 0xFF}},
+        {"index3", index3, 526369, {0x70, 0x00, 0x00, 0x01}}, {"index4", index4, 1, {0xA0}},
+        {"index4", index4, 16, {0xAF}}, {"index4", index4, 17, {0xB0, 0x00}}, {"index4", index4, 1040, {0xB3, 0xFF}},
+        {"index4", index4, 1041, {0xB4, 0x00, 0x00}}, {"index4", index4, 263184, {0xB7, 0xFF, 0xFF}},
+        {"index4", index4, 263185, {0xB8, 0x00, 0x00, 0x00}}, {"length5", length5, 1, {0x40}},
+        {"length5", length5, 8, {0x47}}, {"length5", length5, 9, {0x48, 0x00}}, {"length5", length5, 264, {0x48, 0xFF}},
         {"length5", length5, 265, {0x4C, 0x00, 0x00, 0x00, 0x00}},
-        {"length7", length7, 1, {0x90}},
-        {"length7", length7, 2, {0x91}},
-        {"length7", length7, 3, {0x92, 0x00}},
+        {"length7", length7, 1, {0x90}}, {"length7", length7, 2, {0x91}}, {"length7", length7, 3, {0x92, 0x00}},
         {"length7", length7, 258, {0x92, 0xFF}},
         {"length7", length7, 259, {0x93, 0x00, 0x00, 0x00, 0x00}},
-        {"string2", string2, 0, {0xFF}},
-        {"string2", string2, 1, {0x00}},
-        {"string2", string2, 64, {0x3F}},
-        {"string2", string2, 65, {0x40, 0x00}},
-        {"string2", string2, 320, {0x40, 0xFF}},
+        {"string2", string2, 0, {0xFF}}, {"string2", string2, 1, {0x00}}, {"string2", string2, 64, {0x3F}},
+        {"string2", string2, 65, {0x40, 0x00}}, {"string2", string2, 320, {0x40, 0xFF}},
         {"string2", string2, 321, {0x60, 0x00, 0x00, 0x00, 0x00}},
         {"string2", string2, 70000, {0x60, 0x00, 0x01, 0x10, 0x2F}},
     };
+    // clang-format on
     const CFastInfosetContext context;
     for (const Case& c : cases) {
         CBinaryStream stream;
@@ -156,61 +138,49 @@ TEST(FastInfosetWriter, IntegerAndLengthForms) {
 TEST(FastInfosetWriter, Documents) {
     CFastInfosetContext plain, typed;
     typed.SetSuggestedValues();
-    struct Case {
-        const CFastInfosetContext& context;
-        std::string script;
-        Bytes body; // after the header
-    } cases[] = {
+    // clang-format off
+    // body: after the header
+    struct Case { const CFastInfosetContext& context; std::string script; Bytes body; } cases[] = {
         {plain, "<a;/", {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}},
         // A child with an attribute: 0x40 in its head, 0xF0 behind the attributes.
-        // clang-format off
         {plain, "<r;<c;@x v;/;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x7C, 0x00, 'c', 0x78, 0x00, 'x', 0x40, 'v', 0xF0, 0xFF, 0xF0}},
-        // clang-format on
         // Siblings: the owed end goes out before the second, whose name is now an index.
         {plain, "<r;<a;/;<a;/;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x3C, 0x00, 'a', 0xF0, 0x01, 0xFF, 0xF0}},
         // Text after a child comes before the child's owed end; the repeated value is an index.
         {plain, "<r;'t;<c;/;'t;/", {0x38, 0xF0, 0x3C, 0x00, 'r', 0x90, 't', 0x3C, 0x00, 'c', 0xA0, 0xFF, 0xF0}},
         // Short values shared, those of the add length literal each time, the empty one index 0.
         {plain, "<r;@a abc;@a abc;@a abcdef;@a abcdef;@a ;/",
-         // clang-format off
          Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x78, 0x00, 'a', 0x42, 'a', 'b', 'c', 0x00, 0x80, 0x00, 0x05}, Ascii("abcdef"),
               {0x00, 0x05}, Ascii("abcdef"), {0x00, 0xFF, 0xF0, 0xFF}})},
-        // clang-format on
         // nil: a literal name with a new alias and the boolean algorithm; 12 packed in the numeric
         // alphabet; 7 as the four octets of the int algorithm.
         {typed, "<r;nil;'12#26;'7#5;/",
-         // clang-format off
          Cat({{0x78, 0xF0, 0x3C, 0x00, 'r', 0x7B, 0x01, 'A', 'A', 0x28}, Ascii("http://www.w3.org/2001/XMLSchema-instance"),
-              // clang-format on
               {0x02, 'n', 'i', 'l', 0x70, 0x50, 0x38, 0xF0, 0x98, 0x00, 0x12, 0x9C, 0x0E, 0x01, 0, 0, 0, 7, 0xFF}})},
         // Namespaces set before the root are declared on it; one met below it only gets an alias.
         {plain, "!urn:d;!p urn:p;<r urn:d;<c urn:p;/;<c urn:x;/;/",
-         // clang-format off
          Cat({{0x38, 0xCD, 0x04}, Ascii("urn:d"), {0xCF, 0x00, 'p', 0x04}, Ascii("urn:p"),
-              // clang-format on
               {0xF0, 0x3D, 0x81, 0x00, 'r', 0x3F, 0x81, 0x82, 0x00, 'c', 0xF0, 0x3F, 0x01, 'A', 'A', 0x04},
-              // clang-format off
               Ascii("urn:x"), {0x81, 0xFF, 0xF0}})},
-        // clang-format on
     };
+    // clang-format on
     for (const Case& c : cases) EXPECT_EQ(Document(c.context, c.script), Cat({kHead, c.body})) << c.script;
 }
 
 TEST(FastInfosetWriter, HeaderAndVocabulary) {
     CFastInfosetContext context;
     EXPECT_EQ(Document(context, "<a;/", FInfoDecl_V10_Enc_StandaloneNo),
-              // clang-format off
-              Cat({Ascii("<?xml version='1.0' encoding='finf' standalone='no'?>"), kHead, {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}}));
-    // clang-format on
+              Cat({Ascii("<?xml version='1.0' encoding='finf' standalone='no'?>"),
+                   kHead,
+                   {0x38, 0xF0, 0x3C, 0x00, 'a', 0xFF}}));
     // A prepared vocabulary is announced by its URI, its names go out as indexes, and the writer
     // works on a copy of it.
     context.SetUseGeneratedVocabulary(true);
     context.SetExternalVocabularyURI(u"urn:v");
     context.GetVocabulary()->AddElement(u"", u"", u"a");
-    // clang-format off
-    EXPECT_EQ(Document(context, "<a;<b;/;/"),
-              Cat({{0xE0, 0x00, 0x00, 0x01, 0x20, 0x10, 0x00, 0x04}, Ascii("urn:v"), {0x38, 0xF0, 0x00, 0x3C, 0x00, 'b', 0xFF, 0xF0}}));
-    // clang-format on
+    EXPECT_EQ(Document(context, "<a;<b;/;/"), Cat({{0xE0, 0x00, 0x00, 0x01, 0x20, 0x10, 0x00, 0x04},
+                                                   Ascii("urn:v"),
+                                                   {0x38, 0xF0, 0x00, 0x3C, 0x00, 'b', 0xFF, 0xF0}}));
     const auto& names = context.GetVocabulary()->GetLocalNamesTable();
     EXPECT_EQ(std::vector<std::u16string>(names.begin(), names.end()), std::vector<std::u16string>{u"a"});
     EXPECT_EQ(MessageOf([&] { Document(context, "<a;/", static_cast<FInfoDecl>(10)); }),
@@ -223,16 +193,11 @@ TEST(FastInfosetWriter, Failures) {
     broken.SetEncoding(ItemType_string, {3, 0});
     broken.SetEncoding(ItemType_i4, {1, 3});
     broken.SetEncoding(ItemType_i8, {2, 11});
-    struct Case {
-        const CFastInfosetContext& context;
-        std::string script;
-        std::string message;
-    } cases[] = {
+    // clang-format off
+    struct Case { const CFastInfosetContext& context; std::string script; std::string message; } cases[] = {
         {typed, "<r;'t;nil", "Attributes must be added before elements"},
         {typed, "<r", "An Element has not been closed."},
-        // clang-format off
         {typed, "<r;'2024-01-01+01:00#19;/", "Failed to write FastInfoset. Invalid character not found for Restricted Alphabet."},
-        // clang-format on
         {broken, "<r;'x;/", "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit7."},
         {broken, "<r;@a x;/", "Failed to write FastInfoset. Unknown encoding in EncodedCharacterStringBit5."},
         {broken, "<r;'1#5;/", "Failed to write FastInfoset. Invalid Restricted Alphabet value [3]"},
@@ -241,5 +206,6 @@ TEST(FastInfosetWriter, Failures) {
         {typed, "<r;'x#5;/", "The value [x] can not be converted to a i4"},
         {typed, "<r;'!!#2;/", "Failed to write FastInfoset. A value gives no octets to write."},
     };
+    // clang-format on
     for (const Case& c : cases) EXPECT_EQ(MessageOf([&] { Document(c.context, c.script); }), c.message) << c.script;
 }

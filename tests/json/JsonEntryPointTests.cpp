@@ -33,9 +33,8 @@ TEST(JsonEntryPoints, ChoiceAndAllRoundTripInModesOneAndTwo) {
     // Mode 0 writes the country attribute as a member, which reads back as an unknown element.
     const CSerializationContext none = SampleContext(JsonRoundTrip_None);
     CSmartPtr<CCheckout> back = new CCheckout();
-    // clang-format off
-    const std::string message = MessageOf([&] { back->FromJson(original->ToJson(true, EOLType_LF, none).c_str(), none); });
-    // clang-format on
+    const std::string message =
+        MessageOf([&] { back->FromJson(original->ToJson(true, EOLType_LF, none).c_str(), none); });
     EXPECT_EQ(message.substr(0, 69), "Error converting JSON to XML:\n<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
 }
 
@@ -53,9 +52,8 @@ TEST(JsonEntryPoints, WhatThePurchaseOrderKeeps) {
         for (JsonRoundTrip mode : {JsonRoundTrip_None, JsonRoundTrip_Simple, JsonRoundTrip_Full}) {
             const CSerializationContext context = SampleContext(mode);
             CSmartPtr<CItem> back = new CItem();
-            // clang-format off
-            const std::string message = MessageOf([&] { back->FromJson(item->ToJson(true, EOLType_LF, context).c_str(), context); });
-            // clang-format on
+            const std::string message =
+                MessageOf([&] { back->FromJson(item->ToJson(true, EOLType_LF, context).c_str(), context); });
             if (mode == JsonRoundTrip_None) {
                 EXPECT_NE(message, "<no exception>");
             } else {
@@ -88,26 +86,23 @@ TEST(JsonEntryPoints, FailuresOfTheReadingEntryPoints) {
     const CSerializationContext context = SampleContext(JsonRoundTrip_Full);
     CSmartPtr<CCheckout> checkout = new CCheckout();
     EXPECT_EQ(MessageOf([&] { checkout->FromJson(u"", context); }), "JSON String is empty!");
-    // clang-format off
-    EXPECT_EQ(MessageOf([&] { checkout->FromJson(static_cast<const char*>(nullptr), context); }), "JSON String is empty!");
-    // clang-format on
+    EXPECT_EQ(MessageOf([&] { checkout->FromJson(static_cast<const char*>(nullptr), context); }),
+              "JSON String is empty!");
     try {
         checkout->FromJson("{\"checkout\": {\"bogus\": 1}}", context);
         ADD_FAILURE();
     } catch (const CKvException& e) {
         EXPECT_EQ(Narrow(e.GetMessage()),
-                  // clang-format off
-                  "Error converting JSON to XML:\n<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<checkout>\n\t<bogus>1</bogus>\n</checkout>\n");
-        // clang-format on
+                  "Error converting JSON to XML:\n<?xml version=\"1.0\" "
+                  "encoding=\"UTF-8\"?>\n<checkout>\n\t<bogus>1</bogus>\n</checkout>\n");
         ASSERT_NE(e.GetInnerException(), nullptr);
     }
     // The narrow form is UTF-8.
     CSmartPtr<CItem> item = new CItem();
-    // clang-format off
-    item->FromJson("{\"item\": {\"@partNumber\": \"123-AB\", \"productName\": \"Caf\xC3\xA9\", \"quantity\": 1, "
-                   "\"unitPrice\": 1}}",
-                   SampleContext(JsonRoundTrip_Simple));
-    // clang-format on
+    item->FromJson(
+        "{\"item\": {\"@partNumber\": \"123-AB\", \"productName\": \"Caf\xC3\xA9\", \"quantity\": 1, "
+        "\"unitPrice\": 1}}",
+        SampleContext(JsonRoundTrip_Simple));
     EXPECT_EQ(item->GetProductName(), u"Caf\u00e9");
 }
 
@@ -119,17 +114,17 @@ TEST(JsonEntryPoints, HostileInputEndsInAnException) {
     const std::u16string huge = u"{\"checkout\": {\"orderRef\": \"" + std::u16string(25u << 20, u'x') + u"\"}}";
     const std::u16string digits = u"{\"item\": {\"@partNumber\": \"123-AB\", \"productName\": \"p\", \"quantity\": " +
                                   std::u16string(1000000, u'7') + u", \"unitPrice\": 1}}";
+    // clang-format off
     const std::pair<std::u16string, std::string> cases[] = {
         {u"{\"a\":" + std::u16string(100000, u'['), "JSON exceeded depth limit at line 1, position 105."},
         {emptyArrays, "JSON nests more than 101 elements inside each other in XML.\nPath: $.a.checkout"},
-        // clang-format off
         {u"{\"checkout\": {\"orderRef\": \"PO", "Unexpected End of File. Expected string value at line 1, position 29."},
-        // clang-format on
         {u"{\"checkout\": {\"orderRef\": \"\\uD800\"}}", "Error converting JSON to XML:"},
         {u"{\"checkout\": {\"orderRef\": \"\xD800\"}}", "Error converting JSON to XML:"},
         {huge, "Error converting JSON to XML:"},
         {digits, "Error converting JSON to XML:"},
     };
+    // clang-format on
     for (const auto& [json, message] : cases) {
         CSmartPtr<CCheckout> checkout = new CCheckout();
         CSmartPtr<CItem> item = new CItem();

@@ -37,9 +37,8 @@ TEST_F(JsonFiles, EveryRouteAndCompressionReadsBack) {
         const CBinaryData data = original->ToJsonStream(true, XmlEncoding_UTF8, EOLType_CRLF, context, compression);
         check([&](CCheckout& c) { c.FromJsonStream(data, context); }, "stream");
     }
-    // clang-format off
-    const CBinaryData plain = original->ToJsonStream(false, XmlEncoding_UTF8, EOLType_LF, context, CompressionType_None);
-    // clang-format on
+    const CBinaryData plain =
+        original->ToJsonStream(false, XmlEncoding_UTF8, EOLType_LF, context, CompressionType_None);
     EXPECT_EQ(Narrow(original->ToJson(false, EOLType_LF, context)),
               std::string(reinterpret_cast<const char*>(plain.GetData()), plain.GetLength()));
     CBinaryData marked;
@@ -68,9 +67,8 @@ TEST_F(JsonFiles, Failures) {
     EXPECT_EQ(MessageOf([&] { checkout->FromJsonFile(Name("missing.json").c_str(), context); }),
               "Failed to open the file [" + Narrow(Name("missing.json")) + "] Error [0x00000002]");
     // Byte input is read as UTF-8 only: a UTF-16 block does not come back.
-    // clang-format off
-    const CBinaryData utf16 = checkout->ToJsonStream(false, XmlEncoding_UTF16, EOLType_LF, context, CompressionType_None);
-    // clang-format on
+    const CBinaryData utf16 =
+        checkout->ToJsonStream(false, XmlEncoding_UTF16, EOLType_LF, context, CompressionType_None);
     EXPECT_EQ(MessageOf([&] { checkout->FromJsonStream(utf16, context); }).substr(0, 23), "Expected quotation mark");
 }
 

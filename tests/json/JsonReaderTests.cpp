@@ -47,35 +47,29 @@ struct ScanCase {
 };
 
 TEST(JsonTextReader, AcceptsValuesAndTheLaxFormsItKeeps) {
+    // clang-format off
     const ScanCase cases[] = {
         {u"", "|end"},
         {u" /* only */ // a comment\n ", "|end"},
         {u"{\"a\": [1, -0.5e+3, true, false, null, \"x\"], \"b\": {}}", "{a:[#1#-0.5e+3TFN\"x\"]b:{}}|end"},
         {u"{ /*a*/ \"x\" /*b*/ : /*c*/ 1 /*d*/ }", "{x:#1}|end"},
         {u"// one\n// two\n[]", "[]|end"},
-        {u"{} garbage", "{}|end"},
-        {u"01", "#0|end"},
-        {u"nullx", "N|end"},
-        {u"\"a\nb\"", "\"ab\"|end"},
-        {u"12\n34", "#1234|end"},
-        {u"\"\\u0041\\u0020\\uABCD\\ufffd\\u00e9\"", "\"33463\"|end"},
-        {u"\"\\uD83D\\uDE00\"", "\"44\"|end"},
-        {u"\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"", "\"\"\\/\b\f\n\r\t\"|end"},
-        {u"\"a\tb\r\"", "\"a\tb\r\"|end"},
-        {std::u16string(u"\"ab\0cd\"", 7), "\"ab\"|end"},
-        {u"1E5", "#1E5|end"},
+        {u"{} garbage", "{}|end"}, {u"01", "#0|end"}, {u"nullx", "N|end"}, {u"\"a\nb\"", "\"ab\"|end"},
+        {u"12\n34", "#1234|end"}, {u"\"\\u0041\\u0020\\uABCD\\ufffd\\u00e9\"", "\"33463\"|end"},
+        {u"\"\\uD83D\\uDE00\"", "\"44\"|end"}, {u"\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"", "\"\"\\/\b\f\n\r\t\"|end"},
+        {u"\"a\tb\r\"", "\"a\tb\r\"|end"}, {std::u16string(u"\"ab\0cd\"", 7), "\"ab\"|end"}, {u"1E5", "#1E5|end"},
     };
+    // clang-format on
     for (const ScanCase& c : cases) EXPECT_EQ(Scan(c.json), c.expected) << Narrow(c.json);
     EXPECT_EQ(Scan(u"{\"a\": 1}", true, u"R"), "{R:{a:#1}}|end");
     EXPECT_EQ(Scan(u"", true, u"R"), "{R:}|end");
 }
 
 TEST(JsonTextReader, FailuresTellWhatWasExpectedWhere) {
+    // clang-format off
     const ScanCase cases[] = {
-        // clang-format off
         {u"@", "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '@' at line 1, position 1."},
         {u"[1,]", "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found ']' at line 1, position 4."},
-        // clang-format on
         {u"[1 2]", "Expected Array separator character ',', found '2' at line 1, position 4."},
         {u"[01]", "Expected Array separator character ',', found '1' at line 1, position 3."},
         {u"[1", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 2."},
@@ -83,18 +77,14 @@ TEST(JsonTextReader, FailuresTellWhatWasExpectedWhere) {
         {u"[1,", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 3."},
         {u"{", "Unexpected End of File. Expected Object terminator character '}}' at line 1, position 1."},
         {u"{\"a\":1,}", "Expected quotation mark character '\"' before Name, found '}' at line 1, position 8."},
-        // clang-format off
         {u"{\"a\"", "Unexpected End of File. Expected Object Name/Value separator character ':' at line 1, position 4."},
-        // clang-format on
         {u"{\"a\" 1", "Expected Object Name/Value separator character ':', found '1' at line 1, position 6."},
         {u"{\"a\":", "Unexpected End of File. Expected Object Value at line 1, position 5."},
         {u"{\"a\":1", "Unexpected End of File. Expected Object terminator character '}' at line 1, position 6."},
         {u"{\"a\":1,", "Unexpected End of File. Expected Object terminator character '}' at line 1, position 7."},
         {u"{\"a\":1 2", "Expected Object separator character ',', found '2' at line 1, position 8."},
         {u"{\"a\":1/*c*/}", "Expected Object separator character ',', found '/' at line 1, position 7."},
-        // clang-format off
         {u"[/x]", "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '/' at line 1, position 2."},
-        // clang-format on
         {u"[/* open", "Unexpected End of File. Expected Array terminator character ']' at line 1, position 7."},
         {u"nul", "Unexpected End of File. Expected value 'NULL' at line 1, position 3."},
         {u"nulL", "Expected 'NULL' at line 1, position 4."},
@@ -115,6 +105,7 @@ TEST(JsonTextReader, FailuresTellWhatWasExpectedWhere) {
         {u"\"\\u00", "Unexpected End of File. Expected 4 hexadecimal digits'\\uxxxx' at line 1, position 5."},
         {u"\"\\x\"", "Invalid Escape Character 'x' at line 1, position 3."},
     };
+    // clang-format on
     for (const ScanCase& c : cases) EXPECT_EQ(Scan(c.json), c.expected) << Narrow(c.json);
     EXPECT_EQ(Scan(u"[/*a*/]", false),
               "Expected Value '{', '[', '\"', '0-9', '-', 'true', 'false' or 'null', found '/' at line 1, position 2.");

@@ -103,9 +103,8 @@ TEST(CJsonTextWriter, ValuesAndEscaping) {
             w.WriteEndElement();
         };
     };
-    // clang-format off
-    EXPECT_EQ(Written(text(u"q\"b\\s\x01\x1F\r\n\b\t\f\u00e9", kString)), "\"a\": \"q\"b\\s\\u0001\\u001F\r\n\b\t\f?\"");
-    // clang-format on
+    EXPECT_EQ(Written(text(u"q\"b\\s\x01\x1F\r\n\b\t\f\u00e9", kString)),
+              "\"a\": \"q\"b\\s\\u0001\\u001F\r\n\b\t\f?\"");
     EXPECT_EQ(Written(text(u"INF", ItemType_r8)), "\"a\": INF");
     EXPECT_EQ(Written(text(u"\"1\"", ItemType_boolean)), "\"a\": \"1\"");
     EXPECT_EQ(Written(text(u"", kString)), "\"a\": \"\"");

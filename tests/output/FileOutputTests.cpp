@@ -27,9 +27,8 @@ namespace fs = std::filesystem;
 const ItemType kString = static_cast<ItemType>(23);
 
 std::string Bytes(const CBinaryData& data) {
-    // clang-format off
-    return data.GetLength() ? std::string(reinterpret_cast<const char*>(data.GetData()), data.GetLength()) : std::string();
-    // clang-format on
+    return data.GetLength() ? std::string(reinterpret_cast<const char*>(data.GetData()), data.GetLength())
+                            : std::string();
 }
 
 // A document of the given number of elements, each with text holding 1-, 2-, 3- and 4-byte
@@ -41,9 +40,8 @@ void WriteDocument(CTextStream& stream, int elements) {
     writer.WriteStartElement(u"root", u"urn:r");
     for (int i = 0; i < elements; ++i) {
         writer.WriteStartElement(u"item", u"urn:r");
-        // clang-format off
-        writer.WriteElementText(u"a\u00E9\u5C71\U0001F600 " + std::u16string(static_cast<size_t>(i % 50), u'x'), kString, false);
-        // clang-format on
+        writer.WriteElementText(u"a\u00E9\u5C71\U0001F600 " + std::u16string(static_cast<size_t>(i % 50), u'x'),
+                                kString, false);
         writer.WriteEndElement();
     }
     writer.WriteEndElement();
@@ -57,9 +55,8 @@ TEST(FileOutput, FilesHoldTheMarkAndTheBytesOfTheEncodingOnBothRoutes) {
         for (int elements : {0, 3, 2000}) { // one write from Close, and many flushes
             CTextStream memory(4095, encoding);
             WriteDocument(memory, elements);
-            // clang-format off
-            const std::string expected = (encoding == XmlEncoding_UTF8 ? "" : "\xFF\xFE") + Bytes(memory.GetBinaryData());
-            // clang-format on
+            const std::string expected =
+                (encoding == XmlEncoding_UTF8 ? "" : "\xFF\xFE") + Bytes(memory.GetBinaryData());
             CFileTextStream streamed(name.c_str(), encoding);
             WriteDocument(streamed, elements);
             EXPECT_FALSE(streamed.IsOpen());
@@ -70,9 +67,8 @@ TEST(FileOutput, FilesHoldTheMarkAndTheBytesOfTheEncodingOnBothRoutes) {
     // No encoding chosen: the text has no bytes, at the first flush or at Close; the file is closed.
     for (int elements : {1, 2000}) {
         CFileTextStream unknown(name.c_str(), XmlEncoding_None);
-        // clang-format off
-        EXPECT_EQ(MessageOf([&] { WriteDocument(unknown, elements); }), "Unknown Encoding, select UTF-8 (contact our support team)");
-        // clang-format on
+        EXPECT_EQ(MessageOf([&] { WriteDocument(unknown, elements); }),
+                  "Unknown Encoding, select UTF-8 (contact our support team)");
         EXPECT_FALSE(unknown.IsOpen());
     }
     fs::remove(path);
@@ -89,9 +85,9 @@ TEST(Compression, GzipAndZlibInflateBackOtherTypesChangeNothingAndNoiseIsRefused
     for (const auto& [type, windowBits] : cases) {
         CBinaryData data = plain;
         Compress(data, type);
-        // clang-format off
-        EXPECT_EQ(windowBits ? KvTest::Inflate(KvTest::Content(data), windowBits) : KvTest::Content(data), KvTest::Content(plain)) << type;
-        // clang-format on
+        EXPECT_EQ(windowBits ? KvTest::Inflate(KvTest::Content(data), windowBits) : KvTest::Content(data),
+                  KvTest::Content(plain))
+            << type;
         EXPECT_TRUE(windowBits == 0 || data.GetLength() < plain.GetLength() / 4);
     }
     std::mt19937 random(7);

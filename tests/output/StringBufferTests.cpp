@@ -30,10 +30,16 @@ TEST(CStringBuffer, RandomOperationsMatchAPlainString) {
     for (int i = 0; i < 3000; ++i) {
         switch (random() % 8) {
         case 0: stream.GetString(); break;
-        // clang-format off
-        case 1: if (random() % 8 == 0) { stream.Open(); model.clear(); } break;
-        case 2: stream.AppendChar(u'c'); model += u'c'; break;
-        // clang-format on
+        case 1:
+            if (random() % 8 == 0) {
+                stream.Open();
+                model.clear();
+            }
+            break;
+        case 2:
+            stream.AppendChar(u'c');
+            model += u'c';
+            break;
         default: {
             const std::u16string piece = Pattern(random() % 20, static_cast<char16_t>(u'A' + i % 26));
             stream.Append(piece.c_str());

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <random>
 #include <string>
@@ -170,16 +171,10 @@ TEST(CXmlTextWriter, DeepOpenStackIsFreedWithTheWriter) {
 // Random call sequences over awkward texts either write or fail with a library exception.
 TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
     std::mt19937 random(5);
-    const std::u16string texts[] = {u"",
-                                    u"a",
-                                    u"urn:x",
-                                    u"urn:y",
-                                    u"<&>\"\r\n'",
-                                    u"<![CDATA[",
-                                    std::u16string(1, 0),
-                                    u"\xD800\xDFFF",
-                                    std::u16string(5000, u'&'),
-                                    kXsi};
+    // clang-format off
+    const std::u16string texts[] = {u"", u"a", u"urn:x", u"urn:y", u"<&>\"\r\n'", u"<![CDATA[", std::u16string(1, 0),
+                                    u"\xD800\xDFFF", std::u16string(5000, u'&'), kXsi};
+    // clang-format on
     auto text = [&] { return texts[random() % 10]; };
     const char kinds[] = "SSSEEETTDAAYNCPIdnXW";
     for (int round = 0; round < 40; ++round) {
@@ -194,14 +189,12 @@ TEST(CXmlTextWriter, RandomCallSequencesStayInsideMemory) {
 }
 
 TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
-    struct Case {
-        CXmlWriter::NamespaceMap map;
-        std::u16string expected;
-    };
-    const Case cases[] = {{{}, u"AA"},
-                          {{{u"urn:1", u"AB"}}, u"AA"},
+    // clang-format off
+    struct Case { CXmlWriter::NamespaceMap map; std::u16string expected; };
+    const Case cases[] = {{{}, u"AA"}, {{{u"urn:1", u"AB"}}, u"AA"},
                           {{{u"urn:1", u"AA"}, {u"urn:2", u"AC"}, {u"urn:3", u"AB"}}, u"AD"},
                           {{{u"urn:1", u"aa"}, {u"urn:2", u"xml"}}, u"AA"}};
+    // clang-format on
     for (const Case& c : cases) EXPECT_EQ(CXmlWriter::AllocateAlias(c.map), c.expected);
     CXmlWriter::NamespaceMap taken;
     for (int i = 0; i < 26 * 26; ++i) {
@@ -215,17 +208,14 @@ TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
 }
 
 TEST(XmlWriterForms, DeclarationFollowsEncodingAndLineEnd) {
-    const struct {
-        XmlEncoding encoding;
-        EOLType eol;
-        bool formatted;
-        std::u16string expected;
-    } cases[] = {
+    // clang-format off
+    const struct { XmlEncoding encoding; EOLType eol; bool formatted; std::u16string expected; } cases[] = {
         {XmlEncoding_None, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
         {XmlEncoding_UTF8, EOLType_CRLF, false, u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"},
         {XmlEncoding_UTF16, EOLType_LF, false, u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"},
         {XmlEncoding_UTF16_NoDecl, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
     };
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(Write({{'X'}}, c.formatted, c.eol, c.encoding), c.expected) << c.encoding;
 }
 
@@ -255,11 +245,8 @@ TEST(XmlWriterForms, ElementLayout) {
 
 // The line break in text follows the EOL type, also unformatted; CR is dropped in both modes.
 TEST(XmlWriterForms, EscapingOfTextAndAttributes) {
-    const struct {
-        std::u16string input;
-        EOLType eol;
-        std::u16string text, attribute;
-    } cases[] = {
+    // clang-format off
+    const struct { std::u16string input; EOLType eol; std::u16string text, attribute; } cases[] = {
         {u"a<b>c&d", EOLType_LF, u"a&lt;b&gt;c&amp;d", u"a&lt;b&gt;c&amp;d"},
         {u"say \"hi\" 'x'", EOLType_LF, u"say \"hi\" 'x'", u"say &quot;hi&quot; 'x'"},
         {u"l1\r\nl2", EOLType_LF, u"l1\nl2", u"l1&#xA;l2"},
@@ -267,6 +254,7 @@ TEST(XmlWriterForms, EscapingOfTextAndAttributes) {
         {u"\rcr\r", EOLType_LF, u"cr", u"cr"},
         {u"tab\there\x01\u4e2d", EOLType_LF, u"tab\there\x01\u4e2d", u"tab\there\x01\u4e2d"},
     };
+    // clang-format on
     for (const auto& c : cases)
         EXPECT_EQ(Write({S(u"a"), {'A', u"v", u"", c.input}, T(c.input), E}, false, c.eol),
                   u"<a v=\"" + c.attribute + u"\">" + c.text + u"</a>");
@@ -312,4 +300,56 @@ TEST(XmlWriterForms, InstructionsCommentsAndInlineSchema) {
          {S(u"r"), T(u"t"), {'C', u"c"}, {'I', u"s"}, E}, u"<r>t<!--c-->\n \ns\n</r>"},
     });
     // clang-format on
+}
+
+// A new writer is formatted with a tab and LF and leaves default values out; a refused line-end type
+// keeps the one before.
+TEST(CXmlTextWriter, Defaults) {
+    CTextStream stream(4095, XmlEncoding_None);
+    CXmlTextWriter writer(&stream);
+    EXPECT_EQ(
+        std::tuple(writer.GetFormatted(), writer.GetIndent(), writer.GetEOLType(), writer.GetWriteDefaultValues()),
+        std::tuple(true, std::u16string(u"\t"), EOLType_LF, false));
+    writer.SetEOLType(EOLType_CRLF);
+    EXPECT_THROW(writer.SetEOLType(static_cast<EOLType>(2)), CKvException);
+    EXPECT_EQ(writer.GetEOLType(), EOLType_CRLF);
+}
+
+// CloseOutput closes the stream before it checks for unclosed elements. A stream that empties its
+// buffer on Flush (as a file stream does) receives the same text as the in-memory one, and only in
+// pieces of at least 4096 characters.
+TEST(CXmlTextWriter, StreamOperationsAndFlushRule) {
+    struct DrainingStream : CTextStream {
+        std::u16string drained;
+        int closes = 0;
+        uint32_t smallest = UINT32_MAX;
+        DrainingStream() : CTextStream(4095, XmlEncoding_None) {}
+        void Close() override { ++closes; }
+        void Flush() override {
+            smallest = std::min(smallest, GetBuffer().GetTotal());
+            drained += GetText();
+            GetBuffer().Clear();
+        }
+    };
+    CTextStream memory(4095, XmlEncoding_None);
+    DrainingStream draining;
+    for (CTextStream* stream : {&memory, static_cast<CTextStream*>(&draining)}) {
+        CXmlTextWriter w(stream);
+        w.OpenOutput();
+        w.WriteXmlDeclaration();
+        w.WriteStartElement(u"root", u"urn:r");
+        for (int i = 0; i < 1000; ++i) {
+            w.WriteStartElement(u"item", i % 3 == 0 ? u"urn:other" : u"urn:r");
+            w.WriteAttribute(u"n", u"", std::u16string(i % 7, u'x'), kString);
+            w.WriteElementText(u"value & more\n", kString, false);
+            w.WriteEndElement();
+        }
+        EXPECT_THROW(w.CloseOutput(), CKvException);
+        w.WriteEndElement();
+        w.CloseOutput();
+    }
+    EXPECT_EQ(draining.closes, 2);
+    EXPECT_GE(draining.smallest, 4096u);
+    draining.Flush();
+    EXPECT_EQ(draining.drained, memory.GetText());
 }

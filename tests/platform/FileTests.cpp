@@ -52,12 +52,10 @@ TEST_F(PlatformFile, WritesAtOffsetsReadBackAtOffsets) {
 
     CPlatformFile file;
     ASSERT_EQ(file.OpenForRead(name.c_str()), KV_ERROR_SUCCESS);
-    struct ReadCase {
-        uint64_t offset;
-        uint32_t asked;
-        uint32_t status;   // of the wait
-        std::string bytes; // what arrives
-    };
+    // clang-format off
+    // status: of the wait
+    // bytes: what arrives
+    struct ReadCase { uint64_t offset; uint32_t asked; uint32_t status; std::string bytes; };
     const ReadCase cases[] = {
         {10, 5, KV_ERROR_SUCCESS, "world"},
         {3, 8, KV_ERROR_SUCCESS, std::string("lo\0\0\0\0\0w", 8)},
@@ -66,6 +64,7 @@ TEST_F(PlatformFile, WritesAtOffsetsReadBackAtOffsets) {
         {5000, 1, KV_ERROR_HANDLE_EOF, ""},                   // far beyond it
         {21, 0, KV_ERROR_SUCCESS, ""},                        // nothing asked, nothing wrong
     };
+    // clang-format on
     for (const ReadCase& c : cases) {
         SCOPED_TRACE(c.offset);
         std::vector<char> buffer(c.asked + 1, 'x');
@@ -132,11 +131,8 @@ TEST_F(PlatformFile, SharingRules) {
 TEST_F(PlatformFile, FailuresCarryWin32Codes) {
     Put("file.txt", "x");
     fs::create_directories(m_dir / "sub");
-    struct Case {
-        std::u16string name;
-        bool create;
-        uint32_t code;
-    };
+    // clang-format off
+    struct Case { std::u16string name; bool create; uint32_t code; };
     const Case cases[] = {
         {Name("missing.xml"), false, KV_ERROR_FILE_NOT_FOUND},
         {Name("file.txt/inner.xml"), false, KV_ERROR_PATH_NOT_FOUND},
@@ -145,6 +141,7 @@ TEST_F(PlatformFile, FailuresCarryWin32Codes) {
         {Name("bad") + u'\xD800' + u"x", true, KV_ERROR_INVALID_NAME},
         {Name("bad") + u'\xDC00', false, KV_ERROR_INVALID_NAME},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CPlatformFile file;
         EXPECT_EQ(c.create ? file.CreateForWrite(c.name.c_str()) : file.OpenForRead(c.name.c_str()), c.code)

@@ -84,16 +84,12 @@ TEST(WindowsSemantics, IntegerScanners) {
 }
 
 TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
-    const struct {
-        const char16_t* text;
-        double value;
-        size_t consumed;
-    } cases[] = {
-        // clang-format off
+    // clang-format off
+    const struct { const char16_t* text; double value; size_t consumed; } cases[] = {
         {u"\v-2.25e2 rest", -225.0, 8}, {u"inf", 0.0, 0}, {u"-Infinity", 0.0, 0}, {u"nan", 0.0, 0},
         {u" NaN(1)", 0.0, 0}, {u"0x1p3", 0.0, 1}, {u"0X1.8", 0.0, 1}, {u"1,5", 1.0, 1}, {u"\u0661", 0.0, 0},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& c : cases) {
         errno = 0;
         char16_t* end = nullptr;
@@ -112,14 +108,61 @@ TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
     EXPECT_EQ(size_t(end - longText.c_str()), longText.size());
 }
 
+// Folded to lower case as the run-time folds: '_' sorts before letters, and only ASCII folds.
+TEST(WindowsSemantics, WcsICmpFoldsAsciiToLowerCase) {
+    const struct {
+        const char16_t *a, *b;
+        int sign;
+    } cases[] = {{u"true", u"TRUE", 0}, {u"", u"", 0},    {u"a", u"", 1},
+                 {u"abc", u"ABD", -1},  {u"_", u"A", -1}, {u"\u00E9", u"\u00C9", 1}};
+    for (const auto& c : cases) {
+        const int r = WcsICmp(c.a, c.b);
+        EXPECT_EQ((r > 0) - (r < 0), c.sign) << &c - cases;
+    }
+    errno = 0;
+    EXPECT_EQ(WcsICmp(nullptr, u"x"), INT_MAX);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+// Known UTC instants (the epoch, a leap day, past 2038, the last second served) both ways; local
+// fields back to the same seconds over the whole range in a zone with summer time.
+TEST(WindowsSemantics, TimeConversionsRoundTrip) {
+    // clang-format off
+    const struct { int64_t seconds; int year, month, day, hour, minute, second, wday, yday; } instants[] = {
+        {0, 1970, 1, 1, 0, 0, 0, 4, 0}, {951782400, 2000, 2, 29, 0, 0, 0, 2, 59},
+        {2147483648LL, 2038, 1, 19, 3, 14, 8, 2, 18}, {2208988800LL, 2040, 1, 1, 0, 0, 0, 0, 0},
+        {4107585600LL, 2100, 3, 1, 12, 0, 0, 1, 59}, {kLastSecond, 3000, 12, 31, 23, 59, 59, 3, 364},
+    };
+    // clang-format on
+    for (const auto& i : instants) {
+        std::tm t{};
+        ASSERT_TRUE(GmTime64(i.seconds, &t)) << i.seconds;
+        EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, t.tm_wday,
+                             t.tm_yday, t.tm_isdst),
+                  std::tuple(i.year, i.month, i.day, i.hour, i.minute, i.second, i.wday, i.yday, 0));
+        EXPECT_EQ(MkGmTime64(&t), i.seconds);
+    }
+    KvTest::ZoneScope zone(kCentralEurope);
+    for (int64_t s = 7200; s < kLastSecond - 7200; s += 7777777) {
+        std::tm local{};
+        ASSERT_TRUE(LocalTime64(s, &local)) << s;
+        EXPECT_EQ(MkTime64(&local), s) << s;
+    }
+    errno = 0;
+    EXPECT_EQ(DiffTime64(10, 4), 6.0);
+    EXPECT_EQ(DiffTime64(4, 10), -6.0);
+    EXPECT_EQ(DiffTime64(kLastSecond, 0), double(kLastSecond));
+    EXPECT_EQ(errno, 0);
+    EXPECT_EQ(DiffTime64(5, -1), 0.0); // a negative time is refused with EINVAL, as the run-time does
+    EXPECT_EQ(errno, EINVAL);
+}
+
 TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
     KvTest::ZoneScope zone(kCentralEurope);
-    const struct {
-        std::tm in;
-        int64_t seconds;            // -1: failure
-        int year, month, day, hour; // normalised local fields on success
-        int isdst;
-    } cases[] = {
+    // clang-format off
+    // seconds -1: failure
+    // hour: normalised local fields on success
+    const struct { std::tm in; int64_t seconds; int year, month, day, hour; int isdst; } cases[] = {
         // Winter: UTC+1; summer: UTC+2, with the zone deciding when isdst is -1.
         {Fields(2000, 1, 15, 12, 0, 0), 947934000, 2000, 1, 15, 12, 0},
         {Fields(2000, 7, 1, 12, 0, 0), 962445600, 2000, 7, 1, 12, 1},
@@ -131,52 +174,43 @@ TEST(WindowsSemantics, MkTime64ReadsLocalTimeAndNormalises) {
         {Fields(2000, 3, 1, 0, 0, -1), 951865199, 2000, 2, 29, 23, 0},
         {Fields(2040, 1, 1, 1, 0, 0), 2208988800LL, 2040, 1, 1, 1, 0},
         // Local midnight 1970-01-01 is still 1969 in UTC here.
-        {Fields(1970, 1, 1, 0, 30, 0), -1, 0, 0, 0, 0, 0},
-        {Fields(1970, 1, 1, 1, 0, 0), 0, 1970, 1, 1, 1, 0},
+        {Fields(1970, 1, 1, 0, 30, 0), -1, 0, 0, 0, 0, 0}, {Fields(1970, 1, 1, 1, 0, 0), 0, 1970, 1, 1, 1, 0},
         {Fields(3001, 1, 1, 0, 59, 59), kLastSecond, 3001, 1, 1, 0, 0},
-        {Fields(3001, 1, 1, 1, 0, 0), -1, 0, 0, 0, 0, 0},
-        {Fields(1968, 12, 31, 0, 0, 0), -1, 0, 0, 0, 0, 0},
+        {Fields(3001, 1, 1, 1, 0, 0), -1, 0, 0, 0, 0, 0}, {Fields(1968, 12, 31, 0, 0, 0), -1, 0, 0, 0, 0, 0},
     };
+    // clang-format on
     for (const auto& c : cases) {
         std::tm t = c.in;
         const int64_t got = MkTime64(&t);
         EXPECT_EQ(got, c.seconds) << &c - cases;
         if (c.seconds >= 0) {
             EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_isdst),
-                      // clang-format off
-                      std::tuple(c.year, c.month, c.day, c.hour, c.isdst)) << &c - cases;
-            // clang-format on
+                      std::tuple(c.year, c.month, c.day, c.hour, c.isdst))
+                << &c - cases;
         }
     }
 }
 
 // The served range ends at 3000-12-31 23:59:59 on the local clock, and starts at 1970 on it.
 TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
-    const struct {
-        const char* zone;
-        int64_t seconds;
-        bool served;
-        int year, day, hour, isdst; // when served and year != 0
-    } cases[] = {
-        {kCentralEurope, 0, true, 1970, 1, 1, 0},
-        {kCentralEurope, 962445600, true, 2000, 1, 12, 1},
+    // clang-format off
+    // isdst: when served and year != 0
+    const struct { const char* zone; int64_t seconds; bool served; int year, day, hour, isdst; } cases[] = {
+        {kCentralEurope, 0, true, 1970, 1, 1, 0}, {kCentralEurope, 962445600, true, 2000, 1, 12, 1},
         {kCentralEurope, kLastSecond - 3600, true, 3000, 31, 23, 0},
-        {kCentralEurope, kLastSecond - 3599, false, 0, 0, 0, 0},
-        {"EST5", 0, false, 0, 0, 0, 0},
-        {"EST5", 5 * 3600 - 1, false, 0, 0, 0, 0},
-        {"EST5", -1, false, 0, 0, 0, 0},
-        {"EST5", 5 * 3600, true, 1970, 1, 0, 0},
-        {"EST5", kLastSecond + 3600, true, 0, 0, 0, 0},
+        {kCentralEurope, kLastSecond - 3599, false, 0, 0, 0, 0}, {"EST5", 0, false, 0, 0, 0, 0},
+        {"EST5", 5 * 3600 - 1, false, 0, 0, 0, 0}, {"EST5", -1, false, 0, 0, 0, 0},
+        {"EST5", 5 * 3600, true, 1970, 1, 0, 0}, {"EST5", kLastSecond + 3600, true, 0, 0, 0, 0},
     };
+    // clang-format on
     for (const auto& c : cases) {
         KvTest::ZoneScope zone(c.zone);
         std::tm t{};
         EXPECT_EQ(LocalTime64(c.seconds, &t), c.served) << &c - cases;
         if (c.served && c.year != 0) {
             EXPECT_EQ(std::tuple(t.tm_year + 1900, t.tm_mday, t.tm_hour, t.tm_isdst),
-                      // clang-format off
-                      std::tuple(c.year, c.day, c.hour, c.isdst)) << &c - cases;
-            // clang-format on
+                      std::tuple(c.year, c.day, c.hour, c.isdst))
+                << &c - cases;
         }
     }
     std::tm t{};
@@ -184,25 +218,21 @@ TEST(WindowsSemantics, LocalTime64FollowsTheZoneAndItsRange) {
 }
 
 TEST(WindowsSemantics, FileTimeToSystemTimeOfKnownValues) {
-    const struct {
-        uint64_t ticks;
-        uint16_t year, month, dow, day, hour, minute, second, ms;
-    } cases[] = {
-        {0, 1601, 1, 1, 1, 0, 0, 0, 0},
-        {116444736000000000ULL, 1970, 1, 4, 1, 0, 0, 0, 0},
+    // clang-format off
+    const struct { uint64_t ticks; uint16_t year, month, dow, day, hour, minute, second, ms; } cases[] = {
+        {0, 1601, 1, 1, 1, 0, 0, 0, 0}, {116444736000000000ULL, 1970, 1, 4, 1, 0, 0, 0, 0},
         {125963012967890005ULL, 2000, 2, 2, 29, 12, 34, 56, 789},
-        {137919572480000000ULL, 2038, 1, 2, 19, 3, 14, 8, 0},
-        {0x7FFFFFFFFFFFFFFFULL, 30828, 9, 4, 14, 2, 48, 5, 477},
+        {137919572480000000ULL, 2038, 1, 2, 19, 3, 14, 8, 0}, {0x7FFFFFFFFFFFFFFFULL, 30828, 9, 4, 14, 2, 48, 5, 477},
     };
+    // clang-format on
     for (const auto& c : cases) {
         FILETIME ft{static_cast<uint32_t>(c.ticks), static_cast<uint32_t>(c.ticks >> 32)};
         SYSTEMTIME st{};
         ASSERT_TRUE(FileTimeToSystemTime(&ft, &st)) << c.ticks;
-        // clang-format off
-        EXPECT_EQ(std::tuple(st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond,
-                             st.wMilliseconds),
-                  std::tuple(c.year, c.month, c.dow, c.day, c.hour, c.minute, c.second, c.ms)) << c.ticks;
-        // clang-format on
+        EXPECT_EQ(
+            std::tuple(st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds),
+            std::tuple(c.year, c.month, c.dow, c.day, c.hour, c.minute, c.second, c.ms))
+            << c.ticks;
     }
     SYSTEMTIME st{};
     for (FILETIME ft : {FILETIME{0, 0x80000000u}, FILETIME{0xFFFFFFFFu, 0xFFFFFFFFu}})

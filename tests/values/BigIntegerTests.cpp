@@ -56,21 +56,19 @@ TEST(BigIntegerSign, ZeroCarriesItsSign) {
     };
     CBigInteger negated;
     negated.Negate();
+    // clang-format off
     const Case cases[] = {
-        // clang-format off
         {CBigInteger(u"-0"), true},  {CBigInteger(u"-"), true},   {CBigInteger(u""), false},
         {CBigInteger(), false},      {negated, true},             {CBigInteger(u"-0").GetAbs(), false},
-        // clang-format on
         // Sums of opposite equal magnitudes are a plain zero; products and quotients keep the sign rule.
-        // clang-format off
         {CBigInteger(-5) + CBigInteger(5), false},                 {CBigInteger(5) - CBigInteger(5), false},
         {CBigInteger(0) * CBigInteger(-3), true},                  {CBigInteger(-5) / CBigInteger(7), true},
-        // clang-format on
         {CBigInteger(-5) / CBigInteger(-7), false},
         // A zero dividend gives a plain zero; a remainder takes the dividend's sign.
         {CBigInteger(0) / CBigInteger(-7), false},
         {CBigInteger(u"-0") % CBigInteger(7), false},
         {CBigInteger(-14) % CBigInteger(7), true}};
+    // clang-format on
     for (size_t i = 0; i < sizeof(cases) / sizeof(cases[0]); ++i) {
         EXPECT_EQ(IsNegativeZero(cases[i].value), cases[i].negativeZero) << "case " << i;
         EXPECT_EQ(Str(cases[i].value), "0") << "case " << i;

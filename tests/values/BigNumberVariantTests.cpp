@@ -16,12 +16,8 @@ using BigNumTest::N;
 using Rule = CWhitespaceUtils::WhitespaceRule;
 
 TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure) {
-    struct Case {
-        const char16_t* text;
-        ItemType kind;
-        Rule rule;
-        const char16_t* expected;
-    };
+    // clang-format off
+    struct Case { const char16_t* text; ItemType kind; Rule rule; const char16_t* expected; };
     const Case cases[] = {
         {u" 1.50 ", ItemType_decimal, Rule::WhitespaceRule_Collapse, u"1.5"},
         {u"\t-0.5\n", ItemType_decimal, Rule::WhitespaceRule_None, u"-0.5"},
@@ -29,6 +25,7 @@ TEST(BigNumberVariant, FromStringAppliesTheRuleAndKeepsTheValueOnFailure) {
         {u"\t-5\n", ItemType_integer, Rule::WhitespaceRule_None, u"0"},
         {u"1.9", ItemType_integer, Rule::WhitespaceRule_Collapse, u"2"},
     };
+    // clang-format on
     for (const Case& c : cases) {
         KvVariant v;
         v.FromString(c.text, c.kind, c.rule);

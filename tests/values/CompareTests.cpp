@@ -25,11 +25,8 @@ std::string Operators(const V& a, const V& b) {
 } // namespace
 
 TEST(DateTimeCompare, OrderWithFourteenHourRule) {
-    const struct {
-        const char16_t* a;
-        const char16_t* b;
-        DT::DTCompareResult expected;
-    } cases[] = {
+    // clang-format off
+    const struct { const char16_t* a; const char16_t* b; DT::DTCompareResult expected; } cases[] = {
         {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00", DT::DTCompareIndeterminate},
         {u"2000-01-01T12:00:00Z", u"2000-01-02T03:00:00", DT::DTCompareLess},
         {u"2000-01-01T12:00:00Z", u"1999-12-31T21:00:00", DT::DTCompareGreater},
@@ -44,14 +41,13 @@ TEST(DateTimeCompare, OrderWithFourteenHourRule) {
         {u"2000-01-01T12:00:00-00:30", u"2000-01-01T11:30:00Z", DT::DTCompareEqual}, // -00:30 is held as +00:30
         {u"2000-01-01T12:00:00", u"2000-01-01T12:00:00.000000001", DT::DTCompareLess},
         {u"-0001-01-01", u"0001-01-01", DT::DTCompareIndeterminate},
-        {u"-0002-01-01", u"-0001-01-01", DT::DTCompareLess},
-        {u"2000", u"2000-01-01", DT::DTCompareIndeterminate},
-        {u"--05", u"--04", DT::DTCompareGreater},
-        {u"---01", u"--01-01", DT::DTCompareIndeterminate},
+        {u"-0002-01-01", u"-0001-01-01", DT::DTCompareLess}, {u"2000", u"2000-01-01", DT::DTCompareIndeterminate},
+        {u"--05", u"--04", DT::DTCompareGreater}, {u"---01", u"--01-01", DT::DTCompareIndeterminate},
         {u"12:00:00Z", u"13:00:00+01:00", DT::DTCompareEqual},
         {u"2000-01-01Z", u"2000-01-02", DT::DTCompareIndeterminate},
         {u"2000-01-01Z", u"2000-01-03", DT::DTCompareLess},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(Narrow(c.a) + " ? " + Narrow(c.b));
         const CDateTime a = Parse(c.a), b = Parse(c.b);
@@ -64,39 +60,43 @@ TEST(DateTimeCompare, OrderWithFourteenHourRule) {
 }
 
 TEST(DateTimeCompare, NormalisationSubtractsPositiveOffsets) {
-    const struct {
-        const char16_t* text;
-        const char16_t* normalized;
-    } cases[] = {
+    // clang-format off
+    const struct { const char16_t* text; const char16_t* normalized; } cases[] = {
         {u"2000-01-01T00:30:00+01:00", u"1999-12-31T23:30:00+00:00"},
         {u"2000-12-31T23:00:00-01:30", u"2001-01-01T00:30:00+00:00"},
         {u"2000-03-01T01:00:00+05:00", u"2000-02-29T20:00:00+00:00"},
         {u"2000-01-01T12:00:00Z", u"2000-01-01T12:00:00Z"},
         {u"23:00:00-02:00", u"01:00:00+00:00"},
     };
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(Parse(c.text).GetNormalized().ToString(), c.normalized) << Narrow(c.text);
 }
 
-TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
+// Kept as the library has always counted: a leap year adds its day to January and February
+// instead of to the months after them, so 1 January 2000 is day 2 and 1 March is day 60.
+TEST(DateTimeDayOfYear, LeapDayCountedBeforeMarch) {
     const struct {
-        const char16_t* a;
-        const char16_t* b;
-        DT::DTCompareResult expected;
-    } cases[] = {
-        // clang-format off
+        const char16_t* text;
+        int expected;
+    } cases[] = {{u"2000-01-01", 2},  {u"2000-02-29", 61},           {u"2000-03-01", 60}, {u"2000-12-31", 365},
+                 {u"2001-03-01", 60}, {u"2001-07-04T12:00:00", 185}, {u"-0004-01-31", 32}};
+    for (const auto& c : cases) EXPECT_EQ(Parse(c.text).GetDayOfYear(), c.expected) << Narrow(c.text);
+}
+
+TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
+    // clang-format off
+    const struct { const char16_t* a; const char16_t* b; DT::DTCompareResult expected; } cases[] = {
         {u"P1M", u"P30D", DT::DTCompareIndeterminate}, {u"P1M", u"P31D", DT::DTCompareIndeterminate},
         {u"P1M", u"P32D", DT::DTCompareLess},          {u"P1M", u"P27D", DT::DTCompareGreater},
-        // clang-format on
         // The sums are compared as dates, so what stays below a day boundary vanishes.
-        // clang-format off
         {u"PT1H", u"PT2H", DT::DTCompareEqual},        {u"P1D", u"PT24H", DT::DTCompareEqual},
         {u"PT23H", u"P1D", DT::DTCompareLess},         {u"-P1D", u"P1D", DT::DTCompareLess},
         {u"P1Y", u"P12M", DT::DTCompareEqual},         {u"P1Y", u"P366D", DT::DTCompareIndeterminate},
-        // clang-format on
         {u"P1Y", u"P367D", DT::DTCompareLess},
         // The month step leaves month 0 from September; the day walk refuses it.
         {u"P25165815M1D", u"P1D", DT::DTCompareIndeterminate},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(Narrow(c.a) + " ? " + Narrow(c.b));
         const CDateTimeSpan a = Span(c.a), b = Span(c.b);
@@ -111,29 +111,38 @@ TEST(DurationCompare, OrderThroughTheFourReferenceDates) {
 // Blanks anywhere, signs anywhere before the point (the last one wins), rounding to 30 places.
 TEST(DecimalParse, ScannerReadsLooseTexts) {
     const std::string zeros29(29, '0');
-    const struct {
-        std::string text, expected;
-    } cases[] = {
-        // clang-format off
+    // clang-format off
+    const struct { std::string text, expected; } cases[] = {
         {"1.50", "1.5"}, {"1.0", "1"}, {"0.0", "0"}, {"-0.5", "-0.5"}, {"-0", "0"}, {"", "0"}, {"-", "0"},
         {"1e2", "100"}, {" 1 2 . 3 ", "12.3"}, {"\t3\r\n.\n25\n", "3.25"},
         {"1-2", "-12"}, {"-+5", "5"}, {"5-.5", "-5.5"}, {".5", "0.5"}, {"5.", "5"}, {"000012.3400", "12.34"},
-        // clang-format on
         // Exponents: signs and blanks before the digits, the last sign winning.
-        // clang-format off
         {"1e+ 2", "100"}, {"1e+-2", "0.01"}, {"1e", "1"}, {"e5", "0"}, {"-12.345e-5", "-0.00012345"},
         {"1e" + std::string(30, '0') + "2", "100"}, {"1.7E+308", "17" + std::string(307, '0')},
-        // clang-format on
         // Ties toward zero, after trailing zeros went.
-        // clang-format off
         {"0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "06", "-0." + zeros29 + "1"},
         {"0.1" + std::string(28, '0') + "05", "0.1" + zeros29}, {"2." + zeros29 + "19", "2." + zeros29 + "2"},
-        // clang-format on
         // The carry stays in the fraction: all nines round to a fraction one digit too long.
         {"0." + std::string(30, '9') + "6", "0.1" + std::string(30, '0')},
         {std::string(511, '7'), std::string(511, '7')},
     };
+    // clang-format on
     for (const auto& c : cases)
         EXPECT_EQ(BigNumTest::N(CDecimal(BigNumTest::W(c.text).c_str()).ToString()), c.expected) << c.text;
     EXPECT_EQ(CDecimal(static_cast<const char16_t*>(nullptr)).ToString(), u"0");
+}
+
+// Equality compares the values, while the order reads a zero integer part by its sign: -0 == 0 and
+// also -0 < 0, as the decimal has always compared.
+TEST(DecimalCompare, OrderAndEquality) {
+    // clang-format off
+    // relations: == != < <= > >=
+    const struct { const char16_t *a, *b; const char* relations; } cases[] = {
+        {u"-0.5", u"0.3", "011100"}, {u"-1.5", u"-1.05", "011100"}, {u"1.05", u"1.5", "011100"},
+        {u"2", u"1.999", "010011"},  {u"12.50", u"12.5", "100101"}, {u"1.0", u"1", "100101"},
+        {u"-0", u"0", "101100"},
+    };
+    // clang-format on
+    for (const auto& c : cases)
+        EXPECT_EQ(Operators(CDecimal(c.a), CDecimal(c.b)), c.relations) << Narrow(c.a) << " ? " << Narrow(c.b);
 }

@@ -20,11 +20,7 @@ namespace {
 
 // Every accepted shape: the type it yields and how it is written back.
 // clang-format off
-const struct {
-    const char16_t* text;
-    DT::DTType type;
-    const char16_t* written;
-} kValid[] = {
+const struct { const char16_t* text; DT::DTType type; const char16_t* written; } kValid[] = {
     {u"2000-02-29", DT::date, u"2000-02-29"},           {u"-0004-02-29", DT::date, u"-0004-02-29"},
     {u"-9999-01-01", DT::date, u"-9999-01-01"},         {u"---05-01:00", DT::gDay, u"---05-01:00"},
     {u"12:00:00-00:30", DT::time, u"12:00:00+00:30"},   {u"12:00:00abc", DT::time, u"12:00:00"},
@@ -60,11 +56,8 @@ TEST(DateTimeParse, AcceptedFormsYieldTypeAndText) {
 enum Parser { Date, Time, DateTime };
 
 // clang-format off
-const struct {
-    Parser parser;
-    const char16_t* text; // null stands for the null pointer
-    const char16_t* message;
-} kInvalid[] = {
+// text: null stands for the null pointer
+const struct { Parser parser; const char16_t* text; const char16_t* message; } kInvalid[] = {
     {Date, nullptr, u"Invalid Date (Null String)"}, {Date, u"", u"Invalid Date (Empty String)"},
     {Date, u"2001-01-01T", u"Invalid Date ('T' not allowed)"},
     {Date, u"2001-01-01+01:00Z", u"Invalid Date (Bad Zone value)"},
@@ -102,9 +95,8 @@ TEST(DateTimeParse, RejectedTextsRaiseExactMessages) {
         EXPECT_EQ(MessageOf([&] { RunParser(Date, t); }),
                   u"Invalid XSD Date [" + std::u16string(t) + u"] expected CCYY-MM-DD[Z|[+|-]hh:mm]");
     for (const char16_t* t : {u"24:00:00", u"12:60:00", u"12:00:60", u"12:00", u"12:00:0", u"1:00:00Z", u"12-00-00"})
-        // clang-format off
-        EXPECT_EQ(MessageOf([&] { RunParser(Time, t); }), u"Invalid XSD Time [" + std::u16string(t) + u"] expected hh:mm:ss[.ff]");
-    // clang-format on
+        EXPECT_EQ(MessageOf([&] { RunParser(Time, t); }),
+                  u"Invalid XSD Time [" + std::u16string(t) + u"] expected hh:mm:ss[.ff]");
 }
 
 TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
@@ -147,24 +139,17 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
     EXPECT_EQ(ym.ToString(), u"2001-02+01:00");
 }
 
-const struct {
-    const char16_t* start;
-    const char16_t* span;
-    bool subtract;
-    const char16_t* result;
-} kAdd[] = {
+// clang-format off
+const struct { const char16_t* start; const char16_t* span; bool subtract; const char16_t* result; } kAdd[] = {
     {u"2001-01-31", u"P1M", false, u"2001-02-31"}, // the day is not limited to the month
-    // clang-format off
     {u"2001-03-01", u"P1D", true, u"2001-02-28"}, {u"2000-03-01", u"P1D", true, u"2000-02-29"},
-    // clang-format on
     {u"2001-01-01T00:00:00", u"PT0.000000001S", true, u"2000-12-31T23:59:59.999999999"},
     {u"2000-02-28T12:00:00", u"P1DT12H", false, u"2000-03-01T00:00:00"},
     {u"-0001-12-31", u"P1D", false, u"0000-01-01"}, // year 0 is passed through without a skip
-    // clang-format off
     {u"2001-01-01", u"P146097D", true, u"1601-01-01"}, {u"2001-01-01Z", u"P1D", false, u"2001-01-02Z"},
-    // clang-format on
     {u"2001-01-01", u"-P1M", true, u"2000-12-01"}, // a negative span subtracted still moves backwards
 };
+// clang-format on
 
 TEST(DateTimeAdd, DurationsFollowTheFieldOrder) {
     for (const auto& c : kAdd) {
@@ -259,11 +244,8 @@ TEST(DateTimeAdd, HugeTimeComponentsAreRefused) {
 }
 
 // Accepted texts and how they are written back (never normalised).
-const struct {
-    const char16_t* text;
-    const char16_t* written;
-    // clang-format off
-} kAccepted[] = {
+// clang-format off
+const struct { const char16_t* text; const char16_t* written; } kAccepted[] = {
     {u"P1Y2M3DT4H5M6.789S", u"P1Y2M3DT4H5M6.789S"}, {u"PT90M", u"PT90M"},
     {u"-PT0S", u"-P"},                              {u"P0Y", u"P"},
     {u"PY", u"P"},                                  {u"PT1.5S", u"PT1.5S"},
@@ -286,9 +268,8 @@ TEST(DurationParse, AcceptedTextsAreWrittenBackUnnormalised) {
     const CDateTimeSpan s = Span(u"-P1Y2M3DT4H5M6.789S");
     EXPECT_TRUE(s.IsNegative());
     EXPECT_EQ(CDateTimeSpan(s.GetYears(), s.GetMonths(), s.GetDays(), s.GetHours(), s.GetMinutes(), s.GetSeconds(),
-                            // clang-format off
-                            s.GetMilliSeconds(), s.GetMicroSeconds(), s.GetNanoSeconds()).ToString(),
-              // clang-format on
+                            s.GetMilliSeconds(), s.GetMicroSeconds(), s.GetNanoSeconds())
+                  .ToString(),
               u"P1Y2M3DT4H5M6.789S");
 }
 
@@ -297,11 +278,10 @@ TEST(DurationParse, RejectedTextsRaiseExactMessages) {
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u""); }), u"Invalid XSD Duration (Empty String)");
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u"PT1.0123456789S"); }),
               u"Invalid XSD Duration [PT1.0123456789S] Fraction part too long");
-    // clang-format off
-    for (const char16_t* text : {u"P", u"PYT", u"P1YT", u"1Y", u"P-1Y", u"-", u"+P1D", u"P1M1M", u"PT1M1M",
-                                 u"PT1H1S1M", u"P1", u"PT1H1H", u"PT1D", u"P1H", u"P1S", u"P.5S", u"PT1.5",
-                                 u"PT1.5M", u"PT1S1S", u"P1DT1D", u"PTT", u"P1Y ", u"p1Y", u"PT1.5S1S", u"P1M1D1M"})
-        // clang-format on
+    for (const char16_t* text :
+         {u"P",        u"PYT",    u"P1YT",   u"1Y",   u"P-1Y", u"-",        u"+P1D",   u"P1M1M", u"PT1M1M",
+          u"PT1H1S1M", u"P1",     u"PT1H1H", u"PT1D", u"P1H",  u"P1S",      u"P.5S",   u"PT1.5", u"PT1.5M",
+          u"PT1S1S",   u"P1DT1D", u"PTT",    u"P1Y ", u"p1Y",  u"PT1.5S1S", u"P1M1D1M"})
         EXPECT_EQ(MessageOf([&] { CDateTimeSpan().ParseXSDDuration(text); }),
                   u"Invalid XSD Duration [" + std::u16string(text) + u"] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
     CDateTimeSpan s(1, 2, 3);
@@ -369,10 +349,9 @@ TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
         });
         const std::u16string spanText = Mutate(rng, kSpanSeeds[rng() % std::size(kSpanSeeds)]);
         Survives(spanText, [&] {
-            // clang-format off
-            const CDateTimeSpan s = i % 2 ? Span(spanText.c_str())
-                                          : CConversions::durationFromString(spanText, CWhitespaceUtils::WhitespaceRule_None);
-            // clang-format on
+            const CDateTimeSpan s =
+                i % 2 ? Span(spanText.c_str())
+                      : CConversions::durationFromString(spanText, CWhitespaceUtils::WhitespaceRule_None);
             (void)s.ToString();
             (void)s.CompareTo(previousSpan);
             (void)(previous - s).ToString();

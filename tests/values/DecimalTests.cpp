@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDecimal.h"
@@ -65,13 +68,8 @@ TEST(DecimalParse, Failures) {
 }
 
 TEST(DecimalArithmetic, Table) {
-    struct Case {
-        const char16_t* a;
-        char op;
-        const char16_t* b;
-        const char* expected;
-    };
     // clang-format off
+    struct Case { const char16_t* a; char op; const char16_t* b; const char* expected; };
     const Case cases[] = {
         {u"0.1", '+', u"0.2", "0.3"},   {u"0.7", '+', u"0.4", "1.1"},   {u"1.5", '-', u"2", "-0.5"},
         {u"-1.5", '+', u"2", "0.5"},    {u"-0.3", '+', u"0", "-0.3"},   {u"0.25", '-', u"0.25", "0"},
@@ -104,6 +102,49 @@ TEST(DecimalArithmetic, Table) {
     CDecimal one(1);
     ExpectThrowMessage<CKvInvalidValueException>([&] { one /= D(u"-0.0"); }, "ERROR: Overflow in operator/.");
     EXPECT_EQ(Str(one), "1");
+}
+
+// Rounded by adding half a unit, so ties go away from zero; the point is always written, and no fill
+// follows when the rounding removed digits or the limit of places cannot hold the half unit.
+TEST(DecimalText, ToStringWithPlaces) {
+    // clang-format off
+    const struct { const char16_t* value; int32_t places; const char* expected; } cases[] = {
+        {u"1.25", 1, "1.3"},  {u"-1.25", 1, "-1.3"}, {u"1", 2, "1.00"},        {u"1.5", 0, "2."},
+        {u"1.2", 0, "1."},    {u"-1.5", 0, "-2."},   {u"-0.004", 2, "-0.00"},  {u"123.456", 5, "123.45600"},
+        {u"0.995", 2, "1.0"}, {u"1.5", 40, "1.5"},   {u"-1.25", 600, "-1.25"}, {u"1.5", INT32_MAX, "1.5"},
+    };
+    // clang-format on
+    for (const auto& c : cases)
+        EXPECT_EQ(N(D(c.value).ToString(c.places)), c.expected) << N(c.value) << " places " << c.places;
+    PlacesGuard guard(700);
+    EXPECT_EQ(N(D(u"1").ToString(600)), "1." + std::string(600, '0'));
+}
+
+// ToLong rounds to the nearest integer while ToLongLong cuts at the point: the two have always differed.
+TEST(DecimalConvert, Numbers) {
+    EXPECT_EQ(std::tuple(D(u"1.6").ToLong(), D(u"1.6").ToLongLong(), D(u"-1.6").ToLong(), D(u"-1.6").ToLongLong()),
+              std::tuple(2, 1, -2, -1));
+    EXPECT_EQ(D(u"2147483647.4").ToLong(), INT32_MAX);
+    EXPECT_EQ(D(u"-2147483648.5").ToLong(), INT32_MIN);
+    EXPECT_EQ(D(u"9223372036854775807.9").ToLongLong(), INT64_MAX);
+    EXPECT_EQ(std::tuple(D(u"-0.015").ToDouble(), D(u"-1.7e308").ToDouble()), std::tuple(-0.015, -1.7e308));
+    EXPECT_EQ(Str(D(u"2.5").ToBigInteger()) + Str(D(u"-2.6").ToBigInteger()), "2-3");
+    // clang-format off
+    const struct { std::function<void()> call; const char* message; } overflows[] = {
+        {[] { (void)D(u"2147483647.6").ToLong(); }, "The Decimal value if to large to fit into a LONG"},
+        {[] { (void)D(u"9223372036854775808").ToLongLong(); }, "The Decimal value if to large to fit into a LONGLONG"},
+        {[] { (void)D(u"1.8e308").ToDouble(); }, "The Decimal value if to large to fit into a Double"},
+    };
+    // clang-format on
+    for (const auto& o : overflows) ExpectThrowMessage<CKvOverFlowException>(o.call, o.message);
+    // From a double only 13 decimals are taken.
+    // clang-format off
+    const std::pair<double, const char*> doubles[] = {
+        {0.1, "0.1"}, {-1.25, "-1.25"}, {1e-14, "0"}, {-0.0, "0"}, {1e20, "100000000000000000000"},
+        {0.12345678901234, "0.1234567890123"}, {0.00000000000005, "0.0000000000001"}};
+    // clang-format on
+    for (const auto& [value, expected] : doubles) EXPECT_EQ(Str(CDecimal(value)), expected) << value;
+    EXPECT_THROW(CDecimal(std::numeric_limits<double>::infinity()), CKvInvalidValueException);
 }
 
 TEST(DecimalLimit, MaxDecimalPlacesIsProcessWide) {

@@ -40,9 +40,9 @@ Facets MaxInc(const char16_t* v) { return {.maxInclusive = v}; }
 Facets MinExc(const char16_t* v) { return {.minExclusive = v}; }
 Facets MaxExc(const char16_t* v) { return {.maxExclusive = v}; }
 Facets Digits(int32_t n) { return {.totalDigits = n}; }
-// clang-format off
-Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) { return {.minLength = minL, .maxLength = maxL, .length = exact}; }
-// clang-format on
+Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) {
+    return {.minLength = minL, .maxLength = maxL, .length = exact};
+}
 Facets Pattern(const char16_t* p) { return {.pattern = p}; }
 
 KvVariant Value(ItemType kind, const std::u16string& text) {
@@ -61,12 +61,9 @@ std::string Check(ItemType kind, const std::u16string& text, const Facets& f, It
 
 TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
     const std::string nanText = Narrow(FormatString(u"%f", std::numeric_limits<double>::quiet_NaN()));
-    const struct {
-        ItemType kind;
-        const char16_t* value;
-        Facets facets;
-        std::string expected; // empty: passes
-    } rows[] = {
+    // clang-format off
+    // expected empty: passes
+    const struct { ItemType kind; const char16_t* value; Facets facets; std::string expected; } rows[] = {
         {ItemType_i1, u"10", MinInc(u" 10 "), ""}, // the bound's blanks are collapsed
         {ItemType_i1, u"9", MinInc(u"10"), "Invalid Value for v [9]"},
         {ItemType_i4, u"7", MinExc(u"7"), "Invalid Value for v [7]"},
@@ -79,10 +76,9 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
         {ItemType_r8, u"NaN", MinInc(u"0"), "Invalid Value for v [" + nanText + "]"},
         {ItemType_r8, u"1", MaxInc(u"NaN"), "Invalid Value for v [1.000000]"},
         {ItemType_day, u"---01", MinExc(u"---01"), "Invalid Value for v [1]"},
-        // clang-format off
         {ItemType_boolean, u"true", Facets{.pattern = u"x", .minLength = 5, .maxLength = 0, .minInclusive = u"junk", .length = 0}, ""},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& r : rows) EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << Narrow(r.value);
     // The declared kind decides, not the variant's own.
     EXPECT_EQ(Check(ItemType_i4, u"-99", Digits(1), ItemType_boolean), "");
@@ -91,17 +87,14 @@ TEST(FacetCheck, ScalarBoundsDigitsAndMessages) {
 Facets Fraction(int32_t n) { return {.fractionDigits = n}; }
 Facets Length(int32_t n) { return Lengths(-1, -1, n); }
 Facets Never(const char16_t* above, const char16_t* below) { return {.minExclusive = above, .maxExclusive = below}; }
-// clang-format off
-Facets AllBounds(const char16_t* v) { return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v}; }
-// clang-format on
+Facets AllBounds(const char16_t* v) {
+    return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v};
+}
 
 TEST(FacetCheck, ValueClassKinds) {
-    const struct {
-        ItemType kind;
-        const char16_t* value;
-        Facets facets;
-        std::string expected; // empty: passes
-    } rows[] = {
+    // clang-format off
+    // expected empty: passes
+    const struct { ItemType kind; const char16_t* value; Facets facets; std::string expected; } rows[] = {
         // Binary lengths count bytes, never the characters shown.
         {ItemType_hexBinary, u"0aFF10", Length(6), "Invalid Value for v [0AFF10]."},
         {ItemType_hexBinary, u"0aFF10", Facets{.pattern = u"x", .maxInclusive = u"junk", .totalDigits = 1}, ""},
@@ -136,6 +129,7 @@ TEST(FacetCheck, ValueClassKinds) {
          "Invalid Value for v [100000000000000000000]."},
         {ItemType_integer, u"-99", Digits(2), "Invalid Value for v [-99]."},
     };
+    // clang-format on
     for (const auto& r : rows)
         EXPECT_EQ(Check(r.kind, r.value, r.facets), r.expected) << r.kind << " " << Narrow(r.value);
 
@@ -153,30 +147,22 @@ TEST(FacetCheck, ValueClassKinds) {
 }
 
 TEST(FacetCheck, StringLengthsThenPattern) {
-    const struct {
-        std::u16string value;
-        Facets facets;
-        bool passes;
-    } rows[] = {
-        {u"a", Lengths(2, -1, -1), false},
-        {u"ab", Lengths(-1, -1, 3), false},
-        {u"", Lengths(-1, -1, 0), true},
+    // clang-format off
+    const struct { std::u16string value; Facets facets; bool passes; } rows[] = {
+        {u"a", Lengths(2, -1, -1), false}, {u"ab", Lengths(-1, -1, 3), false}, {u"", Lengths(-1, -1, 0), true},
         {u"\U0001F600", Lengths(-1, -1, 2), true}, // 16-bit units, not code points
-        {u"abcd", Pattern(u"[a-c]+"), false},
-        {u"abc\n", Pattern(u"[a-c]+"), false},
-        {u"a-1", Pattern(u"\\i\\c*"), true},
-        {u"\\i", Pattern(u"\\\\i"), true},
-        {u"ab\u00e9", Pattern(u"\\p{IsBasicLatin}+"), false},
-        {u"\u00e9", Pattern(u"\\p{IsLatin-1Supplement}"), true},
+        {u"abcd", Pattern(u"[a-c]+"), false}, {u"abc\n", Pattern(u"[a-c]+"), false},
+        {u"a-1", Pattern(u"\\i\\c*"), true}, {u"\\i", Pattern(u"\\\\i"), true},
+        {u"ab\u00e9", Pattern(u"\\p{IsBasicLatin}+"), false}, {u"\u00e9", Pattern(u"\\p{IsLatin-1Supplement}"), true},
         {u"\u00e9\u00e8", Pattern(u"[\u00e8\u00e9]{2}"), true},
     };
+    // clang-format on
     for (const auto& r : rows) {
         const std::string expected = r.passes ? "<no exception>" : "Invalid Value for code [" + Narrow(r.value) + "].";
         EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", r.value, r.facets.Make()); }), expected);
         EXPECT_EQ(MessageOf([&] {
-                      // clang-format off
-                      CheckPrimitiveRestrictions(u"code", Value(ItemType_string, r.value), ItemType_string, r.facets.Make());
-                      // clang-format on
+                      CheckPrimitiveRestrictions(u"code", Value(ItemType_string, r.value), ItemType_string,
+                                                 r.facets.Make());
                   }),
                   expected);
     }
@@ -197,9 +183,8 @@ TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
                       inner + "\nInvalid Value for code [xyz].");
         }
         f.maxLength = 2;
-        // clang-format off
-        EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }), "Invalid Value for code [xyz].");
-        // clang-format on
+        EXPECT_EQ(MessageOf([&] { CheckStringRestrictions(u"code", u"xyz", f.Make()); }),
+                  "Invalid Value for code [xyz].");
     }
     try {
         CheckStringRestrictions(u"code", u"xyz", Pattern(u"(").Make());
@@ -210,27 +195,20 @@ TEST(FacetCheck, InvalidPatternFailsAtEveryCheckWithTheDoubledMessage) {
 
 TEST(PatternTranslation, FixedSeriesOfRewrites) {
     // Each rewrite works on the raw bytes, inside character classes too, and case matters.
-    const struct {
-        const char *xsd, *expected;
-    } rows[] = {
-        {R"(\i\c*)", R"(([^\W\d]|:)(\w|\.|-|:)*)"},
-        {R"(\I\C)", R"(([\W\d])([^\w\.\-\:]))"},
-        {R"([\i])", R"([([^\W\d]|:)])"},
-        {R"(\\i)", R"(\\i)"},
-        {R"(\\\i)", R"(\\([^\W\d]|:))"},
+    // clang-format off
+    const struct { const char *xsd, *expected; } rows[] = {
+        {R"(\i\c*)", R"(([^\W\d]|:)(\w|\.|-|:)*)"}, {R"(\I\C)", R"(([\W\d])([^\w\.\-\:]))"},
+        {R"([\i])", R"([([^\W\d]|:)])"}, {R"(\\i)", R"(\\i)"}, {R"(\\\i)", R"(\\([^\W\d]|:))"},
         {R"(\p{IsBasicLatin}\p{IsLatin-1Supplement})", R"([\000-\177][\200-\377])"},
         {R"(\p{IsLatinExtended-A}\p{IsLatinExtended-B})", R"([\400-\577][\600-\1117])"},
         {R"(\P{IsBasicLatin}\p{isbasiclatin}\p{IsGreek}\d)", R"(\P{IsBasicLatin}\p{isbasiclatin}\p{IsGreek}\d)"},
     };
+    // clang-format on
     for (const auto& r : rows) EXPECT_EQ(TranslateXsdPattern(r.xsd), r.expected) << r.xsd;
 }
 
-struct MatchCase {
-    const char* pattern;
-    std::u16string value;
-    bool expected;
-};
-
+// clang-format off
+struct MatchCase { const char* pattern; std::u16string value; bool expected; };
 const MatchCase kMatches[] = {
     {"[a-c]+", u"abc", true},
     {"[a-c]+", u"abc\n", false}, // `$` before a final line feed does not cover the subject
@@ -238,12 +216,11 @@ const MatchCase kMatches[] = {
     {"a)|(b", u"xb", false},     // a pattern that breaks out of the wrapping still starts at 0
     {R"(\i\c*)", u":x.y", true},
     {R"(\p{IsLatinExtended-A})", u"\u0101", true},
-    // clang-format off
     {".", u"\U0001F600", true},               // a surrogate pair is one character
     {"a", u"a\xD800" u"b", true},             // a broken surrogate ends the subject
     {"ab", std::u16string(u"ab\0cd", 5), true},  // the subject ends at a NUL
-    // clang-format on
 };
+// clang-format on
 
 TEST(PatternCache, IsBoundedAndSharedByThreads) {
     ClearPatternCache();

@@ -7,23 +7,20 @@ using namespace DateTimeTestUtil;
 namespace {
 
 // Date plus duration with quotients far beyond 2^24: exact, or refused where the year leaves 16 bits.
-const struct {
-    const char16_t* start;
-    const char16_t* span;
-    const char16_t* result; // null: refused
-} kLargeSums[] = {
+// clang-format off
+// result null: refused
+const struct { const char16_t* start; const char16_t* span; const char16_t* result; } kLargeSums[] = {
     {u"2000-01-01T00:00:00", u"PT500000000001S", u"17844-05-15T00:53:21"},
     {u"2000-01-01T00:00:00", u"PT4294967295M", u"10166-02-15T04:15:00"},
     {u"2000-01-01T00:00:00", u"-PT16777217H", u"0086-01-23T07:00:00"},
     {u"9999-12-31T23:59:59", u"P22768Y", u"32767-12-31T23:59:59"},
     {u"-9999-01-01", u"-P22769Y", u"-32768-01-01"},
-    // clang-format off
     {u"2000-01-01T00:00:00", u"PT4294967295H", nullptr}, {u"2000-01-01T00:00:00", u"P4294967295M", nullptr},
     {u"2000-01-01", u"P65535Y", nullptr},                {u"9999-12-31T23:59:59", u"P22768YT1S", nullptr},
     {u"-9999-01-01", u"-P22770Y", nullptr},              {u"-9999-01-01", u"-P22769Y1D", nullptr},
     {u"2000-01-01", u"P4294967295D", nullptr},           {u"2000-01-01T00:00:00", u"-PT18446744073709551615M", nullptr},
-    // clang-format on
 };
+// clang-format on
 
 TEST(ValueLimits, DatePlusDurationIsExactOrRefused) {
     for (const auto& c : kLargeSums) {
@@ -69,16 +66,13 @@ TEST(ValueLimits, BigIntegerAndDecimalShareTheDigitLimit) {
 
 // Exponents move the point; a negative one keeps the limit plus two places, then rounds to the limit.
 TEST(ValueLimits, DecimalExponentsMoveThePoint) {
-    const struct {
-        const char16_t* text;
-        const char16_t* written;
-    } cases[] = {
-        // clang-format off
+    // clang-format off
+    const struct { const char16_t* text; const char16_t* written; } cases[] = {
         {u"1.5E-3", u"0.0015"}, {u"-25E-1", u"-2.5"},  {u"123.456E2", u"12345.6"}, {u"-1.5E2", u"-150"},
         {u"0.00E5", u"0"},      {u"1E-999999", u"0"}, {u"6E-31", u"0.000000000000000000000000000001"},
         {u"5000000001E-40", u"0"}, {u"0.0012E3", u"1.2"},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(CDecimal(c.text).ToString(), c.written) << Narrow(c.text);
 }
 

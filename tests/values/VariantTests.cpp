@@ -54,11 +54,10 @@ CBinaryData Bytes(std::initializer_list<unsigned char> bytes) {
     return CBinaryData(b.data(), static_cast<uint32_t>(b.size()), false);
 }
 
+// clang-format off
 const KindCase kKinds[] = {
-    // clang-format off
     {[](KvVariant& v) { v.SetHexBinary(Bytes({0x0A, 0xFF})); }, ItemType_hexBinary, u"hexBinary", u"0AFF"},
     {[](KvVariant& v) { v.SetBase64Binary(Bytes({'M', 'a', 'n'})); }, ItemType_base64Binary, u"base64Binary", u"TWFu"},
-    // clang-format on
     {[](KvVariant& v) { v.SetI1(-5); }, ItemType_i1, u"i1", u"-5"},
     {[](KvVariant& v) { v.SetI2(-300); }, ItemType_i2, u"i2", u"-300"},
     {[](KvVariant& v) { v.SetI4(-70000); }, ItemType_i4, u"i4", u"-70000"},
@@ -73,6 +72,7 @@ const KindCase kKinds[] = {
     {[](KvVariant& v) { v.SetString(u"text"); }, ItemType_string, u"string", u"text"},
     {[](KvVariant& v) { v.SetBoolean(true); }, ItemType_boolean, u"boolean", u"true"},
 };
+// clang-format on
 
 } // namespace
 

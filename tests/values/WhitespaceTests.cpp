@@ -9,32 +9,25 @@ using W = CWhitespaceUtils;
 
 namespace {
 
-struct RuleCase {
-    W::WhitespaceRule rule;
-    std::u16string input;
-    std::u16string expected;
-};
-
+// clang-format off
+struct RuleCase { W::WhitespaceRule rule; std::u16string input; std::u16string expected; };
 const RuleCase kRuleCases[] = {
-    {W::WhitespaceRule_None, u" a\r\n\tb ", u" a\r\n\tb "},
-    {W::WhitespaceRule_Preserve, u"a\r\nb\rc", u"a\nb\nc"},
-    {W::WhitespaceRule_Preserve, u"\r\r\n\n", u"\n\n\n"},
-    {W::WhitespaceRule_Preserve, u" a\tb\n", u" a\tb\n"},
+    {W::WhitespaceRule_None, u" a\r\n\tb ", u" a\r\n\tb "}, {W::WhitespaceRule_Preserve, u"a\r\nb\rc", u"a\nb\nc"},
+    {W::WhitespaceRule_Preserve, u"\r\r\n\n", u"\n\n\n"}, {W::WhitespaceRule_Preserve, u" a\tb\n", u" a\tb\n"},
     {W::WhitespaceRule_Preserve, std::u16string(u"a\0b", 3), std::u16string(u"a\0b", 3)}, // no CR: unchanged
     {W::WhitespaceRule_Preserve, std::u16string(u"a\r\0b", 4), u"a\n"},                   // cut at NUL
     {W::WhitespaceRule_Replace, u"a\r\nb", u"a b"}, // CR LF is one space, LF CR two
-    {W::WhitespaceRule_Replace, u"a\n\rb", u"a  b"},
-    {W::WhitespaceRule_Replace, u"\ta\rb\n", u" a b "},
+    {W::WhitespaceRule_Replace, u"a\n\rb", u"a  b"}, {W::WhitespaceRule_Replace, u"\ta\rb\n", u" a b "},
     {W::WhitespaceRule_Replace, u"", u""},
     {W::WhitespaceRule_Replace, std::u16string(u"a\0b", 3), std::u16string(u"a\0b", 3)},
     {W::WhitespaceRule_Replace, std::u16string(u"a\tb\0c", 5), u"a b"},
-    {W::WhitespaceRule_Collapse, u"  a \t\r\n b  ", u"a b"},
-    {W::WhitespaceRule_Collapse, u" \t\r\n ", u""},
+    {W::WhitespaceRule_Collapse, u"  a \t\r\n b  ", u"a b"}, {W::WhitespaceRule_Collapse, u" \t\r\n ", u""},
     {W::WhitespaceRule_Collapse, u"abc", u"abc"},
     {W::WhitespaceRule_Collapse, u"a\v\fb", u"a\v\fb"},               // only the four blanks count
     {W::WhitespaceRule_Collapse, std::u16string(u"a \0b", 4), u"a "}, // trailing blank goes before the cut
     {W::WhitespaceRule_Collapse, std::u16string(u"ab\0c", 4), u"ab"},
 };
+// clang-format on
 
 } // namespace
 

@@ -90,9 +90,8 @@ TEST(DocumentLoading, DamagedStreamsReachTheParserAndInflationIsBounded) {
         const std::string packed = Compressed(xml, type);
         for (size_t cut : {size_t(1), size_t(10), packed.size() / 2, packed.size() - 1}) {
             CXmlDocument document;
-            // clang-format off
-            EXPECT_NE(MessageOf([&] { LoadBytes(document, packed.substr(0, cut)); }).find(" at line "), std::string::npos);
-            // clang-format on
+            EXPECT_NE(MessageOf([&] { LoadBytes(document, packed.substr(0, cut)); }).find(" at line "),
+                      std::string::npos);
         }
         std::mt19937 random(static_cast<unsigned>(type));
         for (int round = 0; round < 200; ++round) { // loads or throws, within bounds
@@ -114,9 +113,8 @@ TEST(DocumentLoading, DamagedStreamsReachTheParserAndInflationIsBounded) {
     std::string bomb(compressBound(uLong(blanks.size())), '\0');
     uLongf size = uLongf(bomb.size());
     ASSERT_EQ(compress2(reinterpret_cast<Bytef*>(bomb.data()), &size, reinterpret_cast<const Bytef*>(blanks.data()),
-                        // clang-format off
-                        uLong(blanks.size()), 9), Z_OK);
-    // clang-format on
+                        uLong(blanks.size()), 9),
+              Z_OK);
     bomb.resize(size);
     EXPECT_LT(bomb.size(), blanks.size() / 900);
     CXmlDocument document;
@@ -126,9 +124,8 @@ TEST(DocumentLoading, DamagedStreamsReachTheParserAndInflationIsBounded) {
 
 TEST(DocumentLoading, ChunkedFailuresFollowTheReadsAndDeleteTheTree) {
     const std::string path = (fs::temp_directory_path() / "kvxml_loading.xml").string();
-    // clang-format off
-    const std::pair<std::string, std::string> cases[] = {  // bytes, message
-        // clang-format on
+    const std::pair<std::string, std::string> cases[] = {
+        // bytes, message
         {"", "Failed to read the contents of the file [" + path + "] Error [0x00000026]"},
         // A full last chunk: the read behind it meets the end of the file.
         {Document(10, kChunk), "Failed to read the contents of the file. Error [0x00000026]"},

@@ -81,15 +81,14 @@ TEST(CXmlDocumentLoad, FailuresCarryExpatsWordsAndTheLine) {
     EXPECT_EQ(LoadError(static_cast<const char*>(nullptr)), u"XML String is empty!");
     // The wide form counts its byte-order mark, so an empty string reaches the parser.
     EXPECT_EQ(LoadError(u""), Widen(XML_ErrorString(XML_ERROR_NO_ELEMENTS)) + u" at line 1");
-    struct {
-        const char* xml;
-        const char16_t* message;
-    } cases[] = {
+    // clang-format off
+    struct { const char* xml; const char16_t* message; } cases[] = {
         {"<a>\n\n<b>\n</a>", u"mismatched tag at line 4"},
         {"<a>\r\n<b x='1' x='2'/></a>", u"duplicate attribute at line 2"},
         {"<a>&undefined;</a>", u"undefined entity at line 1"},
         {"<p:a/>", u"unbound prefix at line 1"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(LoadError(c.xml), c.message) << c.xml;
         EXPECT_EQ(LoadError(Widen(c.xml).c_str()), c.message) << c.xml;
@@ -103,10 +102,9 @@ TEST(CXmlDocumentLoad, FailedLoadKeepsThePartialTreeAndReloadsStartWithCleanup) 
     ASSERT_TRUE(a);
     EXPECT_EQ(a->GetText(), u"x");
     const CXmlElement* b = a->GetFirstElement();
-    // clang-format off
-    EXPECT_EQ(b->GetText() + b->GetFirstElement()->GetText() + b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(),
-              u"yztextd");
-    // clang-format on
+    EXPECT_EQ(
+        b->GetText() + b->GetFirstElement()->GetText() + b->GetFirstElement()->GetNextSiblingElement()->GetLocalName(),
+        u"yztextd");
 
     const int64_t before = CXmlElement::GetLiveElementCount();
     document.LoadXml("<x xmlns:p='urn:p'>t</x>");
@@ -161,9 +159,8 @@ TEST(CXmlDocumentFilter, DroppingEveryElementKeepsMemoryFlat) {
     CXmlDocument document;
     document.LoadXml(xml.c_str());
     int i = 0;
-    // clang-format off
-    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e; e = e->GetNextSiblingElement(), ++i) {
-        // clang-format on
+    for (const CXmlElement* e = document.GetDocumentElement()->GetFirstElement(); e;
+         e = e->GetNextSiblingElement(), ++i) {
         const std::u16string n = Widen(std::to_string(i));
         ASSERT_EQ(e->GetLocalName(), u"e" + n);
         ASSERT_EQ(e->GetNamespaceURI(), u"urn:" + n);

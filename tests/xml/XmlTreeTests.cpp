@@ -23,13 +23,8 @@ const CXmlElement* NthChild(const CXmlElement* parent, int index) {
 } // namespace
 
 TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
-    struct {
-        const char16_t* name;
-        const char16_t* uri;
-        bool isNamespace;
-        bool isNil;
-        // clang-format off
-    } cases[] = {
+    // clang-format off
+    struct { const char16_t* name; const char16_t* uri; bool isNamespace; bool isNil; } cases[] = {
         {u"type", kXsi, true, false},   {u"schemaLocation", kXsi, true, false},
         {u"noNamespaceSchemaLocation", kXsi, true, false},
         {u"xmlns", kXmlns, true, false}, {u"type", kXmlns, true, false},
@@ -55,11 +50,10 @@ TEST(CXmlAttribute, NamespaceAndNilAttributesAreToldByUriAndName) {
 
 TEST(CXmlDocument, AliasMapIsDocumentWideAndLaterDeclarationsWin) {
     CXmlDocument document;
-    // clang-format off
-    document.LoadXml("<r xmlns='urn:default' xmlns:p='urn:one' xmlns:s='urn:gone'>"
-                     "<p:x/><s:w/>"
-                     "<y xmlns:p='urn:two' xmlns:z='urn:one' xmlns:a='urn:one' xmlns:s='urn:other'/></r>");
-    // clang-format on
+    document.LoadXml(
+        "<r xmlns='urn:default' xmlns:p='urn:one' xmlns:s='urn:gone'>"
+        "<p:x/><s:w/>"
+        "<y xmlns:p='urn:two' xmlns:z='urn:one' xmlns:a='urn:one' xmlns:s='urn:other'/></r>");
     struct {
         const char16_t* alias;
         const char16_t* uri;
@@ -82,21 +76,17 @@ TEST(CXmlDocument, TextGathersAllCharacterDataAndDropsEveryCR) {
     CSerializationContext strip;
     strip.SetStripCDATA(true);
     const CSerializationContext byDefault;
-    struct {
-        const CSerializationContext* context;
-        const char* xml;
-        const char16_t* text;
-    } cases[] = {
+    // clang-format off
+    struct { const CSerializationContext* context; const char* xml; const char16_t* text; } cases[] = {
         {&byDefault, "<a>x&#13;y</a>", u"xy"},
         {&byDefault, "<a>before<b>inner</b>after</a>", u"beforeafter"},
-        {&byDefault, "<a>\r\n line\r\n</a>", u"\n line\n"},
-        {&byDefault, "<a>&#13;&#13;</a>", u""},
+        {&byDefault, "<a>\r\n line\r\n</a>", u"\n line\n"}, {&byDefault, "<a>&#13;&#13;</a>", u""},
         {&byDefault, "<a>&lt;&amp;&gt;&#x1F600;caf\xC3\xA9</a>", u"<&>\U0001F600caf\u00E9"},
-        {&byDefault, "<a><![CDATA[x<y]]></a>", u"x<y"},
-        {&keep, "<a><![CDATA[x<y]]></a>", u"<![CDATA[x<y]]>"},
+        {&byDefault, "<a><![CDATA[x<y]]></a>", u"x<y"}, {&keep, "<a><![CDATA[x<y]]></a>", u"<![CDATA[x<y]]>"},
         {&keep, "<a>1<![CDATA[]]>2<![CDATA[&amp;\r\n]]></a>", u"1<![CDATA[]]>2<![CDATA[&amp;\n]]>"},
         {&strip, "<a>1<![CDATA[]]>2<![CDATA[&amp;]]></a>", u"12&amp;"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         CXmlDocument document(*c.context);
         document.LoadXml(c.xml);
@@ -118,10 +108,9 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     CXmlAttribute attributeCopy(nullptr, u"x-long-attribute-name", u"1", nullptr);
     {
         CXmlDocument document;
-        // clang-format off
-        document.LoadXml("<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
-                         "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
-        // clang-format on
+        document.LoadXml(
+            "<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
+            "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
         kept.reset(document.GetDocumentElement()->RemoveLastChildElement());
         leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
         attributeCopy = *kept->GetAttributes()[0];

@@ -28,9 +28,8 @@ std::string Utf8(const std::u16string& text) {
 
 // True when Python accepts the text.
 bool PythonAccepts(const std::string& python, const std::string& json) {
-    // clang-format off
-    const std::string command = "PYTHONIOENCODING=utf-8 " + python + " -c 'import json,sys; json.load(sys.stdin)' 2>/dev/null";
-    // clang-format on
+    const std::string command =
+        "PYTHONIOENCODING=utf-8 " + python + " -c 'import json,sys; json.load(sys.stdin)' 2>/dev/null";
     FILE* pipe = popen(command.c_str(), "w");
     if (!pipe) return false;
     fwrite(json.data(), 1, json.size(), pipe);
