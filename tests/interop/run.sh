@@ -22,6 +22,7 @@ classes=build-interop/classes
 build-interop/tools/kvxmlc/kvxmlc --cpp-namespace urn:kvxml:samples:purchase-order=PurchaseOrderSample \
     examples/purchase_order/PurchaseOrder.xsd examples/purchase_order/Checkout.xsd \
     examples/purchase_order/measurements.xsd --out "$classes"
+build-interop/tools/kvxmlc/kvxmlc --cpp-namespace urn:example:po=GeneratedPo examples/po_bench/po.xsd --out "$classes"
 mkdir -p "$out" build-interop/java
 ${CXX:-g++} -std=c++20 -O2 -Isrc -I"$classes" -DKVXML_TEST_DATA_DIR="\"$PWD/tests/data\"" \
     tests/interop/producer/FiDocuments.cpp "$classes"/*.cpp \
