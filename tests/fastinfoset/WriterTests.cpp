@@ -9,11 +9,13 @@
 #include "kvxml/values/ItemType.h"
 #include "support/KvTestBytes.h"
 #include "support/KvTestText.h"
+#include "support/WriterScript.h"
 
 using namespace KvXmlLib16;
 using KvTest::Bytes;
 using KvTest::Content;
 using KvTest::MessageOf;
+using KvTest::Play;
 
 namespace {
 
@@ -35,40 +37,6 @@ Bytes Cat(std::initializer_list<Bytes> parts) {
     Bytes out;
     for (const Bytes& p : parts) out.insert(out.end(), p.begin(), p.end());
     return out;
-}
-
-std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
-// Plays a script of ';'-separated steps on the writer: "<name" or "<name ns" starts an element,
-// "/" ends one, "@name value" writes an attribute, "'text" text, "nil" xsi:nil, "!ns" sets the
-// default namespace and "!alias ns" an alias. A value may end in "#kind" (an ItemType number).
-void Play(CFastInfosetWriter& w, const std::string& script) {
-    size_t pos = 0;
-    while (pos <= script.size()) {
-        size_t end = script.find(';', pos);
-        if (end == std::string::npos) end = script.size();
-        const std::string step = script.substr(pos, end - pos);
-        pos = end + 1;
-        const size_t blank = step.find(' '), hash = step.rfind('#');
-        const std::string head = step.substr(1, blank == std::string::npos ? std::string::npos : blank - 1);
-        const std::string rest =
-            blank == std::string::npos
-                ? ""
-                : step.substr(blank + 1, hash == std::string::npos ? std::string::npos : hash - blank - 1);
-        const ItemType kind =
-            hash == std::string::npos ? ItemType_string : static_cast<ItemType>(std::stoi(step.substr(hash + 1)));
-        switch (step.empty() ? ' ' : step[0]) {
-        case '<': w.WriteStartElement(Wide(head), Wide(rest)); break;
-        case '/': w.WriteEndElement(); break;
-        case '@': w.WriteAttribute(Wide(head), u"", Wide(rest), kind); break;
-        case '\'':
-            w.WriteElementText(Wide(step.substr(1, hash == std::string::npos ? std::string::npos : hash - 1)), kind,
-                               false);
-            break;
-        case 'n': w.WriteXsiNil(); break;
-        case '!': rest.empty() ? w.SetDefaultNamespace(Wide(head)) : w.AddNamespaceAlias(Wide(head), Wide(rest)); break;
-        }
-    }
 }
 
 // The octets of a whole document made by a script, header and end included.

@@ -6,6 +6,7 @@
 #include <kvxml/KvXmlLib16.h>
 
 #include "support/KvTestText.h"
+#include "support/WriterScript.h"
 
 namespace {
 
@@ -31,67 +32,31 @@ std::string Written(const std::function<void(CJsonTextWriter&)>& calls, JsonRoun
     return Narrow(stream.GetText());
 }
 
-// A class collection of two items with members inside r, as the metadata layer writes it.
-void Collection(CJsonTextWriter& w) {
-    w.WriteStartElement(u"r", u"");
-    w.GetCurrentContext()->SetCollectionState(1);
-    w.WriteStartElement(u"i", u"");
-    w.WriteAttribute(u"a", u"", u"1", kString);
-    w.WriteStartElement(u"c", u"");
-    w.WriteElementText(u"x", kString, false);
-    w.WriteEndElement();
-    w.WriteEndElement();
-    w.WriteStartElement(u"i", u"");
-    w.WriteAttribute(u"a", u"", u"2", kString);
-    w.WriteEndElement();
-    w.GetCurrentContext()->SetCollectionState(3);
-    w.WriteEndElement();
+// Runs a script (see WriterScript.h) on the writer.
+std::function<void(CJsonTextWriter&)> Script(const std::string& script) {
+    return [script](CJsonTextWriter& w) { KvTest::Play(w, script); };
 }
 
 TEST(CJsonTextWriter, ArraysOpenWithTheFirstItemAndCloseWithTheirParent) {
-    EXPECT_EQ(Written(Collection), "\"r\": {\"i\": [{\"@a\": \"1\",\"c\": \"x\"},{\"@a\": \"2\"}]}");
-    EXPECT_EQ(Written(Collection, JsonRoundTrip_Full, true),
+    // A class collection of two items with members inside r, as the metadata layer writes it.
+    const auto collection = Script("<r;~1;<i;@a 1;<c;'x;/;/;<i;@a 2;/;~3;/");
+    EXPECT_EQ(Written(collection), "\"r\": {\"i\": [{\"@a\": \"1\",\"c\": \"x\"},{\"@a\": \"2\"}]}");
+    EXPECT_EQ(Written(collection, JsonRoundTrip_Full, true),
               "  \"r\": {\n    \"i\": [\n      {\n        \"@a\": \"1\",\n        \"c\": \"x\"\n      },\n"
               "      {\n        \"@a\": \"2\"\n      }\n    ]\n  }");
     // Items of primitives never open the array, yet the parent still closes it.
-    EXPECT_EQ(Written([](CJsonTextWriter& w) {
-                  w.WriteStartElement(u"r", u"");
-                  w.GetCurrentContext()->SetCollectionState(1);
-                  for (const char16_t* v : {u"1", u"2"}) {
-                      w.WriteStartElement(u"a", u"");
-                      w.WriteElementText(v, ItemType_i4, false);
-                      w.WriteEndElement();
-                  }
-                  w.GetCurrentContext()->SetCollectionState(3);
-                  w.WriteStartElement(u"b", u"");
-                  w.WriteEndElement();
-                  w.WriteEndElement();
-              }),
-              "\"r\": {\"a\": 1,\"a\": 2,\"b\": ]}");
+    EXPECT_EQ(Written(Script("<r;~1;<a;'1#5;/;<a;'2#5;/;~3;<b;/;/")), "\"r\": {\"a\": 1,\"a\": 2,\"b\": ]}");
 }
 
 TEST(CJsonTextWriter, ModesDecideNamesOfAttributesTextAndNamespaces) {
-    const auto element = [](CJsonTextWriter& w) {
-        w.AddNamespaceAlias(u"xsi", kXsiNamespaceURI);
-        w.AddNamespaceAlias(u"p", u"urn:p");
-        w.SetDefaultNamespace(u"urn:d");
-        w.WriteStartElement(u"r", u"urn:d");
-        w.WriteXsiType(u"urn:p", u"t", kString);
-        w.WriteAttribute(u"x", u"urn:p", u"1", kString);
-        w.WriteXsiNil();
-        w.WriteElementText(u"5", ItemType_i4, true);
-        w.WriteEndElement();
-    };
+    const auto element =
+        Script("!xsi " + Narrow(kXsiNamespaceURI) + ";!p urn:p;!urn:d;<r urn:d;^urn:p t;@{urn:p}x 1;nil;=5#5;/");
     EXPECT_EQ(Written(element, JsonRoundTrip_None), "\"r\": {\"x\": \"1\",\"\": 5}");
     EXPECT_EQ(Written(element, JsonRoundTrip_Simple), "\"r\": {\"@x\": \"1\",\"#text\": 5}");
     EXPECT_EQ(Written(element), "\"r\": {\"@xmlns\": \"urn:d\",\"@xmlns:xsi\": \"" + Narrow(kXsiNamespaceURI) +
                                     "\",\"@xmlns:p\": \"urn:p\",\"@xsi:type\": \"p:t\",\"@p:x\": \"1\",\"#text\": 5}");
     // Only the root may bring an undeclared namespace; it gets an alias there.
-    EXPECT_EQ(Written([](CJsonTextWriter& w) {
-                  w.WriteStartElement(u"r", u"urn:x");
-                  w.WriteEndElement();
-              }),
-              "\"AA:r\": {\"@xmlns:AA\": \"urn:x\"}");
+    EXPECT_EQ(Written(Script("<r urn:x;/")), "\"AA:r\": {\"@xmlns:AA\": \"urn:x\"}");
 }
 
 TEST(CJsonTextWriter, ValuesAndEscaping) {
@@ -116,19 +81,11 @@ TEST(CJsonTextWriter, Failures) {
     // Each call after an open root element r.
     const std::pair<std::function<void(CJsonTextWriter&)>, std::string> cases[] = {
         {[](CJsonTextWriter& w) { w.SetEOLType(static_cast<EOLType>(2)); }, "!Invalid EOL type."},
-        {[](CJsonTextWriter& w) { w.WriteStartElement(u"c", u"urn:x"); }, "!Unknown Namespace: c."},
-        {[](CJsonTextWriter& w) { w.WriteAttribute(u"x", u"urn:x", u"1", kString); }, "!Unknown Namespace: x."},
-        {[](CJsonTextWriter& w) { w.WriteXsiType(u"urn:x", u"t", kString); }, "!Unknown Namespace: t."},
-        {[](CJsonTextWriter& w) {
-             w.AddNamespaceAlias(u"p", u"urn:x");
-             w.WriteXsiType(u"urn:x", u"t", kString);
-         },
-         "!Unknown Namespace: type."},
-        {[](CJsonTextWriter& w) {
-             w.WriteEndElement();
-             w.WriteEndElement();
-         },
-         "!There is no open element to end."},
+        {Script("<c urn:x"), "!Unknown Namespace: c."},
+        {Script("@{urn:x}x 1"), "!Unknown Namespace: x."},
+        {Script("^urn:x t"), "!Unknown Namespace: t."},
+        {Script("!p urn:x;^urn:x t"), "!Unknown Namespace: type."},
+        {Script("/;/"), "!There is no open element to end."},
     };
     for (const auto& [call, message] : cases)
         EXPECT_EQ(Written([&call](CJsonTextWriter& w) {
