@@ -82,6 +82,15 @@ TEST(JsonEntryPoints, IgnoreNamespacesIsRestoredAfterTheRead) {
     EXPECT_NE(MessageOf([&] { back->FromJson(good.c_str(), full); }), "<no exception>");
 }
 
+// The JSON writer opens no array for a collection of primitives: each item repeats the member
+// name, and the collection's end still writes its "]". Kept as the format defines it.
+TEST(JsonEntryPoints, PrimitiveCollectionRepeatsTheNameOfEachItem) {
+    EXPECT_EQ(Narrow(KvTest::ReadSample<CMeasurements>("measurements.xml")
+                         ->ToJson(false, EOLType_LF, SampleContext(JsonRoundTrip_None))),
+              "{\"measurements\": {\"parcelId\": \"DE123456789\",\"weight\": 1200,\"weight\": 1180,"
+              "\"weight\": 31500,\"scanDate\": \"2026-11-24\",\"depot\": \"HAM-01\",\"depot\": \"BER-07\"]}}");
+}
+
 TEST(JsonEntryPoints, FailuresOfTheReadingEntryPoints) {
     const CSerializationContext context = SampleContext(JsonRoundTrip_Full);
     CSmartPtr<CCheckout> checkout = new CCheckout();

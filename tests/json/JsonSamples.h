@@ -14,6 +14,13 @@ using KvTest::MakeCheckout;
 using KvTest::MakeOrder;
 using CItem = PurchaseOrderSample::CPurchaseOrderItem;
 // The example's namespace as default, aliases for xsi and the partner namespace, and the JSON mode.
-CSerializationContext SampleContext(JsonRoundTrip mode);
+inline CSerializationContext SampleContext(JsonRoundTrip mode) {
+    CSerializationContext context;
+    context.SetDefaultNamespaceURI(KvTest::kSampleNamespace);
+    context.GetNamespaceAliases().Add(u"xsi", u"http://www.w3.org/2001/XMLSchema-instance");
+    context.GetNamespaceAliases().Add(u"p", u"urn:partner");
+    context.GetJsonContext().SetSupportRoundtrip(mode);
+    return context;
+}
 
 } // namespace JsonTest
