@@ -44,7 +44,7 @@ typedef CSmartPtr<CXmlObjectBase> (*CreateFunc)(const char16_t* namespaceURI, co
 struct RoundTrip {
     const char* schema;
     CreateFunc create;
-    const char* xml;
+    const char* xml; // the document, or the file that holds it
 };
 
 const RoundTrip kRoundTrips[] = {
@@ -100,6 +100,19 @@ const RoundTrip kRoundTrips[] = {
     {"clash.xsd", &TClash::CreateForElement,
      R"(<t:item xmlns:t="urn:t:clash"><inner namespace="n"><namespace>x</namespace><class>a-b</class><nil>true</nil>
         </inner></t:item>)"},
+    // Documents of the examples, and our own of schemas that no one here wrote, read from files.
+    {KVXMLC_SAMPLE_SCHEMAS "/PurchaseOrder.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement,
+     KVXML_TEST_DATA_DIR "/samples/order.xml"},
+    {KVXMLC_SAMPLE_SCHEMAS "/Checkout.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement,
+     KVXML_TEST_DATA_DIR "/samples/checkout-wallet.xml"},
+    {KVXMLC_SAMPLE_SCHEMAS "/measurements.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement,
+     KVXML_TEST_DATA_DIR "/samples/measurements.xml"},
+#ifdef KVXMLC_REAL_SCHEMAS
+    {KVXMLC_ISMRMRD_XSD, &IsmrmOrgISMRMRD::CreateForElement, KVXMLC_TEST_INSTANCES "/ismrmrd_minimal.xml"},
+    {KVXMLC_ISMRMRD_XSD, &IsmrmOrgISMRMRD::CreateForElement, KVXMLC_TEST_INSTANCES "/ismrmrd_full.xml"},
+    {KVXMLC_XMLDSIG_XSD, &W3Org200009Xmldsig::CreateForElement, KVXMLC_TEST_INSTANCES "/xmldsig_enveloped.xml"},
+    {KVXMLC_XMLDSIG_XSD, &W3Org200009Xmldsig::CreateForElement, KVXMLC_TEST_INSTANCES "/xmldsig_objects.xml"},
+#endif
 };
 
 void WriteFile(const fs::path& path, const std::string& text) {
@@ -149,32 +162,7 @@ void CheckRoundTrip(const std::string& xml, const std::string& schema, CreateFun
 TEST(Kvxmlc, GeneratedClassesReadAndWriteEachConstruct) {
     for (const RoundTrip& c : kRoundTrips) {
         SCOPED_TRACE(std::string(c.schema) + ": " + c.xml);
-        CheckRoundTrip(c.xml, c.schema, c.create);
-    }
-}
-
-// Documents of our own of schemas that no one here wrote, and the sample documents of the examples.
-TEST(Kvxmlc, RealSchemasAndTheExamplesReadAndWriteDocuments) {
-    const std::string samples = std::string(KVXML_TEST_DATA_DIR) + "/samples/", po = KVXMLC_SAMPLE_SCHEMAS;
-    const std::string instances = std::string(KVXMLC_TEST_INSTANCES) + "/";
-    const struct {
-        std::string schema;
-        CreateFunc create;
-        std::string xml;
-    } cases[] = {
-        {po + "/PurchaseOrder.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement, samples + "order.xml"},
-        {po + "/Checkout.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement, samples + "checkout-wallet.xml"},
-        {po + "/measurements.xsd", &KvxmlSamplesPurchaseOrder::CreateForElement, samples + "measurements.xml"},
-#ifdef KVXMLC_REAL_SCHEMAS
-        {KVXMLC_ISMRMRD_XSD, &IsmrmOrgISMRMRD::CreateForElement, instances + "ismrmrd_minimal.xml"},
-        {KVXMLC_ISMRMRD_XSD, &IsmrmOrgISMRMRD::CreateForElement, instances + "ismrmrd_full.xml"},
-        {KVXMLC_XMLDSIG_XSD, &W3Org200009Xmldsig::CreateForElement, instances + "xmldsig_enveloped.xml"},
-        {KVXMLC_XMLDSIG_XSD, &W3Org200009Xmldsig::CreateForElement, instances + "xmldsig_objects.xml"},
-#endif
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.xml);
-        CheckRoundTrip(KvTest::FileBytes(c.xml), c.schema, c.create);
+        CheckRoundTrip(c.xml[0] == '<' ? c.xml : KvTest::FileBytes(c.xml), c.schema, c.create);
     }
 }
 
@@ -253,7 +241,7 @@ const BadSchema kBadSchemas[] = {
      "bad.xsd:1: the mandatory child 'x' leads back to its own type without end"},
 };
 
-TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
+TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndThePathFindsImports) {
     const fs::path dir = fs::path(testing::TempDir()) / "kvxmlc_bad";
     fs::remove_all(dir);
     fs::create_directories(dir / "out");
@@ -277,12 +265,7 @@ TEST(Kvxmlc, BadSchemasGetOneLocatedMessageAndNoOutput) {
     WriteFile(dir / "bad.xsd", deep + "</xs:schema>");
     EXPECT_NE(Kvxmlc(dir, "bad.xsd --out out"), 0);
     EXPECT_EQ(KvTest::FileBytes(dir / "err.txt"), "bad.xsd:2: elements nested deeper than 500 levels\n");
-}
-
-// An import by URL is found by its file name on the schema path, and only there.
-TEST(Kvxmlc, SchemaPathFindsAnImportByItsFileName) {
-    const fs::path dir = fs::path(testing::TempDir()) / "kvxmlc_path";
-    fs::remove_all(dir);
+    // An import by URL is found by its file name on the schema path, and only there.
     fs::create_directories(dir / "lib");
     WriteFile(dir / "lib" / "other.xsd",
               "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:o'>"
