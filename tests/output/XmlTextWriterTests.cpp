@@ -199,7 +199,6 @@ TEST(CXmlWriter, AliasAllocationSkipsTakenAliases) {
 TEST(XmlWriterForms, DeclarationFollowsEncodingAndLineEnd) {
     // clang-format off
     const struct { XmlEncoding encoding; EOLType eol; bool formatted; std::u16string expected; } cases[] = {
-        {XmlEncoding_None, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
         {XmlEncoding_UTF8, EOLType_CRLF, false, u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"},
         {XmlEncoding_UTF16, EOLType_LF, false, u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"},
         {XmlEncoding_UTF16_NoDecl, EOLType_LF, true, u"<?xml version=\"1.0\"?>\n"},
