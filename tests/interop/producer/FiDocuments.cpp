@@ -15,6 +15,7 @@
 #include "po.h"
 #include "kvxml/KvXmlLib16.h"
 #include "../../support/PurchaseOrderSamples.h"
+#include "../../support/WriterScript.h"
 
 using namespace KvXmlLib16;
 using namespace PurchaseOrderSample;
@@ -118,12 +119,7 @@ int main(int argc, char** argv) {
             CBinaryStream stream;
             CFastInfosetWriter writer(&stream, &options);
             writer.WriteDocumentHeader(FInfoDecl_None);
-            writer.SetDefaultNamespace(u"urn:d");
-            writer.WriteStartElement(u"doc", u"urn:d");
-            writer.WriteStartElement(u"plain", u"");
-            writer.WriteElementText(u"in no namespace", ItemType_string, false);
-            writer.WriteEndElement();
-            writer.WriteEndElement();
+            KvTest::Play(writer, "!urn:d;<doc urn:d;<plain;'in no namespace;/;/");
             writer.WriteDocumentEnd();
             writer.CloseOutput();
             const std::string finf = g_dir + "/no-namespace-under-default.finf";
