@@ -119,6 +119,9 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
         // Exponents: signs and blanks before the digits, the last sign winning.
         {"1e+ 2", "100"}, {"1e+-2", "0.01"}, {"1e", "1"}, {"e5", "0"}, {"-12.345e-5", "-0.00012345"},
         {"1e" + std::string(30, '0') + "2", "100"}, {"1.7E+308", "17" + std::string(307, '0')},
+        // Exponents move the point; a negative one keeps the limit plus two places, then rounds to it.
+        {"1.5E-3", "0.0015"}, {"-25E-1", "-2.5"}, {"123.456E2", "12345.6"}, {"-1.5E2", "-150"}, {"0.00E5", "0"},
+        {"1E-999999", "0"}, {"6E-31", "0." + zeros29 + "1"}, {"5000000001E-40", "0"}, {"0.0012E3", "1.2"},
         // Ties toward zero, after trailing zeros went.
         {"0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "06", "-0." + zeros29 + "1"},
         {"0.1" + std::string(28, '0') + "05", "0.1" + zeros29}, {"2." + zeros29 + "19", "2." + zeros29 + "2"},

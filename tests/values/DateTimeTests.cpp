@@ -278,10 +278,13 @@ TEST(DurationParse, RejectedTextsRaiseExactMessages) {
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u""); }), u"Invalid XSD Duration (Empty String)");
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u"PT1.0123456789S"); }),
               u"Invalid XSD Duration [PT1.0123456789S] Fraction part too long");
-    for (const char16_t* text :
-         {u"P",        u"PYT",    u"P1YT",   u"1Y",   u"P-1Y", u"-",        u"+P1D",   u"P1M1M", u"PT1M1M",
-          u"PT1H1S1M", u"P1",     u"PT1H1H", u"PT1D", u"P1H",  u"P1S",      u"P.5S",   u"PT1.5", u"PT1.5M",
-          u"PT1S1S",   u"P1DT1D", u"PTT",    u"P1Y ", u"p1Y",  u"PT1.5S1S", u"P1M1D1M"})
+    for (const char16_t* text : {u"P", u"PYT", u"P1YT", u"1Y", u"P-1Y", u"-", u"+P1D", u"P1M1M", u"PT1M1M", u"PT1H1S1M",
+                                 u"P1", u"PT1H1H", u"PT1D", u"P1H", u"P1S", u"P.5S", u"PT1.5", u"PT1.5M", u"PT1S1S",
+                                 u"P1DT1D", u"PTT", u"P1Y ", u"p1Y", u"PT1.5S1S", u"P1M1D1M",
+                                 // numbers that do not fit their fields are refused, never wrapped
+                                 u"P99999999999Y", u"P65536Y", u"P4294967296M", u"P4294967296D", u"PT4294967296H",
+                                 u"PT18446744073709551616M", u"PT18446744073709551616S", u"PT18446744073709551616.5S",
+                                 u"PT99999999999999999999999S", u"P1D99999999999999999999Y"})
         EXPECT_EQ(MessageOf([&] { CDateTimeSpan().ParseXSDDuration(text); }),
                   u"Invalid XSD Duration [" + std::u16string(text) + u"] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
     CDateTimeSpan s(1, 2, 3);
