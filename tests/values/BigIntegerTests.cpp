@@ -5,11 +5,11 @@
 
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDecimal.h"
-#include "values/BigNumTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
 using namespace KvXmlLib16;
-using BigNumTest::ExpectThrowMessage;
-using BigNumTest::N;
+using ValuesTest::MessageOf;
+using ValuesTest::N;
 
 namespace {
 
@@ -41,9 +41,8 @@ TEST(BigIntegerParse, LenientText) {
         EXPECT_EQ(v.ToString(), c[1]) << "over a value: " << N(c[0]);
     }
     EXPECT_EQ(Str(CBigInteger(static_cast<const char16_t*>(nullptr))), "0");
-    ExpectThrowMessage<CKvInvalidValueException>(
-        [] { CBigInteger v(u"12x"); },
-        "The string representing a Decimal, contained an invalid char at position 2 [12x].");
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { CBigInteger v(u"12x"); }),
+              "The string representing a Decimal, contained an invalid char at position 2 [12x].");
     CBigInteger v(42);
     EXPECT_THROW(v.Parse(u"4 2 x"), CKvInvalidValueException);
     EXPECT_EQ(Str(v), "42");
@@ -105,11 +104,11 @@ TEST(BigIntegerArithmetic, QuotientEstimatesThatOvershoot) {
 TEST(BigIntegerArithmetic, DivisionByZeroLeavesOperandsAlone) {
     for (const CBigInteger& z : {CBigInteger(0), CBigInteger(u"-0")}) {
         CBigInteger a(17);
-        ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(a / z); }, "ERROR: Overflow in operator/.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(a % z); }, "ERROR: Overflow in operator%.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { a /= z; }, "ERROR: Overflow in operator /=.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { a %= z; }, "ERROR: Overflow in operator%=.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(kZero / z); }, "ERROR: Overflow in operator/.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(a / z); }), "ERROR: Overflow in operator/.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(a % z); }), "ERROR: Overflow in operator%.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { a /= z; }), "ERROR: Overflow in operator /=.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { a %= z; }), "ERROR: Overflow in operator%=.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(kZero / z); }), "ERROR: Overflow in operator/.");
         EXPECT_EQ(Str(a), "17");
     }
 }
@@ -119,15 +118,15 @@ TEST(BigIntegerLimits, AbsurdSizesFailCleanly) {
     const uint32_t max = CBigInteger::MAX_DIGITS;
     CBigInteger largest = CBigInteger::Pow10(max - 1); // one million digits
     EXPECT_EQ(largest.ToString().size(), size_t(max));
-    ExpectThrowMessage<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(CBigInteger::MAX_DIGITS); }, tooLarge);
-    ExpectThrowMessage<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(4000000000u); }, tooLarge);
-    ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(largest * largest); }, tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(CBigInteger::MAX_DIGITS); }), tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(4000000000u); }), tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(largest * largest); }), tooLarge);
     std::u16string nines(max, u'9');
     CBigInteger allNines(nines.c_str());
-    ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(allNines + CBigInteger(1)); }, tooLarge);
-    ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(allNines * CBigInteger(2)); }, tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(allNines + CBigInteger(1)); }), tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(allNines * CBigInteger(2)); }), tooLarge);
     std::u16string longText = u"1" + std::u16string(max, u'0');
-    ExpectThrowMessage<CKvInvalidValueException>([&] { CBigInteger v(longText.c_str()); }, tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { CBigInteger v(longText.c_str()); }), tooLarge);
     std::u16string padded = std::u16string(max, u'0') + u"12"; // high zeros don't count
     EXPECT_EQ(Str(CBigInteger(padded.c_str())), "12");
     // Long operands stay cheap when one side is short.

@@ -2,10 +2,9 @@
 #include <tuple>
 
 #include "kvxml/values/CDecimal.h"
-#include "values/BigNumTestUtil.h"
-#include "values/DateTimeTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
-using namespace DateTimeTestUtil;
+using namespace ValuesTest;
 
 namespace {
 
@@ -131,7 +130,7 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
     };
     // clang-format on
     for (const auto& c : cases)
-        EXPECT_EQ(BigNumTest::N(CDecimal(BigNumTest::W(c.text).c_str()).ToString()), c.expected) << c.text;
+        EXPECT_EQ(ValuesTest::N(CDecimal(ValuesTest::W(c.text).c_str()).ToString()), c.expected) << c.text;
     EXPECT_EQ(CDecimal(static_cast<const char16_t*>(nullptr)).ToString(), u"0");
 }
 

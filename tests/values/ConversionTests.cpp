@@ -4,11 +4,12 @@
 #include <limits>
 #include <string>
 
-#include "ValuesTestUtil.h"
+#include "values/ValuesTestUtil.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/values/CConversions.h"
 
 using namespace KvXmlLib16;
+using KvTest::MessageOf;
 using KvTest::N;
 using C = CConversions;
 using W = CWhitespaceUtils;
@@ -59,45 +60,45 @@ TEST(Conversions, IntegersFromText) {
 }
 
 TEST(Conversions, FailuresAreInvalidValues) {
-    const std::u16string charMsg = u"] can not be a char as it is either empty of greater than 1 char long";
-    const std::u16string boolMsg = u"]. Valid values are 'true', 'false', '1', or '0'";
+    const std::string charMsg = "] can not be a char as it is either empty of greater than 1 char long";
+    const std::string boolMsg = "]. Valid values are 'true', 'false', '1', or '0'";
     // clang-format off
-    const struct { std::function<void()> call; std::u16string message; } cases[] = {
-        {[] { C::i4FromString(u"2147483648", kNone); }, u"The value [2147483648] is to large to fit in a i4"},
-        {[] { C::i4FromString(u"12abc", kNone); }, u"The value [12abc] can not be converted to a i4"},
-        {[] { C::i4FromString(u"", kNone); }, u"The value [] can not be converted to a i4"},
-        {[] { C::i4FromString(u"   ", kCollapse); }, u"The value [] can not be converted to a i4"},
-        {[] { C::i4FromString(u" 1 2 ", kCollapse); }, u"The value [1 2] can not be converted to a i4"},
-        {[] { C::i8FromString(u"9223372036854775808", kNone); }, u"The value [9223372036854775808] is to large to fit in a i8"},
-        {[] { C::ui4FromString(u"4294967296", kNone); }, u"The value [4294967296] is to large to fit in a ui4"},
-        {[] { C::ui8FromString(u"18446744073709551616", kNone); }, u"The value [18446744073709551616] is to large to fit in a ui8"},
+    const struct { std::function<void()> call; std::string message; } cases[] = {
+        {[] { C::i4FromString(u"2147483648", kNone); }, "The value [2147483648] is to large to fit in a i4"},
+        {[] { C::i4FromString(u"12abc", kNone); }, "The value [12abc] can not be converted to a i4"},
+        {[] { C::i4FromString(u"", kNone); }, "The value [] can not be converted to a i4"},
+        {[] { C::i4FromString(u"   ", kCollapse); }, "The value [] can not be converted to a i4"},
+        {[] { C::i4FromString(u" 1 2 ", kCollapse); }, "The value [1 2] can not be converted to a i4"},
+        {[] { C::i8FromString(u"9223372036854775808", kNone); }, "The value [9223372036854775808] is to large to fit in a i8"},
+        {[] { C::ui4FromString(u"4294967296", kNone); }, "The value [4294967296] is to large to fit in a ui4"},
+        {[] { C::ui8FromString(u"18446744073709551616", kNone); }, "The value [18446744073709551616] is to large to fit in a ui8"},
         // The narrow kinds show the raw input in their own message, and use the 32-bit wording else.
-        {[] { C::i1FromString(u"128", kNone); }, u"The value [128] is to large to fit in a i1"},
-        {[] { C::i1FromString(u" 128 ", kCollapse); }, u"The value [ 128 ] is to large to fit in a i1"},
-        {[] { C::i1FromString(u"abc", kNone); }, u"The value [abc] can not be converted to a i4"},
-        {[] { C::i1FromString(u"3000000000", kNone); }, u"The value [3000000000] is to large to fit in a i4"},
-        {[] { C::ui1FromString(u"-1", kNone); }, u"The value [-1] is to large to fit in a ui1"},
-        {[] { C::ui1FromString(u" x ", kCollapse); }, u"The value [x] can not be converted to a ui4"},
+        {[] { C::i1FromString(u"128", kNone); }, "The value [128] is to large to fit in a i1"},
+        {[] { C::i1FromString(u" 128 ", kCollapse); }, "The value [ 128 ] is to large to fit in a i1"},
+        {[] { C::i1FromString(u"abc", kNone); }, "The value [abc] can not be converted to a i4"},
+        {[] { C::i1FromString(u"3000000000", kNone); }, "The value [3000000000] is to large to fit in a i4"},
+        {[] { C::ui1FromString(u"-1", kNone); }, "The value [-1] is to large to fit in a ui1"},
+        {[] { C::ui1FromString(u" x ", kCollapse); }, "The value [x] can not be converted to a ui4"},
         // Reals: only the five words and the decimal form.
-        {[] { C::r8FromString(u"+INF", kNone); }, u"The value [+INF] can not be converted to a r8"},
-        {[] { C::r8FromString(u"inf", kNone); }, u"The value [inf] can not be converted to a r8"},
-        {[] { C::i4FromString(u"0x10", kNone); }, u"The value [0x10] can not be converted to a i4"},
-        {[] { C::r8FromString(u"0x1p3", kNone); }, u"The value [0x1p3] can not be converted to a r8"},
-        {[] { C::r8FromString(u" 1.5 ", kNone); }, u"The value [ 1.5 ] can not be converted to a r8"},
-        {[] { C::r4FromString(u"  ", kCollapse); }, u"The value [] can not be converted to a r4"},
-        {[] { C::charFromString(u"", kNone); }, u"The value [" + charMsg},
-        {[] { C::charFromString(u" ab ", kCollapse); }, u"The value [ab" + charMsg},
+        {[] { C::r8FromString(u"+INF", kNone); }, "The value [+INF] can not be converted to a r8"},
+        {[] { C::r8FromString(u"inf", kNone); }, "The value [inf] can not be converted to a r8"},
+        {[] { C::i4FromString(u"0x10", kNone); }, "The value [0x10] can not be converted to a i4"},
+        {[] { C::r8FromString(u"0x1p3", kNone); }, "The value [0x1p3] can not be converted to a r8"},
+        {[] { C::r8FromString(u" 1.5 ", kNone); }, "The value [ 1.5 ] can not be converted to a r8"},
+        {[] { C::r4FromString(u"  ", kCollapse); }, "The value [] can not be converted to a r4"},
+        {[] { C::charFromString(u"", kNone); }, "The value [" + charMsg},
+        {[] { C::charFromString(u" ab ", kCollapse); }, "The value [ab" + charMsg},
         {[] { C::booleanFromString(u" yes ", kCollapse); },
-         u"A Boolean Value read from an XML document was invalid [ yes " + boolMsg},
+         "A Boolean Value read from an XML document was invalid [ yes " + boolMsg},
         {[] { C::booleanFromString(u" true", kNone); },
-         u"A Boolean Value read from an XML document was invalid [ true" + boolMsg}};
+         "A Boolean Value read from an XML document was invalid [ true" + boolMsg}};
     // clang-format on
-    for (const auto& c : cases) EXPECT_KV_THROW(c.call(), CKvInvalidValueException, c.message);
+    for (const auto& c : cases) EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { c.call(); }), c.message);
 }
 
 TEST(Conversions, HexFailuresArePlainExceptions) {
     // A blank the rule kept is a bad character.
-    EXPECT_KV_THROW(C::hexBinaryFromString(u" 0 af ", kCollapse), CKvException, u"Invalid char in hex string [ ]");
-    EXPECT_EQ(KvTest::MessageOf<CKvInvalidValueException>([] { C::hexBinaryFromString(u"0G", kNone); }),
+    EXPECT_EQ(MessageOf([&] { C::hexBinaryFromString(u" 0 af ", kCollapse); }), "Invalid char in hex string [ ]");
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { C::hexBinaryFromString(u"0G", kNone); }),
               "<not the expected type> Invalid char in hex string [G]");
 }

@@ -1,8 +1,8 @@
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDecimal.h"
-#include "values/DateTimeTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
-using namespace DateTimeTestUtil;
+using namespace ValuesTest;
 
 namespace {
 
@@ -30,7 +30,7 @@ TEST(ValueLimits, DatePlusDurationIsExactOrRefused) {
             EXPECT_EQ((start + span).ToString(), c.result) << Narrow(c.start) << " + " << Narrow(c.span);
         else
             EXPECT_EQ(MessageOf([&] { (void)(start + span); }),
-                      u"Invalid Date: adding the duration gives a year outside -32768 to 32767.")
+                      "Invalid Date: adding the duration gives a year outside -32768 to 32767.")
                 << Narrow(c.start) << " + " << Narrow(c.span);
     }
 }
@@ -47,10 +47,10 @@ TEST(ValueLimits, BigIntegerAndDecimalShareTheDigitLimit) {
     }
     EXPECT_TRUE(CDecimal(CBigInteger(million.c_str())).ToString() == million);
     for (const char16_t* text : {u"15E999999", u"99999999999999999999E999990"})
-        EXPECT_EQ(MessageOf([&] { CDecimal d(text); }), u"ERROR: Number too large, the limit is 1000000 digits.")
+        EXPECT_EQ(MessageOf([&] { CDecimal d(text); }), "ERROR: Number too large, the limit is 1000000 digits.")
             << Narrow(text);
     EXPECT_EQ(MessageOf([] { CDecimal d(u"1E1000000"); }),
-              u"The string representing a Decimal, has an exponent above 999999 [1E1000000].");
+              "The string representing a Decimal, has an exponent above 999999 [1E1000000].");
 }
 
 } // namespace
