@@ -59,10 +59,7 @@ TEST(DecimalParse, Failures) {
     for (const Case& c : cases)
         EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { CDecimal v(c.text.c_str()); }),
                   c.message + " [" + N(c.text) + "].");
-    // Within the bounds, a number of a million digits.
-    CDecimal big(u"1e999990");
-    EXPECT_EQ(Str(big).size(), 999991u);
-    EXPECT_EQ(Str(D(u"1e-999990")), "0");
+    const CDecimal big(u"1e999990");
     EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(big * big); }),
               "ERROR: Number too large, the limit is 1000000 digits.");
 }
@@ -83,17 +80,12 @@ TEST(DecimalArithmetic, Table) {
     for (const Case& c : cases) {
         CDecimal a(c.a), b(c.b);
         CDecimal r = c.op == '+' ? a + b : c.op == '-' ? a - b : c.op == '*' ? a * b : a / b;
-        EXPECT_EQ(Str(r), c.expected) << N(c.a) << " " << c.op << " " << N(c.b);
+        c.op == '+' ? a += b : c.op == '-' ? a -= b : c.op == '*' ? a *= b : a /= b;
+        EXPECT_EQ(Str(r) + "|" + Str(a), std::string(c.expected) + "|" + c.expected) << N(c.a) << c.op << N(c.b);
     }
-    EXPECT_TRUE(D(u"0.1") + D(u"0.2") == D(u"0.3"));
     EXPECT_EQ(Str((D(u"0.7") + D(u"0.4")).GetIntegerPart()), "1");
 
-    CDecimal a(u"1.5");
-    a += D(u"0.25");
-    a -= D(u"2");
-    a *= D(u"-4");
-    a /= D(u"8");
-    EXPECT_EQ(Str(a), "0.125");
+    CDecimal a(u"0.125");
     EXPECT_EQ(Str(a++), "0.125");
     EXPECT_EQ(Str(++a), "2.125");
     EXPECT_EQ(Str(a--), "2.125");

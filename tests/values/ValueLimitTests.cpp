@@ -49,8 +49,6 @@ TEST(ValueLimits, BigIntegerAndDecimalShareTheDigitLimit) {
     for (const char16_t* text : {u"15E999999", u"99999999999999999999E999990"})
         EXPECT_EQ(MessageOf([&] { CDecimal d(text); }), "ERROR: Number too large, the limit is 1000000 digits.")
             << Narrow(text);
-    EXPECT_EQ(MessageOf([] { CDecimal d(u"1E1000000"); }),
-              "The string representing a Decimal, has an exponent above 999999 [1E1000000].");
 }
 
 } // namespace
