@@ -134,3 +134,20 @@ TEST(BigIntegerLimits, AbsurdSizesFailCleanly) {
     EXPECT_EQ(q * CBigInteger(7) + largest % CBigInteger(7), largest);
     EXPECT_EQ(Str(largest / CBigInteger::Pow10(max - 3)), "100");
 }
+
+// One limit for both number classes: a million digits, exponents included; never a cut text.
+TEST(BigNumberLimits, BigIntegerAndDecimalShareTheDigitLimit) {
+    const std::u16string million = u"1" + std::u16string(999999, u'0');
+    for (const char16_t* text : {u"1E999999", u"10.0E999998", u"100E999997", million.c_str()}) {
+        // Compared as truth values: a million digits are no failure message.
+        if (std::u16string(text).size() < 512) {
+            EXPECT_TRUE(CDecimal(text).ToString() == million) << N(text);
+        }
+        EXPECT_TRUE(CBigInteger(text).ToString() == million) << N(text);
+    }
+    EXPECT_TRUE(CDecimal(CBigInteger(million.c_str())).ToString() == million);
+    for (const char16_t* text : {u"15E999999", u"99999999999999999999E999990"})
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { CDecimal d(text); }),
+                  "ERROR: Number too large, the limit is 1000000 digits.")
+            << N(text);
+}

@@ -85,9 +85,8 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
         assigned.SetString(u"old value");
         assigned = v;
         v.Clear(); // the copies own their values
-        EXPECT_TRUE(copy.GetTypeAsEnum() == c.kind && assigned.GetTypeAsEnum() == c.kind);
-        EXPECT_EQ(N(copy.ToString()), N(c.text));
-        EXPECT_EQ(N(assigned.ToString()), N(c.text));
+        EXPECT_EQ(N(copy.GetType() + u"|" + copy.ToString() + u"|" + assigned.GetType() + u"|" + assigned.ToString()),
+                  N(c.typeText + u"|" + c.text + u"|" + c.typeText + u"|" + c.text));
 
         KvVariant parsed; // blanks that only the rule removes: every kind must apply it
         parsed.FromString(u"\t" + c.text + u"\n", c.kind, W::WhitespaceRule_Collapse);
