@@ -22,7 +22,7 @@ const std::u16string kNul(1, u'\0');
 
 } // namespace
 
-TEST(Conversions, ValuesToText) {
+TEST(Conversions, TextForms) {
     const double inf = HUGE_VAL;
     // clang-format off
     const std::pair<std::u16string, std::u16string> cases[] = {
@@ -38,25 +38,23 @@ TEST(Conversions, ValuesToText) {
         {C::r8ToString(inf, u"%.2f"), u"INF"},  // the special words win over a format
         {C::r8ToString(3.14159, u"%.2f"), u"3.14"}, {C::r4ToString(2.5f, u"%08.3f"), u"0002.500"},
         {C::charToString(u'x'), u"x"},    {C::charToString(u'\0'), u""},
-        {C::booleanToString(true), u"true"}, {C::booleanToString(false), u"false"}
+        {C::booleanToString(true), u"true"}, {C::booleanToString(false), u"false"},
+        // Integers read and written back.
+        {C::i4ToString(C::i4FromString(u" 12", kNone)), u"12"}, // the scanner skips leading blanks
+        {C::i4ToString(C::i4FromString(u"-2147483648", kNone)), u"-2147483648"},
+        {C::i4ToString(C::i4FromString(std::u16string(u"12\0xyz", 6), kNone)), u"12"}, // stops at an embedded NUL
+        {C::i4ToString(C::i4FromString(kNul, kNone)), u"0"}, // stopped at once, but on a NUL
+        {C::i8ToString(C::i8FromString(u"-9223372036854775808", kNone)), u"-9223372036854775808"},
+        {C::ui8ToString(C::ui8FromString(kNul + u"x", kNone)), u"0"},
+        {C::i1ToString(C::i1FromString(u" -128 ", kCollapse)), u"-128"},
+        {C::ui4ToString(C::ui4FromString(u"-1", kNone)), u"4294967295"}, // the run-time's wrap is kept
+        {C::ui8ToString(C::ui8FromString(u"-1", kNone)), u"18446744073709551615"},
     };
     // clang-format on
     for (const auto& [actual, expected] : cases) EXPECT_EQ(N(actual), N(expected));
     // A format override that yields more than the conversion's buffer is cut there.
     EXPECT_EQ(C::r8ToString(1e300, u"%f"), FormatString(u"%f", 1e300).substr(0, 48));
     EXPECT_EQ(C::r4ToString(3e38f, u"%.3f"), FormatString(u"%.3f", double(3e38f)).substr(0, 32));
-}
-
-TEST(Conversions, IntegersFromText) {
-    EXPECT_EQ(C::i4FromString(u" 12", kNone), 12); // the scanner skips leading blanks
-    EXPECT_EQ(C::i4FromString(u"-2147483648", kNone), INT32_MIN);
-    EXPECT_EQ(C::i4FromString(std::u16string(u"12\0xyz", 6), kNone), 12); // stops at an embedded NUL
-    EXPECT_EQ(C::i4FromString(kNul, kNone), 0);                           // stopped at once, but on a NUL
-    EXPECT_EQ(C::i8FromString(u"-9223372036854775808", kNone), INT64_MIN);
-    EXPECT_EQ(C::ui8FromString(kNul + u"x", kNone), 0u);
-    EXPECT_EQ(C::ui4FromString(u"-1", kNone), 4294967295u); // the run-time's wrap is kept
-    EXPECT_EQ(C::ui8FromString(u"-1", kNone), UINT64_MAX);
-    EXPECT_EQ(C::i1FromString(u" -128 ", kCollapse), -128);
 }
 
 TEST(Conversions, FailuresAreInvalidValues) {

@@ -44,8 +44,6 @@ Facets Lengths(int32_t minL, int32_t maxL, int32_t exact) {
     return {.minLength = minL, .maxLength = maxL, .length = exact};
 }
 Facets Pattern(const char16_t* p) { return {.pattern = p}; }
-Facets Fraction(int32_t n) { return {.fractionDigits = n}; }
-Facets Length(int32_t n) { return Lengths(-1, -1, n); }
 Facets Never(const char16_t* above, const char16_t* below) { return {.minExclusive = above, .maxExclusive = below}; }
 Facets AllBounds(const char16_t* v) {
     return {.minInclusive = v, .maxInclusive = v, .minExclusive = v, .maxExclusive = v};
@@ -84,7 +82,7 @@ TEST(FacetCheck, BoundsDigitsLengthsAndMessagesOfEveryKind) {
         {ItemType_day, u"---01", MinExc(u"---01"), "Invalid Value for v [1]"},
         {ItemType_boolean, u"true", Facets{.pattern = u"x", .minLength = 5, .maxLength = 0, .minInclusive = u"junk", .length = 0}, ""},
         // Binary lengths count bytes, never the characters shown.
-        {ItemType_hexBinary, u"0aFF10", Length(6), "Invalid Value for v [0AFF10]."},
+        {ItemType_hexBinary, u"0aFF10", Lengths(-1, -1, 6), "Invalid Value for v [0AFF10]."},
         {ItemType_hexBinary, u"0aFF10", Facets{.pattern = u"x", .maxInclusive = u"junk", .totalDigits = 1}, ""},
         {ItemType_base64Binary, u"AQID", Lengths(-1, 2, -1), "Invalid Value for v [AQID]."},
         // Durations and dates are ordered by their comparison; each facet's failing results.
@@ -107,7 +105,7 @@ TEST(FacetCheck, BoundsDigitsLengthsAndMessagesOfEveryKind) {
          "Invalid Value for v [2000-01-02T12:00:00Z]."},
         {ItemType_yearMonth, u"2000-06", Never(u"2000-06-15", u"2000-06-01"), ""},
         // Decimals: bounds, then total and fraction digits, signs and zero parts not counted.
-        {ItemType_decimal, u"12.55", Fraction(1), "Invalid Value for v [12.55]."},
+        {ItemType_decimal, u"12.55", Facets{.fractionDigits = 1}, "Invalid Value for v [12.55]."},
         {ItemType_decimal, u"123.5", Digits(3), "Invalid Value for v [123.5]."},
         {ItemType_decimal, u"-0.1255", Digits(3), "Invalid Value for v [-0.1255]."},
         {ItemType_decimal, u"100", Facets{.totalDigits = 3, .fractionDigits = 0}, ""},
