@@ -108,11 +108,11 @@ TEST(WindowsSemantics, WcsToDAcceptsTheDecimalFormOnly) {
 
 // Folded to lower case as the run-time folds: '_' sorts before letters, and only ASCII folds.
 TEST(WindowsSemantics, WcsICmpFoldsAsciiToLowerCase) {
-    const struct {
-        const char16_t *a, *b;
-        int sign;
-    } cases[] = {{u"true", u"TRUE", 0}, {u"", u"", 0},    {u"a", u"", 1},
-                 {u"abc", u"ABD", -1},  {u"_", u"A", -1}, {u"\u00E9", u"\u00C9", 1}};
+    // clang-format off
+    const struct { const char16_t *a, *b; int sign; } cases[] = {
+        {u"true", u"TRUE", 0}, {u"", u"", 0}, {u"a", u"", 1}, {u"abc", u"ABD", -1}, {u"_", u"A", -1},
+        {u"\u00E9", u"\u00C9", 1}};
+    // clang-format on
     for (const auto& c : cases) {
         const int r = WcsICmp(c.a, c.b);
         EXPECT_EQ((r > 0) - (r < 0), c.sign) << &c - cases;

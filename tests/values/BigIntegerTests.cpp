@@ -49,14 +49,10 @@ TEST(BigIntegerParse, LenientText) {
 }
 
 TEST(BigIntegerSign, ZeroCarriesItsSign) {
-    struct Case {
-        CBigInteger value;
-        bool negativeZero;
-    };
     CBigInteger negated;
     negated.Negate();
     // clang-format off
-    const Case cases[] = {
+    const struct { CBigInteger value; bool negativeZero; } cases[] = {
         {CBigInteger(u"-0"), true},  {CBigInteger(u"-"), true},   {CBigInteger(u""), false},
         {CBigInteger(), false},      {negated, true},             {CBigInteger(u"-0").GetAbs(), false},
         // Sums of opposite equal magnitudes are a plain zero; products and quotients keep the sign rule.

@@ -74,11 +74,11 @@ TEST(DateTimeCompare, NormalisationSubtractsPositiveOffsets) {
 // Kept as the library has always counted: a leap year adds its day to January and February
 // instead of to the months after them, so 1 January 2000 is day 2 and 1 March is day 60.
 TEST(DateTimeDayOfYear, LeapDayCountedBeforeMarch) {
-    const struct {
-        const char16_t* text;
-        int expected;
-    } cases[] = {{u"2000-01-01", 2},  {u"2000-02-29", 61},           {u"2000-03-01", 60}, {u"2000-12-31", 365},
-                 {u"2001-03-01", 60}, {u"2001-07-04T12:00:00", 185}, {u"-0004-01-31", 32}};
+    // clang-format off
+    const struct { const char16_t* text; int expected; } cases[] = {
+        {u"2000-01-01", 2}, {u"2000-02-29", 61}, {u"2000-03-01", 60}, {u"2000-12-31", 365},
+        {u"2001-03-01", 60}, {u"2001-07-04T12:00:00", 185}, {u"-0004-01-31", 32}};
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(Parse(c.text).GetDayOfYear(), c.expected) << Narrow(c.text);
 }
 

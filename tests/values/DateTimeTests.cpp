@@ -113,21 +113,19 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
 
     // The copy keeps the zone and the fields its new type does not use; Validate names them.
     const CDateTime dt(u"2001-02-03T04:05:06+01:00");
-    const struct {
-        CDateTime source;
-        DT::DTType to;
-        const char* message;
-    } cases[] = {{dt, DT::gYear, "Invalid Month [2] for type gYear"},
-                 {dt, DT::gMonth, "Invalid Year [2001] for type gMonth"},
-                 {dt, DT::gYearMonth, "Invalid Day [3] for type gYearMonth"},
-                 {dt, DT::date, "Invalid Hour [4] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, "Invalid Minute [5] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, "Invalid Second [6] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, "Invalid Milli-Second [7] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 0, 0, 8, 9), DT::date, "Invalid Micro-Second [8] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 0, 0, 0, 9), DT::date, "Invalid Nano-Second [9] for type date"},
-                 {CDateTime(2001, 2, 3), DT::gMonthDay, "Invalid Year [2001] for type gMonthDay"},
-                 {CDateTime(2001, 2, 3), DT::yearZero, "Invalid Year Zero"}};
+    // clang-format off
+    const struct { CDateTime source; DT::DTType to; const char* message; } cases[] = {
+        {dt, DT::gYear, "Invalid Month [2] for type gYear"}, {dt, DT::gMonth, "Invalid Year [2001] for type gMonth"},
+        {dt, DT::gYearMonth, "Invalid Day [3] for type gYearMonth"}, {dt, DT::date, "Invalid Hour [4] for type date"},
+        {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, "Invalid Minute [5] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, "Invalid Second [6] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, "Invalid Milli-Second [7] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 0, 0, 8, 9), DT::date, "Invalid Micro-Second [8] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 0, 0, 0, 9), DT::date, "Invalid Nano-Second [9] for type date"},
+        {CDateTime(2001, 2, 3), DT::gMonthDay, "Invalid Year [2001] for type gMonthDay"},
+        {CDateTime(2001, 2, 3), DT::yearZero, "Invalid Year Zero"},
+    };
+    // clang-format on
     for (const auto& c : cases) {
         CDateTime d;
         d.SetDateTime(c.source, c.to);

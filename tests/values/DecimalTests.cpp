@@ -36,15 +36,12 @@ private:
 } // namespace
 
 TEST(DecimalParse, Failures) {
-    struct Case {
-        std::u16string text;
-        std::string message; // the text in brackets follows
-    };
     const std::string invalid = "The string representing a Decimal, contained an invalid char at position ";
     const std::string more = "The string representing a Decimal, has more than ";
     const std::u16string digits512(512, u'7');
     // clang-format off
-    const Case cases[] = {
+    // message: the text in brackets follows
+    const struct { std::u16string text; std::string message; } cases[] = {
         {u"abc", invalid + "0"},   {u"1.2.3", invalid + "3"}, {u"1e2 ", invalid + "3"}, {u"1e 2 3", invalid + "4"},
         {u"1.5x", invalid + "3"},  {u"1e2e3", invalid + "3"}, {u"1,5", invalid + "1"},  {u"1.-5", invalid + "2"},
         // The scanner's buffers hold 511, 511 and 31 digits.
@@ -56,7 +53,7 @@ TEST(DecimalParse, Failures) {
         {u"-5e-1000000", "The string representing a Decimal, has an exponent above 999999"}
     };
     // clang-format on
-    for (const Case& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { CDecimal v(c.text.c_str()); }),
                   c.message + " [" + N(c.text) + "].");
     const CDecimal big(u"1e999990");
