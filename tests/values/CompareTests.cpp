@@ -130,7 +130,7 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
     };
     // clang-format on
     for (const auto& c : cases)
-        EXPECT_EQ(ValuesTest::N(CDecimal(ValuesTest::W(c.text).c_str()).ToString()), c.expected) << c.text;
+        EXPECT_EQ(N(CDecimal(W(c.text).c_str()).ToString()), c.expected) << c.text;
     EXPECT_EQ(CDecimal(static_cast<const char16_t*>(nullptr)).ToString(), u"0");
 }
 
