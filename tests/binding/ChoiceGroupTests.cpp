@@ -226,7 +226,7 @@ TEST(ChoiceWrite, EmptyChoiceOfCollectionsFailsUnlessExcused) {
     EXPECT_EQ(Write(*root, ContextOf({.ignoreMissingChoice = true})), "<root/>");
     EXPECT_EQ(FullMessageOf([&] { Write(*root, ContextOf({.ignoreUnknown = true})); }), kNoChoiceWrite);
     // The strings (at least 2) are empty, which no choice record checks: the objects are written.
-    TestColAt(*root, 1)->Add()->props[0].SetString(u"p");
+    dynamic_cast<CTestCol*>(root->Child(1))->Add()->props[0].SetString(u"p");
     EXPECT_EQ(Write(*root, CSerializationContext()), "<root><item><v>p</v></item></root>");
 }
 
