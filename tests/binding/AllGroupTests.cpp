@@ -202,7 +202,6 @@ const char kMissingK[] = "Failed to find the mandatory element [k].";
 struct ValidateCase { const char* name; CElementInfo* (*record)(); const char* expected; };
 const ValidateCase kValidateCases[] = {
     {"prim mnd", [] { return AllPrimMnd(u"k", 0); }, kMissingK},
-    {"class mnd own element", [] { return ClsMnd(XmlElementType_Element, true); }, kMissingK},
     {"class mnd type 1 needing no content", [] { return ClsMnd(XmlElementType_Pseudo, false); }, kMissingK},
     {"class mnd type 2 needing no content", [] { return ClsMnd(XmlElementType_Inline, false); }, "<no exception>"},
     {"class mnd type 2 needing content", [] { return ClsMnd(XmlElementType_Inline, true); }, kMissingK},
