@@ -40,39 +40,28 @@ TEST(NilObject, WritesTagAttributesAndNilOnlyAndReadsNothingBehindNil) {
 
 // ---- classes without an element of their own --------------------------------------------------
 
-struct GroupFixture {
-    explicit GroupFixture(XmlElementType groupType)
-        : group(ClassInfo(XmlElementGroupType_Seq, groupType, u"grp", false), {StringOpt(u"g1", 0)},
-                {StringAttribute(u"ga", 1)}),
-          root(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
-               {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"grp", u"", 1, groupType, &CreateClass, 0, false),
-                StringOpt(u"z", 2)}) {}
-    void Attach(CTestObject& object) {
-        object.onInit = [this](CTestObject& o) { o.props[1].SetXmlObject(new CTestObject(group, u"grp")); };
-        object.Init();
-    }
-    Tables group;
-    Tables root;
-};
-
 // A class without an element of its own writes its attributes into the parent; an inline one loses them.
 TEST(GroupClass, PseudoChildKeepsItsAttributesInTheParentAndInlineLosesThem) {
     for (XmlElementType type : {XmlElementType_Pseudo, XmlElementType_Inline}) {
-        GroupFixture f(type);
-        CTestObject root(f.root);
-        f.Attach(root);
+        Tables group(ClassInfo(XmlElementGroupType_Seq, type, u"grp", false), {StringOpt(u"g1", 0)},
+                     {StringAttribute(u"ga", 1)});
+        Tables tables(ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"root", false),
+                      {StringMnd(u"a", 0), new CElementInfoSeqClsMnd(u"grp", u"", 1, type, &CreateClass, 0, false),
+                       StringOpt(u"z", 2)});
+        CTestObject root(tables);
+        root.onInit = [&](CTestObject& o) { o.props[1].SetXmlObject(new CTestObject(group, u"grp")); };
+        root.Init();
         root.props[0].SetString(u"1");
         root.TestChild(1)->props[0].SetString(u"y");
         root.TestChild(1)->props[1].SetString(u"x");
         const std::string text = Write(root, CSerializationContext());
         EXPECT_EQ(text, type == XmlElementType_Pseudo ? "<root ga=\"x\"><a>1</a><g1>y</g1></root>"
                                                       : "<root><a>1</a><g1>y</g1></root>");
-        CTestObject back(f.root);
-        f.Attach(back);
-        Read(back, text.c_str(), CSerializationContext());
-        EXPECT_EQ(back.TestChild(1)->Text(0) + back.TestChild(1)->Text(1),
+        // Reading starts from a new group object.
+        Read(root, text.c_str(), CSerializationContext());
+        EXPECT_EQ(root.TestChild(1)->Text(0) + root.TestChild(1)->Text(1),
                   type == XmlElementType_Pseudo ? "yx" : "y<unset>");
-        EXPECT_EQ(Write(back, CSerializationContext()), text);
+        EXPECT_EQ(Write(root, CSerializationContext()), text);
     }
 }
 
