@@ -20,8 +20,8 @@ TEST(CXmlObjectBaseToXml, RootAndWriterOptionsComeFromTheContext) {
     root.props[2].SetString(u"7");
     CSerializationContext context;
     context.SetDefaultNamespaceURI(u"urn:shop");
+    context.GetNamespaceAliases().Add(u"AA", u"urn:aa"); // declared in the order of their URIs
     context.GetNamespaceAliases().Add(u"xsi", kXsi);
-    context.GetNamespaceAliases().Add(u"AA", u"urn:aa");
     context.GetProcessingInstructions().push_back(u"<?xml-stylesheet href=\"s.xsl\"?>");
     context.GetAdditionalRootAttributes()->Add(u"extra", u"1");
     context.SetInLineSchema(u"<xs:schema/>");
