@@ -129,8 +129,7 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
         {std::string(511, '7'), std::string(511, '7')},
     };
     // clang-format on
-    for (const auto& c : cases)
-        EXPECT_EQ(N(CDecimal(W(c.text).c_str()).ToString()), c.expected) << c.text;
+    for (const auto& c : cases) EXPECT_EQ(N(CDecimal(W(c.text).c_str()).ToString()), c.expected) << c.text;
     EXPECT_EQ(CDecimal(static_cast<const char16_t*>(nullptr)).ToString(), u"0");
 }
 
