@@ -311,10 +311,6 @@ public:
     std::vector<std::u16string> items;
 };
 
-inline CTestCol* TestColAt(const CTestObject& object, int32_t index) {
-    return dynamic_cast<CTestCol*>(object.props[index].GetXmlObject().get());
-}
-
 // ---- the state of an object in one line -------------------------------------------------------
 
 // Set properties as index=value: objects in braces, collections in brackets, wildcards as <name>

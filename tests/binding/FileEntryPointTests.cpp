@@ -3,7 +3,6 @@
 #include "BindingTestSupport.h"
 
 #include <filesystem>
-#include <iterator>
 
 #include "kvxml/output/CFileTextStream.h"
 #include "support/KvTestBytes.h"

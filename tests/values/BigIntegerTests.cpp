@@ -5,11 +5,11 @@
 
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDecimal.h"
-#include "values/BigNumTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
 using namespace KvXmlLib16;
-using BigNumTest::ExpectThrowMessage;
-using BigNumTest::N;
+using ValuesTest::MessageOf;
+using ValuesTest::N;
 
 namespace {
 
@@ -41,23 +41,18 @@ TEST(BigIntegerParse, LenientText) {
         EXPECT_EQ(v.ToString(), c[1]) << "over a value: " << N(c[0]);
     }
     EXPECT_EQ(Str(CBigInteger(static_cast<const char16_t*>(nullptr))), "0");
-    ExpectThrowMessage<CKvInvalidValueException>(
-        [] { CBigInteger v(u"12x"); },
-        "The string representing a Decimal, contained an invalid char at position 2 [12x].");
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { CBigInteger v(u"12x"); }),
+              "The string representing a Decimal, contained an invalid char at position 2 [12x].");
     CBigInteger v(42);
     EXPECT_THROW(v.Parse(u"4 2 x"), CKvInvalidValueException);
     EXPECT_EQ(Str(v), "42");
 }
 
 TEST(BigIntegerSign, ZeroCarriesItsSign) {
-    struct Case {
-        CBigInteger value;
-        bool negativeZero;
-    };
     CBigInteger negated;
     negated.Negate();
     // clang-format off
-    const Case cases[] = {
+    const struct { CBigInteger value; bool negativeZero; } cases[] = {
         {CBigInteger(u"-0"), true},  {CBigInteger(u"-"), true},   {CBigInteger(u""), false},
         {CBigInteger(), false},      {negated, true},             {CBigInteger(u"-0").GetAbs(), false},
         // Sums of opposite equal magnitudes are a plain zero; products and quotients keep the sign rule.
@@ -105,11 +100,11 @@ TEST(BigIntegerArithmetic, QuotientEstimatesThatOvershoot) {
 TEST(BigIntegerArithmetic, DivisionByZeroLeavesOperandsAlone) {
     for (const CBigInteger& z : {CBigInteger(0), CBigInteger(u"-0")}) {
         CBigInteger a(17);
-        ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(a / z); }, "ERROR: Overflow in operator/.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(a % z); }, "ERROR: Overflow in operator%.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { a /= z; }, "ERROR: Overflow in operator /=.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { a %= z; }, "ERROR: Overflow in operator%=.");
-        ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(kZero / z); }, "ERROR: Overflow in operator/.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(a / z); }), "ERROR: Overflow in operator/.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(a % z); }), "ERROR: Overflow in operator%.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { a /= z; }), "ERROR: Overflow in operator /=.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { a %= z; }), "ERROR: Overflow in operator%=.");
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(kZero / z); }), "ERROR: Overflow in operator/.");
         EXPECT_EQ(Str(a), "17");
     }
 }
@@ -119,19 +114,36 @@ TEST(BigIntegerLimits, AbsurdSizesFailCleanly) {
     const uint32_t max = CBigInteger::MAX_DIGITS;
     CBigInteger largest = CBigInteger::Pow10(max - 1); // one million digits
     EXPECT_EQ(largest.ToString().size(), size_t(max));
-    ExpectThrowMessage<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(CBigInteger::MAX_DIGITS); }, tooLarge);
-    ExpectThrowMessage<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(4000000000u); }, tooLarge);
-    ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(largest * largest); }, tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(CBigInteger::MAX_DIGITS); }), tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([] { (void)CBigInteger::Pow10(4000000000u); }), tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(largest * largest); }), tooLarge);
     std::u16string nines(max, u'9');
     CBigInteger allNines(nines.c_str());
-    ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(allNines + CBigInteger(1)); }, tooLarge);
-    ExpectThrowMessage<CKvInvalidValueException>([&] { (void)(allNines * CBigInteger(2)); }, tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(allNines + CBigInteger(1)); }), tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { (void)(allNines * CBigInteger(2)); }), tooLarge);
     std::u16string longText = u"1" + std::u16string(max, u'0');
-    ExpectThrowMessage<CKvInvalidValueException>([&] { CBigInteger v(longText.c_str()); }, tooLarge);
+    EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { CBigInteger v(longText.c_str()); }), tooLarge);
     std::u16string padded = std::u16string(max, u'0') + u"12"; // high zeros don't count
     EXPECT_EQ(Str(CBigInteger(padded.c_str())), "12");
     // Long operands stay cheap when one side is short.
     CBigInteger q = largest / CBigInteger(7);
     EXPECT_EQ(q * CBigInteger(7) + largest % CBigInteger(7), largest);
     EXPECT_EQ(Str(largest / CBigInteger::Pow10(max - 3)), "100");
+}
+
+// One limit for both number classes: a million digits, exponents included; never a cut text.
+TEST(BigNumberLimits, BigIntegerAndDecimalShareTheDigitLimit) {
+    const std::u16string million = u"1" + std::u16string(999999, u'0');
+    for (const char16_t* text : {u"1E999999", u"10.0E999998", u"100E999997", million.c_str()}) {
+        // Compared as truth values: a million digits are no failure message.
+        if (std::u16string(text).size() < 512) {
+            EXPECT_TRUE(CDecimal(text).ToString() == million) << N(text);
+        }
+        EXPECT_TRUE(CBigInteger(text).ToString() == million) << N(text);
+    }
+    EXPECT_TRUE(CDecimal(CBigInteger(million.c_str())).ToString() == million);
+    for (const char16_t* text : {u"15E999999", u"99999999999999999999E999990"})
+        EXPECT_EQ(MessageOf<CKvInvalidValueException>([&] { CDecimal d(text); }),
+                  "ERROR: Number too large, the limit is 1000000 digits.")
+            << N(text);
 }

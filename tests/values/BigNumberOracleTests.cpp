@@ -9,14 +9,22 @@
 #include <string>
 
 #include "kvxml/values/CBigInteger.h"
-#include "values/BigNumTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
 using namespace KvXmlLib16;
-using BigNumTest::N;
-using BigNumTest::RandomDigits;
-using BigNumTest::W;
+using ValuesTest::N;
+using ValuesTest::W;
 
 namespace {
+
+// A random run of up to maxLength digits, the first non-zero, or now and then a lone "0".
+std::string RandomDigits(std::mt19937_64& rng, size_t maxLength) {
+    if (rng() % 16 == 0) return "0";
+    size_t length = 1 + rng() % maxLength;
+    std::string s(1, char('1' + rng() % 9));
+    while (s.size() < length) s.push_back(char('0' + rng() % 10));
+    return s;
+}
 
 class Z {
 public:

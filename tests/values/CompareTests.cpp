@@ -2,10 +2,9 @@
 #include <tuple>
 
 #include "kvxml/values/CDecimal.h"
-#include "values/BigNumTestUtil.h"
-#include "values/DateTimeTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
-using namespace DateTimeTestUtil;
+using namespace ValuesTest;
 
 namespace {
 
@@ -75,11 +74,11 @@ TEST(DateTimeCompare, NormalisationSubtractsPositiveOffsets) {
 // Kept as the library has always counted: a leap year adds its day to January and February
 // instead of to the months after them, so 1 January 2000 is day 2 and 1 March is day 60.
 TEST(DateTimeDayOfYear, LeapDayCountedBeforeMarch) {
-    const struct {
-        const char16_t* text;
-        int expected;
-    } cases[] = {{u"2000-01-01", 2},  {u"2000-02-29", 61},           {u"2000-03-01", 60}, {u"2000-12-31", 365},
-                 {u"2001-03-01", 60}, {u"2001-07-04T12:00:00", 185}, {u"-0004-01-31", 32}};
+    // clang-format off
+    const struct { const char16_t* text; int expected; } cases[] = {
+        {u"2000-01-01", 2}, {u"2000-02-29", 61}, {u"2000-03-01", 60}, {u"2000-12-31", 365},
+        {u"2001-03-01", 60}, {u"2001-07-04T12:00:00", 185}, {u"-0004-01-31", 32}};
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(Parse(c.text).GetDayOfYear(), c.expected) << Narrow(c.text);
 }
 
@@ -119,6 +118,9 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
         // Exponents: signs and blanks before the digits, the last sign winning.
         {"1e+ 2", "100"}, {"1e+-2", "0.01"}, {"1e", "1"}, {"e5", "0"}, {"-12.345e-5", "-0.00012345"},
         {"1e" + std::string(30, '0') + "2", "100"}, {"1.7E+308", "17" + std::string(307, '0')},
+        // Exponents move the point; a negative one keeps the limit plus two places, then rounds to it.
+        {"1.5E-3", "0.0015"}, {"-25E-1", "-2.5"}, {"123.456E2", "12345.6"}, {"-1.5E2", "-150"}, {"0.00E5", "0"},
+        {"1E-999999", "0"}, {"6E-31", "0." + zeros29 + "1"}, {"5000000001E-40", "0"}, {"0.0012E3", "1.2"},
         // Ties toward zero, after trailing zeros went.
         {"0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "05", "0"}, {"-0." + zeros29 + "06", "-0." + zeros29 + "1"},
         {"0.1" + std::string(28, '0') + "05", "0.1" + zeros29}, {"2." + zeros29 + "19", "2." + zeros29 + "2"},
@@ -127,8 +129,7 @@ TEST(DecimalParse, ScannerReadsLooseTexts) {
         {std::string(511, '7'), std::string(511, '7')},
     };
     // clang-format on
-    for (const auto& c : cases)
-        EXPECT_EQ(BigNumTest::N(CDecimal(BigNumTest::W(c.text).c_str()).ToString()), c.expected) << c.text;
+    for (const auto& c : cases) EXPECT_EQ(N(CDecimal(W(c.text).c_str()).ToString()), c.expected) << c.text;
     EXPECT_EQ(CDecimal(static_cast<const char16_t*>(nullptr)).ToString(), u"0");
 }
 

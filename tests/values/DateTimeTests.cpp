@@ -12,9 +12,9 @@
 #include "support/KvTestText.h"
 #include "support/ZoneScope.h"
 
-#include "values/DateTimeTestUtil.h"
+#include "values/ValuesTestUtil.h"
 
-using namespace DateTimeTestUtil;
+using namespace ValuesTest;
 
 namespace {
 
@@ -57,28 +57,28 @@ enum Parser { Date, Time, DateTime };
 
 // clang-format off
 // text: null stands for the null pointer
-const struct { Parser parser; const char16_t* text; const char16_t* message; } kInvalid[] = {
-    {Date, nullptr, u"Invalid Date (Null String)"}, {Date, u"", u"Invalid Date (Empty String)"},
-    {Date, u"2001-01-01T", u"Invalid Date ('T' not allowed)"},
-    {Date, u"2001-01-01+01:00Z", u"Invalid Date (Bad Zone value)"},
-    {Date, u"1900-02-29", u"Invalid Day [29] (1 <= day <= days in month"},
-    {Date, u"-0001-02-29", u"Invalid Day [29] (1 <= day <= days in month"},
-    {Date, u"2001-04-31", u"Invalid Day [31] (1 <= day <= days in month"},
-    {Date, u"0000-01-01", u"Invalid Year [0] (-9999 <= year <= 9999 && year != 0)"},
-    {Date, u"2001-13", u"Invalid Month [13] (1 <= month <= 12)"},
-    {Date, u"--02-30", u"Invalid Day [30] (1 <= day <= days in month)"},
-    {Date, u"---00", u"Invalid Day [0] (1 <= day <= 31)"},
-    {Date, u"2001-01-01+0a:00", u"Invalid XSD Time Zone [+0a:00]."},
-    {Date, u"2001-01-01-25:00", u"Invalid TimeZone [-25:0]"}, {Date, u"2001-01-01+05:60", u"Invalid TimeZone [5:60]"},
-    {Time, nullptr, u"Invalid Time (Null String)"}, {Time, u"", u"Invalid XSD Time (Empty String)"},
-    {Time, u"12:00:00.1234567891", u"Invalid XSD Time [12:00:00.1234567891] Fraction part too long"},
-    {Time, u"12:00:00+05", u"Invalid XSD Time Zone [+05]."},
-    {Time, u"12:00:00+24:60", u"Invalid TimeZone [0:60]"}, // hour 24 becomes 0 before the check
-    {DateTime, nullptr, u"Invalid DateTime (Null String)"},
-    {DateTime, u"2001-01-01", u"Invalid XSD DateTime [2001-01-01]."},
-    {DateTime, u"2001-01T12:00:00", u"Invalid XSD DateTime [2001-01T12:00:00] expected CCYY-MM-DDThh:mm:ss[.ff]"},
-    {DateTime, u"T12:00:00", u"Invalid Date (Empty String)"},
-    {DateTime, u"2001-01-01T24:00:00", u"Invalid XSD Time [24:00:00] expected hh:mm:ss[.ff]"}
+const struct { Parser parser; const char16_t* text; const char* message; } kInvalid[] = {
+    {Date, nullptr, "Invalid Date (Null String)"}, {Date, u"", "Invalid Date (Empty String)"},
+    {Date, u"2001-01-01T", "Invalid Date ('T' not allowed)"},
+    {Date, u"2001-01-01+01:00Z", "Invalid Date (Bad Zone value)"},
+    {Date, u"1900-02-29", "Invalid Day [29] (1 <= day <= days in month"},
+    {Date, u"-0001-02-29", "Invalid Day [29] (1 <= day <= days in month"},
+    {Date, u"2001-04-31", "Invalid Day [31] (1 <= day <= days in month"},
+    {Date, u"0000-01-01", "Invalid Year [0] (-9999 <= year <= 9999 && year != 0)"},
+    {Date, u"2001-13", "Invalid Month [13] (1 <= month <= 12)"},
+    {Date, u"--02-30", "Invalid Day [30] (1 <= day <= days in month)"},
+    {Date, u"---00", "Invalid Day [0] (1 <= day <= 31)"},
+    {Date, u"2001-01-01+0a:00", "Invalid XSD Time Zone [+0a:00]."},
+    {Date, u"2001-01-01-25:00", "Invalid TimeZone [-25:0]"}, {Date, u"2001-01-01+05:60", "Invalid TimeZone [5:60]"},
+    {Time, nullptr, "Invalid Time (Null String)"}, {Time, u"", "Invalid XSD Time (Empty String)"},
+    {Time, u"12:00:00.1234567891", "Invalid XSD Time [12:00:00.1234567891] Fraction part too long"},
+    {Time, u"12:00:00+05", "Invalid XSD Time Zone [+05]."},
+    {Time, u"12:00:00+24:60", "Invalid TimeZone [0:60]"}, // hour 24 becomes 0 before the check
+    {DateTime, nullptr, "Invalid DateTime (Null String)"},
+    {DateTime, u"2001-01-01", "Invalid XSD DateTime [2001-01-01]."},
+    {DateTime, u"2001-01T12:00:00", "Invalid XSD DateTime [2001-01T12:00:00] expected CCYY-MM-DDThh:mm:ss[.ff]"},
+    {DateTime, u"T12:00:00", "Invalid Date (Empty String)"},
+    {DateTime, u"2001-01-01T24:00:00", "Invalid XSD Time [24:00:00] expected hh:mm:ss[.ff]"}
 };
 // clang-format on
 
@@ -93,10 +93,10 @@ TEST(DateTimeParse, RejectedTextsRaiseExactMessages) {
     for (const char16_t* t : {u"12345-01-01", u"+2001-01-01", u"2001-1-01", u"2001/01/01", u"20a1", u"--1-05", u"--123",
                               u"-", u"--", u"Z", u":", u"-01:00", u"2001-01-01+5:00", u"2001-01-01+0500"})
         EXPECT_EQ(MessageOf([&] { RunParser(Date, t); }),
-                  u"Invalid XSD Date [" + std::u16string(t) + u"] expected CCYY-MM-DD[Z|[+|-]hh:mm]");
+                  "Invalid XSD Date [" + Narrow(t) + "] expected CCYY-MM-DD[Z|[+|-]hh:mm]");
     for (const char16_t* t : {u"24:00:00", u"12:60:00", u"12:00:60", u"12:00", u"12:00:0", u"1:00:00Z", u"12-00-00"})
         EXPECT_EQ(MessageOf([&] { RunParser(Time, t); }),
-                  u"Invalid XSD Time [" + std::u16string(t) + u"] expected hh:mm:ss[.ff]");
+                  "Invalid XSD Time [" + Narrow(t) + "] expected hh:mm:ss[.ff]");
 }
 
 TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
@@ -105,33 +105,30 @@ TEST(DateTimeSetters, RetypingCopyFollowsTheConversionTable) {
     for (int from = 0; from <= 8; ++from)
         for (int to = 0; to <= 8; ++to)
             EXPECT_EQ(DT::CheckConversion(DT::DTType(from), DT::DTType(to)), table[from][to] == '1') << from << to;
-    EXPECT_EQ(MessageOf([] { DT::CheckConversion(DT::DTType(9), DT::date); }), u"Unknown date type 9.");
+    EXPECT_EQ(MessageOf([] { DT::CheckConversion(DT::DTType(9), DT::date); }), "Unknown date type 9.");
     CDateTime e;
     EXPECT_EQ(MessageOf([&] { e.SetDateTime(CDateTime(2001, 2, 3), DT::time); }),
-              u"Attempting to set a CDateTime of type time using an XmlDateTime of type date. The source CDateTime "
-              u"does not contian enough data to allow the conversion.");
+              "Attempting to set a CDateTime of type time using an XmlDateTime of type date. The source CDateTime "
+              "does not contian enough data to allow the conversion.");
 
     // The copy keeps the zone and the fields its new type does not use; Validate names them.
     const CDateTime dt(u"2001-02-03T04:05:06+01:00");
-    const struct {
-        CDateTime source;
-        DT::DTType to;
-        const char16_t* message;
-    } cases[] = {{dt, DT::gYear, u"Invalid Month [2] for type gYear"},
-                 {dt, DT::gMonth, u"Invalid Year [2001] for type gMonth"},
-                 {dt, DT::gYearMonth, u"Invalid Day [3] for type gYearMonth"},
-                 {dt, DT::date, u"Invalid Hour [4] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, u"Invalid Minute [5] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, u"Invalid Second [6] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, u"Invalid Milli-Second [7] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 0, 0, 8, 9), DT::date, u"Invalid Micro-Second [8] for type date"},
-                 {CDateTime(2001, 2, 3, 0, 0, 0, 0, 0, 9), DT::date, u"Invalid Nano-Second [9] for type date"},
-                 {CDateTime(2001, 2, 3), DT::gMonthDay, u"Invalid Year [2001] for type gMonthDay"},
-                 {CDateTime(2001, 2, 3), DT::yearZero, u"Invalid Year Zero"}};
+    // clang-format off
+    const struct { CDateTime source; DT::DTType to; const char* message; } cases[] = {
+        {dt, DT::gYear, "Invalid Month [2] for type gYear"}, {dt, DT::gMonth, "Invalid Year [2001] for type gMonth"},
+        {dt, DT::gYearMonth, "Invalid Day [3] for type gYearMonth"}, {dt, DT::date, "Invalid Hour [4] for type date"},
+        {CDateTime(2001, 2, 3, 0, 5, 6, 7, 8, 9), DT::date, "Invalid Minute [5] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 6, 7, 8, 9), DT::date, "Invalid Second [6] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 0, 7, 8, 9), DT::date, "Invalid Milli-Second [7] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 0, 0, 8, 9), DT::date, "Invalid Micro-Second [8] for type date"},
+        {CDateTime(2001, 2, 3, 0, 0, 0, 0, 0, 9), DT::date, "Invalid Nano-Second [9] for type date"},
+        {CDateTime(2001, 2, 3), DT::gMonthDay, "Invalid Year [2001] for type gMonthDay"},
+        {CDateTime(2001, 2, 3), DT::yearZero, "Invalid Year Zero"},
+    };
+    // clang-format on
     for (const auto& c : cases) {
         CDateTime d;
         d.SetDateTime(c.source, c.to);
-        EXPECT_EQ(d.GetType(), c.to);
         EXPECT_EQ(MessageOf([&] { d.Validate(); }), c.message);
     }
     CDateTime ym;
@@ -148,6 +145,16 @@ const struct { const char16_t* start; const char16_t* span; bool subtract; const
     {u"-0001-12-31", u"P1D", false, u"0000-01-01"}, // year 0 is passed through without a skip
     {u"2001-01-01", u"P146097D", true, u"1601-01-01"}, {u"2001-01-01Z", u"P1D", false, u"2001-01-02Z"},
     {u"2001-01-01", u"-P1M", true, u"2000-12-01"}, // a negative span subtracted still moves backwards
+    // Quotients far beyond 2^24: exact, or refused (result null) where the year leaves 16 bits.
+    {u"2000-01-01T00:00:00", u"PT500000000001S", false, u"17844-05-15T00:53:21"},
+    {u"2000-01-01T00:00:00", u"PT4294967295M", false, u"10166-02-15T04:15:00"},
+    {u"2000-01-01T00:00:00", u"-PT16777217H", false, u"0086-01-23T07:00:00"},
+    {u"9999-12-31T23:59:59", u"P22768Y", false, u"32767-12-31T23:59:59"},
+    {u"-9999-01-01", u"-P22769Y", false, u"-32768-01-01"},
+    {u"2000-01-01T00:00:00", u"PT4294967295H", false, nullptr}, {u"2000-01-01T00:00:00", u"P4294967295M", false, nullptr},
+    {u"2000-01-01", u"P65535Y", false, nullptr},                {u"9999-12-31T23:59:59", u"P22768YT1S", false, nullptr},
+    {u"-9999-01-01", u"-P22770Y", false, nullptr},              {u"-9999-01-01", u"-P22769Y1D", false, nullptr},
+    {u"2000-01-01", u"P4294967295D", false, nullptr},           {u"2000-01-01T00:00:00", u"-PT18446744073709551615M", false, nullptr},
 };
 // clang-format on
 
@@ -156,6 +163,11 @@ TEST(DateTimeAdd, DurationsFollowTheFieldOrder) {
         SCOPED_TRACE(Narrow(c.start) + (c.subtract ? " - " : " + ") + Narrow(c.span));
         const CDateTime start = Parse(c.start);
         const CDateTimeSpan span = Span(c.span);
+        if (!c.result) {
+            EXPECT_EQ(MessageOf([&] { (void)(start + span); }),
+                      "Invalid Date: adding the duration gives a year outside -32768 to 32767.");
+            continue;
+        }
         EXPECT_EQ((c.subtract ? start - span : start + span).ToString(), c.result);
         CDateTime inPlace = start;
         c.subtract ? inPlace -= span : inPlace += span;
@@ -265,25 +277,22 @@ TEST(DurationParse, AcceptedTextsAreWrittenBackUnnormalised) {
         ASSERT_NO_THROW(s.ParseXSDDuration(c.text)) << Narrow(c.text);
         EXPECT_EQ(s.ToString(), c.written) << Narrow(c.text);
     }
-    const CDateTimeSpan s = Span(u"-P1Y2M3DT4H5M6.789S");
-    EXPECT_TRUE(s.IsNegative());
-    EXPECT_EQ(CDateTimeSpan(s.GetYears(), s.GetMonths(), s.GetDays(), s.GetHours(), s.GetMinutes(), s.GetSeconds(),
-                            s.GetMilliSeconds(), s.GetMicroSeconds(), s.GetNanoSeconds())
-                  .ToString(),
-              u"P1Y2M3DT4H5M6.789S");
 }
 
 TEST(DurationParse, RejectedTextsRaiseExactMessages) {
-    EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(nullptr); }), u"Invalid XSD Duration (Null String)");
-    EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u""); }), u"Invalid XSD Duration (Empty String)");
+    EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(nullptr); }), "Invalid XSD Duration (Null String)");
+    EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u""); }), "Invalid XSD Duration (Empty String)");
     EXPECT_EQ(MessageOf([] { CDateTimeSpan().ParseXSDDuration(u"PT1.0123456789S"); }),
-              u"Invalid XSD Duration [PT1.0123456789S] Fraction part too long");
-    for (const char16_t* text :
-         {u"P",        u"PYT",    u"P1YT",   u"1Y",   u"P-1Y", u"-",        u"+P1D",   u"P1M1M", u"PT1M1M",
-          u"PT1H1S1M", u"P1",     u"PT1H1H", u"PT1D", u"P1H",  u"P1S",      u"P.5S",   u"PT1.5", u"PT1.5M",
-          u"PT1S1S",   u"P1DT1D", u"PTT",    u"P1Y ", u"p1Y",  u"PT1.5S1S", u"P1M1D1M"})
+              "Invalid XSD Duration [PT1.0123456789S] Fraction part too long");
+    for (const char16_t* text : {u"P", u"PYT", u"P1YT", u"1Y", u"P-1Y", u"-", u"+P1D", u"P1M1M", u"PT1M1M", u"PT1H1S1M",
+                                 u"P1", u"PT1H1H", u"PT1D", u"P1H", u"P1S", u"P.5S", u"PT1.5", u"PT1.5M", u"PT1S1S",
+                                 u"P1DT1D", u"PTT", u"P1Y ", u"p1Y", u"PT1.5S1S", u"P1M1D1M",
+                                 // numbers that do not fit their fields are refused, never wrapped
+                                 u"P99999999999Y", u"P65536Y", u"P4294967296M", u"P4294967296D", u"PT4294967296H",
+                                 u"PT18446744073709551616M", u"PT18446744073709551616S", u"PT18446744073709551616.5S",
+                                 u"PT99999999999999999999999S", u"P1D99999999999999999999Y"})
         EXPECT_EQ(MessageOf([&] { CDateTimeSpan().ParseXSDDuration(text); }),
-                  u"Invalid XSD Duration [" + std::u16string(text) + u"] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
+                  "Invalid XSD Duration [" + Narrow(text) + "] expected [-]P[nY][nM][nD][T[nH][nM][nS.ff]]");
     CDateTimeSpan s(1, 2, 3);
     EXPECT_THROW(s.ParseXSDDuration(u"-P1Y2MX"), CKvInvalidValueException);
     EXPECT_EQ(s.ToString(), u"-P1Y2M"); // cleared first, then keeps what was read
@@ -308,17 +317,7 @@ std::u16string Mutate(std::mt19937& rng, std::u16string s) {
     return s;
 }
 
-// Runs f; anything but a return or a member of the exception family fails the test.
-template <class F>
-void Survives(const std::u16string& text, F f) {
-    try {
-        f();
-    } catch (const CKvException&) {
-    } catch (...) {
-        ADD_FAILURE() << "foreign exception for " << Narrow(text);
-    }
-}
-
+// Anything but a return or a member of the exception family escapes and fails the test.
 TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
     ZoneScope zone("CET-1CEST,M3.5.0,M10.5.0/3");
     std::mt19937 rng(7);
@@ -328,7 +327,7 @@ TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
     CDateTimeSpan previousSpan;
     for (int i = 0; i < 1500; ++i) {
         const std::u16string text = Mutate(rng, kDateSeeds[rng() % std::size(kDateSeeds)]);
-        Survives(text, [&] {
+        try {
             CDateTime d;
             switch (i % 4) {
             case 0: d.ParseXSDDate(text.c_str()); break;
@@ -341,14 +340,14 @@ TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
             (void)(d + previousSpan).GetNormalized().ToString();
             if (d.GetType() == DT::date || d.GetType() == DT::dateTime) (void)(d.GetDayOfYear() + d.GetDayOfWeek());
             previous = d;
-        });
-        Survives(text, [&] {
+        } catch (const CKvException&) {}
+        try {
             KvVariant v;
             v.FromString(text, dateKinds[i % std::size(dateKinds)], CWhitespaceUtils::WhitespaceRule_Collapse);
             (void)v.ToString();
-        });
+        } catch (const CKvException&) {}
         const std::u16string spanText = Mutate(rng, kSpanSeeds[rng() % std::size(kSpanSeeds)]);
-        Survives(spanText, [&] {
+        try {
             const CDateTimeSpan s =
                 i % 2 ? Span(spanText.c_str())
                       : CConversions::durationFromString(spanText, CWhitespaceUtils::WhitespaceRule_None);
@@ -356,7 +355,7 @@ TEST(DateTimeRobustness, MutatedTextsReturnOrThrowTheFamily) {
             (void)s.CompareTo(previousSpan);
             (void)(previous - s).ToString();
             previousSpan = s;
-        });
+        } catch (const CKvException&) {}
     }
 }
 

@@ -1,7 +1,7 @@
 #include <random>
 #include <string>
 
-#include "ValuesTestUtil.h"
+#include "values/ValuesTestUtil.h"
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDecimal.h"
 #include "kvxml/values/KvVariant.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cstring>
 #include <memory>
@@ -14,16 +15,18 @@
 namespace KvXmlLib16 {
 
 // One per distinct content. The count and the content are guarded by the lock; a handle that
-// holds the only reference may write without it, as nobody else can reach the buffer.
+// holds the only reference may write without it, as nobody else can reach the buffer. The count
+// changes only under the lock; it and the length are atomic so that such a holder may test the
+// one and advance the other without it (AppendInPlace).
 class CBinaryBuffer {
 public:
     CBinaryBuffer(unsigned char* data, uint32_t length, uint32_t capacity)
         : m_data(data), m_length(length), m_capacity(capacity), m_refCount(1) {}
 
     unsigned char* m_data;
-    uint32_t m_length;
+    std::atomic<uint32_t> m_length;
     uint32_t m_capacity;
-    int32_t m_refCount;
+    std::atomic<int32_t> m_refCount;
     CKVCriticalSection m_cs;
 };
 
@@ -188,7 +191,9 @@ unsigned char* CBinaryData::ReleaseData() {
 
 unsigned char* CBinaryData::GetData() const { return m_pBuffer != nullptr ? m_pBuffer->m_data : nullptr; }
 
-uint32_t CBinaryData::GetLength() const { return m_pBuffer != nullptr ? m_pBuffer->m_length : 0; }
+uint32_t CBinaryData::GetLength() const {
+    return m_pBuffer != nullptr ? m_pBuffer->m_length.load(std::memory_order_acquire) : 0;
+}
 
 namespace {
 
@@ -209,8 +214,24 @@ void AppendToSoleBuffer(CBinaryBuffer* buffer, const unsigned char* bytes, uint3
     } else {
         std::memmove(buffer->m_data + buffer->m_length, bytes, length);
     }
-    buffer->m_length = static_cast<uint32_t>(newLength);
+    buffer->m_length.store(static_cast<uint32_t>(newLength), std::memory_order_release);
 }
+
+// Appends bytes that fit without the lock when the caller holds the buffer alone. A handle
+// belongs to one thread at a time and the count rises only through a copy of a handle, so with
+// a count of 1 nobody else can reach the buffer; the acquire pairs with the leaving of the last
+// other holder. Growth, detaching and shared buffers take the lock as ever.
+inline bool AppendInPlace(CBinaryBuffer* buffer, const unsigned char* bytes, uint32_t length) {
+    if (buffer->m_refCount.load(std::memory_order_acquire) != 1) return false;
+    const uint32_t used = buffer->m_length.load(std::memory_order_relaxed);
+    if (length > buffer->m_capacity - used) return false;
+    std::memmove(buffer->m_data + used, bytes, length);
+    buffer->m_length.store(used + length, std::memory_order_release);
+    return true;
+}
+
+// Out of line, so that the fast path of Append(unsigned char) needs no stack frame.
+[[gnu::noinline]] void AppendOneByte(CBinaryData& data, unsigned char byte) { data.Append(&byte, 1); }
 
 } // namespace
 
@@ -221,8 +242,9 @@ void CBinaryData::Append(const unsigned char* bytes, uint32_t length) {
         m_pBuffer = NewCopyBuffer(bytes, length);
         return;
     }
+    if (AppendInPlace(m_pBuffer, bytes, length)) return;
     {
-        // Usual case, a writer that holds its buffer alone: one pass under the lock.
+        // A sole holder that must grow (or a count that changed meanwhile): one pass under the lock.
         CKVCriticalSectionGuard guard(m_pBuffer->m_cs);
         if (m_pBuffer->m_refCount < 2) {
             AppendToSoleBuffer(m_pBuffer, bytes, length);
@@ -243,7 +265,20 @@ void CBinaryData::Append(const unsigned char* bytes, uint32_t length) {
     throw CKvException(FormatString(u"Failed to append. [RefCount=%d]", count));
 }
 
-void CBinaryData::Append(unsigned char byte) { Append(&byte, 1); }
+void CBinaryData::Append(unsigned char byte) {
+    // The byte-wise writers call this once per byte: the usual case takes no lock, no call and
+    // no stack frame.
+    CBinaryBuffer* buffer = m_pBuffer;
+    if (buffer != nullptr && buffer->m_refCount.load(std::memory_order_acquire) == 1) {
+        const uint32_t used = buffer->m_length.load(std::memory_order_relaxed);
+        if (used != buffer->m_capacity) {
+            buffer->m_data[used] = byte;
+            buffer->m_length.store(used + 1, std::memory_order_release);
+            return;
+        }
+    }
+    AppendOneByte(*this, byte);
+}
 
 void CBinaryData::Append(char16_t c) {
     const unsigned char bytes[2] = {static_cast<unsigned char>(c & 0xFF), static_cast<unsigned char>(c >> 8)};

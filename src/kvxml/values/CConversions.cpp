@@ -1,12 +1,14 @@
 #include "kvxml/values/CConversions.h"
 
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "kvxml/base/CKvException.h"
-#include "kvxml/base/CNumberText.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/platform/KvPlatform.h"
 
@@ -36,21 +38,127 @@ std::u16string SignedToString(S value) {
     return UnsignedToString(magnitude, value < 0);
 }
 
-std::u16string Widen(const char* s) {
-    std::u16string out;
-    while (*s) out.push_back(static_cast<char16_t>(static_cast<unsigned char>(*s++)));
-    return out;
+using Uint128 = unsigned __int128;
+
+constexpr std::array<Uint128, 23> MakePowersOfTen() {
+    std::array<Uint128, 23> t{};
+    t[0] = 1;
+    for (size_t i = 1; i < t.size(); ++i) t[i] = t[i - 1] * 10;
+    return t;
 }
 
-std::u16string RealToString(double value, const std::u16string& format, const char* defaultFormat,
-                            size_t bufferLength) {
+constexpr std::array<Uint128, 23> kPow10 = MakePowersOfTen();
+
+// Rounds a positive value to P significant digits exactly as printf does (ties to even):
+// value ~= digits * 10^(exponent - P + 1) with 10^(P-1) <= digits < 10^P. The value times 10^k is
+// exact in 128 bits while k <= 22 and the value has a fraction in binary; false otherwise.
+template <int P>
+bool RoundToDigits(double value, uint64_t& digits, int& exponent) {
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    const int biased = static_cast<int>(bits >> 52) & 0x7FF;
+    const int shift = 1075 - biased; // value = mantissa / 2^shift
+    // floor(log10(2) * binary exponent): the decimal exponent or one below it.
+    int e10 = ((biased - 1023) * 78913) >> 18;
+    const int k = P - 1 - e10;
+    if (biased == 0 || k < 0 || k > 22 || shift <= 0 || shift > 127) return false;
+    const uint64_t mantissa = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
+    const Uint128 scaled = mantissa * kPow10[k];
+    const Uint128 wide = scaled >> shift;
+    if (wide < kPow10[P - 1] || wide >= kPow10[P + 1]) return false;
+    uint64_t whole = static_cast<uint64_t>(wide);
+    const Uint128 rest = scaled & ((Uint128{1} << shift) - 1);
+    const Uint128 half = Uint128{1} << (shift - 1);
+    bool up;
+    if (whole >= kPow10[P]) {
+        // One digit too many: round the last one away; what lies behind it only breaks a tie.
+        const uint64_t last = whole % 10;
+        whole /= 10;
+        ++e10;
+        up = last > 5 || (last == 5 && (rest != 0 || (whole & 1) != 0));
+    } else {
+        up = rest > half || (rest == half && (whole & 1) != 0);
+    }
+    if (up && ++whole == kPow10[P]) {
+        whole = static_cast<uint64_t>(kPow10[P - 1]);
+        ++e10;
+    }
+    digits = whole;
+    exponent = e10;
+    return true;
+}
+
+// The text of "%.<P>g" from rounded digits: fixed form for exponents from -4 to P - 1, else
+// d.ddde+XX; trailing zeros and a bare point are dropped.
+template <int P>
+size_t LayOutGeneral(char16_t* out, bool negative, uint64_t digits, int exponent) {
+    static constexpr char kPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
+    char16_t d[20];
+    int n = P;
+    for (; n >= 2; n -= 2) {
+        const char* pair = kPairs + 2 * (digits % 100);
+        digits /= 100;
+        d[n - 2] = static_cast<char16_t>(pair[0]);
+        d[n - 1] = static_cast<char16_t>(pair[1]);
+    }
+    if (n == 1) d[0] = static_cast<char16_t>(u'0' + digits);
+    int count = P;
+    while (d[count - 1] == u'0') --count;
+    char16_t* p = out;
+    if (negative) *p++ = u'-';
+    if (exponent < -4 || exponent >= P) {
+        *p++ = d[0];
+        if (count > 1) {
+            *p++ = u'.';
+            for (int i = 1; i < count; ++i) *p++ = d[i];
+        }
+        *p++ = u'e';
+        *p++ = exponent < 0 ? u'-' : u'+';
+        unsigned e = static_cast<unsigned>(exponent < 0 ? -exponent : exponent);
+        if (e >= 100) *p++ = static_cast<char16_t>(u'0' + e / 100);
+        *p++ = static_cast<char16_t>(u'0' + e / 10 % 10);
+        *p++ = static_cast<char16_t>(u'0' + e % 10);
+    } else if (exponent < 0) {
+        *p++ = u'0';
+        *p++ = u'.';
+        for (int i = -1; i > exponent; --i) *p++ = u'0';
+        for (int i = 0; i < count; ++i) *p++ = d[i];
+    } else {
+        for (int i = 0; i <= exponent; ++i) *p++ = i < count ? d[i] : u'0';
+        if (count > exponent + 1) {
+            *p++ = u'.';
+            for (int i = exponent + 1; i < count; ++i) *p++ = d[i];
+        }
+    }
+    return static_cast<size_t>(p - out);
+}
+
+// "%.<P>g" in the C locale, as snprintf writes it, without the cost of printf: exact
+// integer rounding for the usual magnitudes, the standard library's exact one for the rest.
+template <int P>
+std::u16string GeneralText(double value) {
+    char16_t out[48];
+    const bool negative = std::signbit(value);
+    if (value == 0) return negative ? u"-0" : u"0";
+    uint64_t digits;
+    int exponent;
+    if (RoundToDigits<P>(std::fabs(value), digits, exponent))
+        return std::u16string(out, LayOutGeneral<P>(out, negative, digits, exponent));
+    char buf[48];
+    const auto result = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, P);
+    char16_t* p = out;
+    for (const char* c = buf; c != result.ptr; ++c) *p++ = static_cast<char16_t>(*c);
+    return std::u16string(out, p);
+}
+
+template <int P>
+std::u16string RealToString(double value, const std::u16string& format, size_t bufferLength) {
     if (std::isnan(value)) return u"NaN";
     if (std::isinf(value)) return value < 0 ? u"-INF" : u"INF";
-    if (format.empty()) {
-        char buf[64];
-        FormatDoubleC(buf, sizeof buf, defaultFormat, value);
-        return Widen(buf);
-    }
+    if (format.empty()) return GeneralText<P>(value);
     std::u16string text = FormatString(format.c_str(), value);
     // An override may produce more than the fixed buffer of the conversion holds: cut it there.
     if (text.size() > bufferLength) text.resize(bufferLength);
@@ -122,11 +230,11 @@ std::u16string CConversions::ui4ToString(uint32_t value) { return UnsignedToStri
 std::u16string CConversions::ui8ToString(uint64_t value) { return UnsignedToString(value, false); }
 
 std::u16string CConversions::r4ToString(float value, const std::u16string& format) {
-    return RealToString(static_cast<double>(value), format, "%.7g", 32);
+    return RealToString<7>(static_cast<double>(value), format, 32);
 }
 
 std::u16string CConversions::r8ToString(double value, const std::u16string& format) {
-    return RealToString(value, format, "%.16g", 48);
+    return RealToString<16>(value, format, 48);
 }
 
 std::u16string CConversions::charToString(char16_t value) {
