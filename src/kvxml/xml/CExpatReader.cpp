@@ -3,7 +3,6 @@
 #include <expat.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -23,6 +22,7 @@ namespace {
 
 constexpr char16_t kNamespaceSeparator = u'|';
 constexpr size_t kPendingLimit = 64 * 1024;
+constexpr size_t kFeedSize = 256 * 1024;
 
 inline const char16_t* Wide(const XML_Char* text) { return reinterpret_cast<const char16_t*>(text); }
 
@@ -86,12 +86,13 @@ void CExpatReader::Initialise() {
 
 void CExpatReader::ParseBuffer(bool final) {
     if (!m_parser) throw CKvInvalidStateException(u"The XML reader was not initialised");
-    // XML_Parse takes an int length: larger input goes in pieces, the last one final.
+    // Expat copies what it is given into a buffer of its own before parsing it: fed whole, a large
+    // document would be held twice. Pieces of moderate size keep that buffer small and in cache.
     const unsigned char* data = m_document->GetInputBuffer();
     size_t remaining = data ? m_document->GetInputSize() : 0;
     XML_Status status;
     do {
-        const int piece = remaining > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(remaining);
+        const int piece = remaining > kFeedSize ? static_cast<int>(kFeedSize) : static_cast<int>(remaining);
         remaining -= static_cast<size_t>(piece);
         const bool last = final && remaining == 0;
         status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);

@@ -43,6 +43,10 @@ public:
     // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
     static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
     static CXmlNodeName CopyName(CXmlNodeName name);
+    // Text held once for all nodes of the pool, like names; null when there is no pool or no room.
+    static const std::u16string* ShareText(CXmlNodePool* pool, std::u16string_view text) {
+        return pool && !text.empty() ? pool->Intern(text) : nullptr;
+    }
     static void DropName(CXmlNodeName name);
     static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyString())}; }
     // A local static, ready before any static node could be built; constant-initialised (no guard)
@@ -65,6 +69,8 @@ private:
     // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
     static constexpr size_t kFirstSlabSize = 16 * 1024;
     static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
+    // Slabs this large come straight from the system, in large pages where it has them.
+    static constexpr size_t kLargeSlabSize = 2 * 1024 * 1024;
     static constexpr size_t kGranule = 8;
     static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
     static constexpr size_t kMaxNames = 65536;
