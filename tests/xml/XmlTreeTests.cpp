@@ -120,7 +120,7 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
         CXmlDocument document;
         // clang-format off
         document.LoadXml("<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
-                         "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
+                         "<p:kept p:attribute-name='v'><p:leaf> \n </p:leaf></p:kept></p:r>");
         // clang-format on
         kept.reset(document.GetDocumentElement()->RemoveLastChildElement());
         leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
@@ -137,6 +137,8 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     kept.reset(); // the leaf copy shares nothing that this frees
     EXPECT_EQ(leafCopy->GetLocalName() + u"|" + plain.GetNamespaceURI() + u"|" + fromPool.GetLocalName(),
               u"leaf|urn:a-long-namespace-name|an-element-with-a-long-name");
+    leafCopy->AppendText(u"t"); // blank text is shared until more is added
+    EXPECT_EQ(leafCopy->GetText() + u"|" + plain.GetText(), u" \n t| \n ");
     leafCopy.reset();
     EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore + 2); // plain and fromPool
 

@@ -58,8 +58,12 @@ CXmlNodePool* CXmlNodePool::Create() { return new CXmlNodePool(); }
 void CXmlNodePool::ReleaseSlabs() {
     while (m_slabs) {
         Slab* next = m_slabs->next;
-        if (m_slabs->size >= kLargeSlabSize)
-            Platform::FreeLargeBlock(m_slabs, m_slabs->size);
+        const size_t size = m_slabs->size;
+        // Memory that goes back to the system may come again from another mapping: it must not
+        // keep the marks of this use.
+        KVXML_UNPOISON(m_slabs, size);
+        if (size >= kLargeSlabSize)
+            Platform::FreeLargeBlock(m_slabs, size);
         else
             std::free(m_slabs);
         m_slabs = next;
