@@ -3,7 +3,6 @@
 // The one place that knows the operating system. Everything above talks to these calls only,
 // which behave as the Windows calls named beside them; no POSIX header is seen above this layer.
 
-#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <mutex>
@@ -54,13 +53,6 @@ constexpr uint32_t KV_ERROR_IO_PENDING = 997;
 
 // Maps an errno value to its Win32 equivalent.
 KVXML_API uint32_t Win32ErrorFromErrno(int err);
-
-// ---- Large blocks of memory straight from the system (VirtualAlloc) ----
-// For big pools that fill their blocks at once: where the system has large pages, the block
-// is aligned to them and asks for them, so that filling it takes few page faults. Null when
-// the system refuses; FreeLargeBlock takes the size that was asked for.
-KVXML_API void* AllocateLargeBlock(size_t size);
-KVXML_API void FreeLargeBlock(void* block, size_t size);
 
 // ---- Recursive lock (critical section) ----
 class RecursiveLock {

@@ -4,8 +4,6 @@
 #include <cstring>
 #include <new>
 
-#include "kvxml/platform/KvPlatform.h"
-
 // Under AddressSanitizer (of either compiler) free and not yet handed-out pool memory is marked
 // unaddressable, so that a node used after its deletion is reported; the pool works as always.
 #if defined(__SANITIZE_ADDRESS__)
@@ -38,7 +36,6 @@ static_assert(sizeof(BlockHeader) == 8);
 
 struct CXmlNodePool::Slab {
     Slab* next;
-    size_t size; // at least kLargeSlabSize: taken from the system, not the heap
 };
 
 CXmlNodePool::CXmlNodePool()
@@ -58,14 +55,7 @@ CXmlNodePool* CXmlNodePool::Create() { return new CXmlNodePool(); }
 void CXmlNodePool::ReleaseSlabs() {
     while (m_slabs) {
         Slab* next = m_slabs->next;
-        const size_t size = m_slabs->size;
-        // Memory that goes back to the system may come again from another mapping: it must not
-        // keep the marks of this use.
-        KVXML_UNPOISON(m_slabs, size);
-        if (size >= kLargeSlabSize)
-            Platform::FreeLargeBlock(m_slabs, size);
-        else
-            std::free(m_slabs);
+        std::free(m_slabs);
         m_slabs = next;
     }
     m_cursor = m_end = nullptr;
@@ -97,11 +87,9 @@ void* CXmlNodePool::AllocateBlock(size_t blockSize) {
         if (static_cast<size_t>(m_end - m_cursor) < blockSize) {
             // The tail of the old slab is abandoned: less than one block.
             const size_t slabSize = m_nextSlabSize;
-            void* memory = slabSize >= kLargeSlabSize ? Platform::AllocateLargeBlock(slabSize) : std::malloc(slabSize);
-            if (!memory) throw std::bad_alloc();
-            auto* slab = static_cast<Slab*>(memory);
+            auto* slab = static_cast<Slab*>(std::malloc(slabSize));
+            if (!slab) throw std::bad_alloc();
             slab->next = m_slabs;
-            slab->size = slabSize;
             m_slabs = slab;
             m_cursor = reinterpret_cast<unsigned char*>(slab) + sizeof(Slab);
             m_end = reinterpret_cast<unsigned char*>(slab) + slabSize;

@@ -69,8 +69,6 @@ private:
     // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
     static constexpr size_t kFirstSlabSize = 16 * 1024;
     static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
-    // Slabs this large come straight from the system, in large pages where it has them.
-    static constexpr size_t kLargeSlabSize = 2 * 1024 * 1024;
     static constexpr size_t kGranule = 8;
     static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
     static constexpr size_t kMaxNames = 65536;
