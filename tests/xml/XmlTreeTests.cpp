@@ -110,7 +110,8 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
         CXmlDocument document;
         document.LoadXml(
             "<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
-            "<p:kept p:attribute-name='v'><p:leaf>t</p:leaf></p:kept></p:r>");
+            "<p:kept p:attribute-name='v'><p:leaf> 
+ </p:leaf></p:kept></p:r>");
         kept.reset(document.GetDocumentElement()->RemoveLastChildElement());
         leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
         attributeCopy = *kept->GetAttributes()[0];
@@ -126,6 +127,8 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     kept.reset(); // the leaf copy shares nothing that this frees
     EXPECT_EQ(leafCopy->GetLocalName() + u"|" + plain.GetNamespaceURI() + u"|" + fromPool.GetLocalName(),
               u"leaf|urn:a-long-namespace-name|an-element-with-a-long-name");
+    leafCopy->AppendText(u"t"); // blank text is shared until more is added
+    EXPECT_EQ(leafCopy->GetText() + u"|" + plain.GetText(), u" \n t| \n ");
     leafCopy.reset();
     EXPECT_EQ(CXmlElement::GetLiveElementCount(), aliveBefore + 2); // plain and fromPool
 

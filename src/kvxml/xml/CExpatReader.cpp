@@ -23,6 +23,7 @@ namespace {
 
 constexpr char16_t kNamespaceSeparator = u'|';
 constexpr size_t kPendingLimit = 64 * 1024;
+constexpr size_t kFeedSize = 256 * 1024;
 
 inline const char16_t* Wide(const XML_Char* text) { return reinterpret_cast<const char16_t*>(text); }
 
@@ -55,7 +56,12 @@ inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16st
 } // namespace
 
 CExpatReader::CExpatReader(CXmlDocument* document)
-    : m_document(document), m_parser(nullptr), m_pendingLength(0), m_pendingCapacity(0) {}
+    : m_document(document),
+      m_parser(nullptr),
+      m_pendingLength(0),
+      m_pendingCapacity(0),
+      m_bytesFed(0),
+      m_feedWhole(false) {}
 
 CExpatReader::~CExpatReader() { FreeParser(); }
 
@@ -71,6 +77,8 @@ void CExpatReader::Initialise() {
     m_failure = nullptr;
     m_pendingLength = 0;
     m_textStarts.clear();
+    m_bytesFed = 0;
+    m_feedWhole = false;
     if (m_document->GetSchemaType() == SchemaType_NoNamespaces)
         m_parser = XML_ParserCreate(nullptr);
     else
@@ -86,16 +94,26 @@ void CExpatReader::Initialise() {
 
 void CExpatReader::ParseBuffer(bool final) {
     if (!m_parser) throw CKvInvalidStateException(u"The XML reader was not initialised");
-    // XML_Parse takes an int length: larger input goes in pieces, the last one final.
+    // Expat copies what it is given into a buffer of its own before parsing it: fed whole, a large
+    // document would be held twice. Pieces of moderate size keep that buffer small and in cache.
+    // But a token longer than a piece is scanned again from its start with each new piece, and
+    // Expat's buffer then grows by doubling: once more than a piece waits unparsed, the rest goes
+    // in at once (XML_Parse takes an int length, so larger input still goes in pieces).
     const unsigned char* data = m_document->GetInputBuffer();
     size_t remaining = data ? m_document->GetInputSize() : 0;
     XML_Status status;
     do {
-        const int piece = remaining > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(remaining);
+        const size_t limit = m_feedWhole ? static_cast<size_t>(INT_MAX) : kFeedSize;
+        const int piece = static_cast<int>(remaining > limit ? limit : remaining);
         remaining -= static_cast<size_t>(piece);
         const bool last = final && remaining == 0;
         status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         data += piece;
+        m_bytesFed += static_cast<uint64_t>(piece);
+        if (status == XML_STATUS_OK && !m_feedWhole) {
+            const XML_Index parsed = XML_GetCurrentByteIndex(m_parser);
+            m_feedWhole = parsed < 0 || m_bytesFed - static_cast<uint64_t>(parsed) > kFeedSize;
+        }
     } while (status == XML_STATUS_OK && remaining > 0);
 
     if (status == XML_STATUS_OK && !m_failure) {

@@ -61,6 +61,9 @@ private:
     size_t m_pendingLength;
     size_t m_pendingCapacity;
     std::vector<size_t> m_textStarts;
+    // Input handed to Expat so far, and whether it takes the rest in one piece (see ParseBuffer).
+    uint64_t m_bytesFed;
+    bool m_feedWhole;
 };
 
 } // namespace KvXmlLib16

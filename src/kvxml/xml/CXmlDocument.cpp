@@ -245,6 +245,17 @@ inline uint32_t FindCROrNul(const char16_t* text, uint32_t from, uint32_t length
     return length;
 }
 
+// Text no longer than this, of spaces, tabs and line ends only, is shared through the pool.
+constexpr uint32_t kSharedBlankLimit = 256;
+
+inline bool IsBlank(const char16_t* text, uint32_t length) {
+    for (uint32_t i = 0; i < length; ++i) {
+        const char16_t c = text[i];
+        if (c != u' ' && c != u'\n' && c != u'\t') return false;
+    }
+    return true;
+}
+
 } // namespace
 
 void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* text, uint32_t length) {
@@ -256,10 +267,14 @@ void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* t
         length = terminated < UINT32_MAX ? static_cast<uint32_t>(terminated) : UINT32_MAX - 1;
     }
     uint32_t runStart = 0;
-    if (element->m_text.empty()) {
+    if (element->m_text.empty() && !element->m_sharedText) {
         // The usual case: the element's whole text in one piece with no CR in it.
         const uint32_t stop = FindCROrNul(text, 0, length);
         if (stop == length) {
+            if (length <= kSharedBlankLimit && IsBlank(text, length)) {
+                element->m_sharedText = CXmlNodePool::ShareText(element->m_pool, std::u16string_view(text, length));
+                if (element->m_sharedText) return;
+            }
             element->m_text.assign(text, length);
             return;
         }

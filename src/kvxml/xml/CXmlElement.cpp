@@ -23,6 +23,7 @@ CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
       m_nextSibling(nullptr),
       m_firstChild(nullptr),
       m_lastChild(nullptr),
+      m_sharedText(nullptr),
       m_pool(document ? document->NodePool() : nullptr),
       m_localName(CXmlNodePool::EmptyName()),
       m_namespaceURI(CXmlNodePool::EmptyName()) {
@@ -39,6 +40,7 @@ CXmlElement::CXmlElement(const CXmlElement& other)
       m_lastChild(other.m_lastChild),
       m_attributes(other.m_attributes),
       m_text(other.m_text),
+      m_sharedText(other.m_sharedText),
       m_pool(other.m_pool),
       m_localName(CXmlNodePool::CopyName(other.m_localName)),
       m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
@@ -51,6 +53,7 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
     const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
     m_text = other.m_text;
+    m_sharedText = other.m_sharedText;
     m_attributes = other.m_attributes;
     if (other.m_pool) other.m_pool->AddRef();
     CXmlNodePool::DropName(m_localName);
@@ -157,6 +160,10 @@ void CXmlElement::AppendText(const char16_t* text) {
 
 void CXmlElement::AppendText(const char16_t* text, size_t length) {
     if (length == 0 || !text) return;
+    if (m_sharedText) {
+        m_text = *m_sharedText; // more text follows: the element takes a copy of its own
+        m_sharedText = nullptr;
+    }
     // Character data comes in many small pieces: grow geometrically to keep the total linear.
     if (!m_text.empty()) {
         const size_t needed = m_text.size() + length;

@@ -45,7 +45,7 @@ public:
     const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
     const std::u16string& GetLocalName() const { return m_localName.Get(); }
     const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
-    const std::u16string& GetText() const { return m_text; }
+    const std::u16string& GetText() const { return m_sharedText ? *m_sharedText : m_text; }
     // First attribute equal in name and namespace URI; an absent one gives an empty string.
     const std::u16string& GetAttribute(const char16_t* name, const char16_t* namespaceURI) const;
     std::u16string GetXPath() const;
@@ -85,6 +85,9 @@ private:
     CXmlElement* m_lastChild;
     std::vector<CXmlAttribute*> m_attributes;
     std::u16string m_text;
+    // Set instead of m_text for text of blanks only, mostly the indentation between children:
+    // it repeats all over a document and is held once, in the pool.
+    const std::u16string* m_sharedText;
     // Interned in the pool when there is one and it has room, else owned.
     CXmlNodePool* m_pool;
     CXmlNodeName m_localName;

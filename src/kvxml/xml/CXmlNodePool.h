@@ -43,6 +43,10 @@ public:
     // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
     static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
     static CXmlNodeName CopyName(CXmlNodeName name);
+    // Text held once for all nodes of the pool, like names; null when there is no pool or no room.
+    static const std::u16string* ShareText(CXmlNodePool* pool, std::u16string_view text) {
+        return pool && !text.empty() ? pool->Intern(text) : nullptr;
+    }
     static void DropName(CXmlNodeName name);
     static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyString())}; }
     // A local static, ready before any static node could be built; constant-initialised (no guard)
