@@ -110,8 +110,7 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
         CXmlDocument document;
         document.LoadXml(
             "<p:r xmlns:p='urn:a-long-namespace-name'><p:first/>"
-            "<p:kept p:attribute-name='v'><p:leaf> 
- </p:leaf></p:kept></p:r>");
+            "<p:kept p:attribute-name='v'><p:leaf> \n </p:leaf></p:kept></p:r>");
         kept.reset(document.GetDocumentElement()->RemoveLastChildElement());
         leafCopy = std::make_unique<CXmlElement>(*kept->GetFirstElement());
         attributeCopy = *kept->GetAttributes()[0];
