@@ -1,5 +1,4 @@
 #include "HandWrittenPo.h"
-#include "../purchase_order/SampleSupport.h"
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"

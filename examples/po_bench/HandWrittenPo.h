@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "../purchase_order/SampleSupport.h"
+#include "HandWrittenSupport.h"
 #include "kvxml/collections/CXmlCollection.h"
 #include "kvxml/values/CBigInteger.h"
 #include "kvxml/values/CDateTime.h"

@@ -3,7 +3,6 @@
 // Helpers of classes written by hand in the form that kvxmlc generates (the benchmark's yardstick
 // in examples/po_bench): the tables of a class, the table builders and the property accessors.
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -11,35 +10,12 @@
 
 #include <kvxml/KvXmlLib16.h>
 
+#include "KvGeneratedSupport.h"
+
 namespace PurchaseOrderSample {
 
-// The three tables of one class, built on first use under CXmlGeneratedClass::m_csInit.
-class CClassTables {
-public:
-    typedef void (*BuildFunc)(CClassTables& tables);
-    explicit CClassTables(BuildFunc build) : m_build(build) {}
-    void Ensure() {
-        if (m_built.load(std::memory_order_acquire)) return;
-        KvXmlLib16::CKVCriticalSectionGuard guard(KvXmlLib16::CXmlGeneratedClass::m_csInit);
-        if (m_built.load(std::memory_order_relaxed)) return;
-        m_build(*this);
-        m_built.store(true, std::memory_order_release);
-    }
-    // Releases the tables through CleanMetaData; the next use builds them again.
-    void Release() {
-        KvXmlLib16::CKVCriticalSectionGuard guard(KvXmlLib16::CXmlGeneratedClass::m_csInit);
-        KvXmlLib16::CXmlGeneratedClass::CleanMetaData(m_classInfo, m_elementInfo, m_attributeInfo);
-        m_built.store(false, std::memory_order_release);
-    }
-
-    KvXmlLib16Data::CParentElementInfo* m_classInfo = nullptr;
-    KvXmlLib16Data::CElementInfo** m_elementInfo = nullptr;
-    KvXmlLib16Data::CAttributeInfo** m_attributeInfo = nullptr;
-
-private:
-    BuildFunc m_build;
-    std::atomic<bool> m_built{false};
-};
+// The tables of a class are held as generated classes hold theirs.
+using KvXmlGenerated::CClassTables;
 
 } // namespace PurchaseOrderSample
 
