@@ -84,7 +84,7 @@ CXmlDocument::~CXmlDocument() {
 }
 
 CXmlNodePool* CXmlDocument::NodePool() {
-    if (!m_nodePool) m_nodePool = CXmlNodePool::Create();
+    if (!m_nodePool) m_nodePool = CXmlNodePool::Create(this);
     return m_nodePool;
 }
 
@@ -181,6 +181,7 @@ CXmlElement* CXmlDocument::AddDocElement(const char16_t* namespaceURI, const cha
 
 CXmlElement* CXmlDocument::AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName) {
     std::unique_ptr<CXmlElement> root(new (NodePool()) CXmlElement(this, nullptr));
+    root->MarkPooledBlock();
     root->SetNamespace(namespaceURI);
     root->SetElementName(localName);
     // A second root replaces the first; nothing of the old tree may stay on the stack.
@@ -203,7 +204,7 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     CXmlElement* child = parent->CreateNewChildElement();
     // Children mostly share the parent's namespace, and often the previous sibling's name.
     // Hints only between nodes of one pool, whose names are interned there.
-    const bool sharePool = parent->m_pool == child->m_pool;
+    const bool sharePool = parent->Pool() == child->Pool();
     child->SetNamespaceHinted(namespaceURI, sharePool ? &parent->m_namespaceURI : nullptr);
     child->SetElementNameHinted(localName, sharePool && previous ? &previous->m_localName : nullptr);
     m_elementStack.push_back(OpenElement{child, previous});
@@ -297,7 +298,7 @@ void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* t
         const uint32_t stop = FindCROrNul(text, 0, length);
         if (stop == length) {
             if (length <= kSharedBlankLimit && IsBlank(text, length)) {
-                element->m_sharedText = CXmlNodePool::ShareText(element->m_pool, std::u16string_view(text, length));
+                element->m_sharedText = CXmlNodePool::ShareText(element->Pool(), std::u16string_view(text, length));
                 if (element->m_sharedText) return;
             }
             element->m_text.assign(text, length);
