@@ -116,6 +116,28 @@ TEST(CXmlDocumentLoad, FailedLoadKeepsThePartialTreeAndReloadsStartWithCleanup) 
     EXPECT_THROW(document.ParseText(), CKvException); // nothing held any more
 }
 
+// Without the kept input the caller's text is parsed where it stands; a failed load still keeps a
+// copy, which outlives the caller's text (the sanitizer builds catch a read of the latter).
+TEST(CXmlDocumentLoad, LoadsWithoutKeepingTheInput) {
+    for (int form = 0; form < 3; ++form) {
+        CXmlDocument document;
+        document.SetKeepInput(false);
+        auto load = [&](std::string xml) {
+            const std::u16string wide = Widen(xml);
+            if (form == 0) document.LoadXml(xml.c_str());
+            if (form == 1) document.LoadXml(wide.c_str());
+            if (form == 2) document.LoadXmlStream(reinterpret_cast<const unsigned char*>(xml.data()), xml.size());
+        };
+        load("<a>t</a>");
+        EXPECT_EQ(document.GetDocumentElement()->GetText(), u"t");
+        EXPECT_EQ(document.GetInputBuffer(), nullptr);
+        EXPECT_THROW(load("<a>t<b>u</a>"), CKvException);
+        EXPECT_EQ(document.GetInputSize(), form == 1 ? 26u : 12u);
+        EXPECT_THROW(document.ParseText(), CKvException);
+        EXPECT_EQ(document.GetDocumentElement()->GetFirstElement()->GetText(), u"u") << form;
+    }
+}
+
 // Entity amplification stays guarded: the expansion fails with Expat's own message.
 TEST(CXmlDocumentLoad, BillionLaughsIsRefused) {
     std::string xml = "<!DOCTYPE l [<!ENTITY l0 'lollollollollollollollollollol'>\n";

@@ -117,6 +117,7 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
         document.GetDocumentElement()->CreateNewChildElement()->SetElementName(u"after");
     }
     EXPECT_EQ(kept->GetAttribute(u"attribute-name", u"urn:a-long-namespace-name"), u"v");
+    EXPECT_EQ(kept->CreateNewChildElement()->GetDocument(), nullptr); // a child from the heap
     EXPECT_EQ(attributeCopy.GetNamespaceURI(), u"urn:a-long-namespace-name");
     CXmlElement plain(nullptr, nullptr); // assignment between pooled and hand-built nodes
     plain.SetElementName(u"an-element-with-a-long-name");

@@ -65,6 +65,7 @@ void CXmlObjectBase::ToXmlFile(const char16_t* fileName, bool includeDeclaration
 
 void CXmlObjectBase::FromXmlFile(const char16_t* fileName, const CSerializationContext& context) {
     CXmlDocument document(context);
+    document.SetKeepInput(false); // private to this call: nobody parses its input again
     document.Load(fileName);
     ReadDocument(*this, document, context);
 }
@@ -75,6 +76,7 @@ void CXmlObjectBase::FromXmlStream(const CBinaryData& data, const CSerialization
 
 void CXmlObjectBase::FromXmlStream(const unsigned char* bytes, uint32_t count, const CSerializationContext& context) {
     CXmlDocument document(context);
+    document.SetKeepInput(false);
     document.LoadXmlStream(bytes, count);
     ReadDocument(*this, document, context);
 }

@@ -21,6 +21,7 @@ CXmlElement* RootOf(const CXmlDocument& document) {
 
 void CXmlObjectBase::FromXml(const char16_t* xml, const CSerializationContext& context) {
     CXmlDocument document(context);
+    document.SetKeepInput(false); // private to this call: nobody parses its input again
     document.LoadXml(xml);
     CXmlElement* root = RootOf(document);
     FromXml_Int(root, root->GetFirstElement(), context, false);
@@ -28,6 +29,7 @@ void CXmlObjectBase::FromXml(const char16_t* xml, const CSerializationContext& c
 
 void CXmlObjectBase::FromXml(const char* xml, const CSerializationContext& context) {
     CXmlDocument document(context);
+    document.SetKeepInput(false); // private to this call: nobody parses its input again
     document.LoadXml(xml);
     CXmlElement* root = RootOf(document);
     FromXml_Int(root, root->GetFirstElement(), context, false);

@@ -93,14 +93,18 @@ void CExpatReader::Initialise() {
 }
 
 void CExpatReader::ParseBuffer(bool final) {
+    const unsigned char* data = m_document->GetInputBuffer();
+    ParseBytes(data, data ? m_document->GetInputSize() : 0, final);
+}
+
+void CExpatReader::ParseBytes(const unsigned char* data, size_t size, bool final) {
     if (!m_parser) throw CKvInvalidStateException(u"The XML reader was not initialised");
     // Expat copies what it is given into a buffer of its own before parsing it: fed whole, a large
     // document would be held twice. Pieces of moderate size keep that buffer small and in cache.
     // But a token longer than a piece is scanned again from its start with each new piece, and
     // Expat's buffer then grows by doubling: once more than a piece waits unparsed, the rest goes
     // in at once (XML_Parse takes an int length, so larger input still goes in pieces).
-    const unsigned char* data = m_document->GetInputBuffer();
-    size_t remaining = data ? m_document->GetInputSize() : 0;
+    size_t remaining = data ? size : 0;
     XML_Status status;
     do {
         const size_t limit = m_feedWhole ? static_cast<size_t>(INT_MAX) : kFeedSize;

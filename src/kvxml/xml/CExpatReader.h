@@ -28,6 +28,8 @@ public:
     // Feeds the whole input buffer. The parser is freed on a final success and on any failure;
     // a failure throws CKvException "<Expat's message> at line <n>".
     void ParseBuffer(bool final);
+    // Same for the given bytes instead of the input buffer.
+    void ParseBytes(const unsigned char* data, size_t size, bool final);
 
 private:
     // Expat is C: nothing may unwind through it. A callback that fails keeps its exception

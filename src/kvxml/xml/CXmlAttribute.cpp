@@ -20,23 +20,29 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, const char16_t* name, const c
 CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name, std::u16string_view value,
                              std::u16string_view namespaceURI)
     : m_element(element),
-      m_pool(element ? element->m_pool : nullptr),
+      m_poolBits(reinterpret_cast<uintptr_t>(element ? element->Pool() : nullptr)),
       m_localName(CXmlNodePool::EmptyName()),
       m_value(value),
       m_namespaceURI(CXmlNodePool::EmptyName()) {
-    if (m_pool) m_pool->AddRef();
-    m_localName = CXmlNodePool::MakeName(m_pool, name);
-    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI);
+    if (Pool()) Pool()->AddRef();
+    try {
+        m_localName = CXmlNodePool::MakeName(Pool(), name);
+        m_namespaceURI = CXmlNodePool::MakeName(Pool(), namespaceURI);
+    } catch (...) {
+        CXmlNodePool::DropName(m_localName);
+        if (Pool()) Pool()->Release();
+        throw;
+    }
 }
 
 CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
     : CInstanceMonitor(other),
       m_element(other.m_element),
-      m_pool(other.m_pool),
+      m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
       m_localName(CXmlNodePool::CopyName(other.m_localName)),
       m_value(other.m_value),
       m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
-    if (m_pool) m_pool->AddRef();
+    if (Pool()) Pool()->AddRef();
 }
 
 CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
@@ -44,12 +50,13 @@ CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
     const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
     m_value = other.m_value;
-    if (other.m_pool) other.m_pool->AddRef();
+    if (other.Pool()) other.Pool()->AddRef();
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
-    if (m_pool) m_pool->Release();
+    if (Pool()) Pool()->Release();
     m_element = other.m_element;
-    m_pool = other.m_pool;
+    // The pool of the names changes, the origin of this node's block does not.
+    m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
     m_localName = localName;
     m_namespaceURI = namespaceURI;
     return *this;
@@ -58,13 +65,22 @@ CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
 CXmlAttribute::~CXmlAttribute() {
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
-    if (m_pool) m_pool->Release();
+    if (Pool()) Pool()->Release();
 }
 
 void* CXmlAttribute::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
 void* CXmlAttribute::operator new(size_t size, CXmlNodePool* pool) { return CXmlNodePool::Allocate(size, pool); }
-void CXmlAttribute::operator delete(void* block, size_t size) { CXmlNodePool::Free(block, size); }
-void CXmlAttribute::operator delete(void* block, CXmlNodePool*) { CXmlNodePool::Free(block, sizeof(CXmlAttribute)); }
+
+void CXmlAttribute::operator delete(CXmlAttribute* attribute, std::destroying_delete_t) {
+    // Read before the destructor runs; the block holds its pool until it is freed.
+    CXmlNodePool* blockPool = (attribute->m_poolBits & 1) ? attribute->Pool() : nullptr;
+    attribute->~CXmlAttribute();
+    CXmlNodePool::Free(attribute, sizeof(CXmlAttribute), blockPool);
+}
+
+void CXmlAttribute::operator delete(void* block, CXmlNodePool* pool) {
+    CXmlNodePool::Free(block, sizeof(CXmlAttribute), pool);
+}
 static_assert(alignof(CXmlAttribute) <= 8, "pool blocks are aligned to 8 bytes");
 
 std::u16string CXmlAttribute::GetXPath() const {

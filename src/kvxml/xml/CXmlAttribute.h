@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -27,7 +29,8 @@ public:
     // Tree nodes come from the document's block pool; any node may still be deleted plainly.
     static void* operator new(size_t size);
     static void* operator new(size_t size, CXmlNodePool* pool);
-    static void operator delete(void* block, size_t size);
+    // The block goes back where it came from, which the node itself knows.
+    static void operator delete(CXmlAttribute* attribute, std::destroying_delete_t);
     static void operator delete(void* block, CXmlNodePool* pool);
 
     CXmlElement* GetElement() const { return m_element; }
@@ -44,9 +47,16 @@ public:
     bool IsNilAttribute() const;
 
 private:
+    friend class CXmlElement;
+    CXmlNodePool* Pool() const { return reinterpret_cast<CXmlNodePool*>(m_poolBits & ~static_cast<uintptr_t>(1)); }
+    void MarkPooledBlock() {
+        if (m_poolBits) m_poolBits |= 1;
+    }
+
     CXmlElement* m_element;
-    // Interned in the element's pool when it has one and it has room, else owned.
-    CXmlNodePool* m_pool;
+    // The element's pool, with the low bit set when the node's block came from it. Names are
+    // interned there when it has room, else owned.
+    uintptr_t m_poolBits;
     CXmlNodeName m_localName;
     std::u16string m_value;
     CXmlNodeName m_namespaceURI;

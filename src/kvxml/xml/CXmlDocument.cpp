@@ -30,6 +30,8 @@ CXmlDocument::CXmlDocument(XmlElementFilter filter, const CSerializationContext&
       m_documentElement(nullptr),
       m_inputBuffer(nullptr),
       m_inputSize(0),
+      m_inputBorrowed(false),
+      m_keepInput(true),
       m_schemaType(SchemaType_Default),
       m_elementFilter(filter),
       m_context(&context),
@@ -50,6 +52,8 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
       m_aliasMap(other.m_aliasMap),
       m_inputBuffer(other.m_inputBuffer),
       m_inputSize(other.m_inputSize),
+      m_inputBorrowed(false),
+      m_keepInput(other.m_keepInput),
       m_schemaType(other.m_schemaType),
       m_elementFilter(other.m_elementFilter),
       m_context(other.m_context),
@@ -64,6 +68,7 @@ CXmlDocument& CXmlDocument::operator=(const CXmlDocument& other) {
     m_aliasMap = other.m_aliasMap;
     m_inputBuffer = other.m_inputBuffer;
     m_inputSize = other.m_inputSize;
+    m_keepInput = other.m_keepInput;
     m_schemaType = other.m_schemaType;
     m_elementFilter = other.m_elementFilter;
     m_context = other.m_context;
@@ -79,7 +84,7 @@ CXmlDocument::~CXmlDocument() {
 }
 
 CXmlNodePool* CXmlDocument::NodePool() {
-    if (!m_nodePool) m_nodePool = CXmlNodePool::Create();
+    if (!m_nodePool) m_nodePool = CXmlNodePool::Create(this);
     return m_nodePool;
 }
 
@@ -102,9 +107,29 @@ void CXmlDocument::Cleanup() {
 }
 
 void CXmlDocument::FreeInput() {
-    delete[] m_inputBuffer;
+    if (!m_inputBorrowed) delete[] m_inputBuffer;
     m_inputBuffer = nullptr;
     m_inputSize = 0;
+    m_inputBorrowed = false;
+}
+
+void CXmlDocument::BorrowInput(const unsigned char* bytes, size_t count) {
+    if (count > UINT32_MAX) throw CKvException(u"The XML input is larger than 4 GB and cannot be read");
+    FreeInput();
+    // Only read while the load runs: dropped or copied before the load returns.
+    m_inputBuffer = const_cast<unsigned char*>(bytes);
+    m_inputSize = static_cast<uint32_t>(count);
+    m_inputBorrowed = true;
+}
+
+void CXmlDocument::KeepBorrowedInput() {
+    if (!m_inputBorrowed) return;
+    const unsigned char* bytes = m_inputBuffer;
+    const uint32_t count = m_inputSize;
+    m_inputBuffer = nullptr;
+    m_inputSize = 0;
+    m_inputBorrowed = false;
+    SetInput(bytes, count);
 }
 
 void CXmlDocument::SetInput(const unsigned char* bytes, size_t count) {
@@ -156,6 +181,7 @@ CXmlElement* CXmlDocument::AddDocElement(const char16_t* namespaceURI, const cha
 
 CXmlElement* CXmlDocument::AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName) {
     std::unique_ptr<CXmlElement> root(new (NodePool()) CXmlElement(this, nullptr));
+    root->MarkPooledBlock();
     root->SetNamespace(namespaceURI);
     root->SetElementName(localName);
     // A second root replaces the first; nothing of the old tree may stay on the stack.
@@ -178,7 +204,7 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     CXmlElement* child = parent->CreateNewChildElement();
     // Children mostly share the parent's namespace, and often the previous sibling's name.
     // Hints only between nodes of one pool, whose names are interned there.
-    const bool sharePool = parent->m_pool == child->m_pool;
+    const bool sharePool = parent->Pool() == child->Pool();
     child->SetNamespaceHinted(namespaceURI, sharePool ? &parent->m_namespaceURI : nullptr);
     child->SetElementNameHinted(localName, sharePool && previous ? &previous->m_localName : nullptr);
     m_elementStack.push_back(OpenElement{child, previous});
@@ -272,7 +298,7 @@ void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* t
         const uint32_t stop = FindCROrNul(text, 0, length);
         if (stop == length) {
             if (length <= kSharedBlankLimit && IsBlank(text, length)) {
-                element->m_sharedText = CXmlNodePool::ShareText(element->m_pool, std::u16string_view(text, length));
+                element->m_sharedText = CXmlNodePool::ShareText(element->Pool(), std::u16string_view(text, length));
                 if (element->m_sharedText) return;
             }
             element->m_text.assign(text, length);
@@ -295,23 +321,60 @@ bool CXmlDocument::ParseFastInfoset() {
     return reader.Parse();
 }
 
-void CXmlDocument::PlainParse() {
+void CXmlDocument::PlainParse(bool markedUtf16) {
     CExpatReader reader(this);
     reader.Initialise();
+    if (markedUtf16) {
+        static const unsigned char mark[2] = {0xFF, 0xFE};
+        reader.ParseBytes(mark, sizeof mark, false);
+    }
     reader.ParseBuffer(true);
 }
 
 void CXmlDocument::LoadXml(const char* xml) {
     Cleanup();
     if (!xml || !*xml) throw CKvException(u"XML String is empty!");
-    SetInput(reinterpret_cast<const unsigned char*>(xml), std::strlen(xml));
-    PlainParse();
+    const auto* bytes = reinterpret_cast<const unsigned char*>(xml);
+    if (m_keepInput) {
+        SetInput(bytes, std::strlen(xml));
+        PlainParse();
+        return;
+    }
+    BorrowInput(bytes, std::strlen(xml));
+    try {
+        PlainParse();
+    } catch (...) {
+        KeepBorrowedInput();
+        throw;
+    }
+    FreeInput();
 }
 
 void CXmlDocument::LoadXml(const char16_t* xml) {
     Cleanup();
     const size_t length = xml ? std::char_traits<char16_t>::length(xml) : 0;
     if (length >= UINT32_MAX / 2) throw CKvException(u"The XML input is larger than 4 GB and cannot be read");
+    if constexpr (std::endian::native == std::endian::little) {
+        if (!m_keepInput) {
+            // The text as it stands, the byte-order mark fed to the parser on its own.
+            BorrowInput(reinterpret_cast<const unsigned char*>(xml), length * 2);
+            try {
+                PlainParse(true);
+            } catch (...) {
+                FreeInput();
+                SetWideInput(xml, length);
+                throw;
+            }
+            FreeInput();
+            return;
+        }
+    }
+    SetWideInput(xml, length);
+    PlainParse();
+}
+
+void CXmlDocument::SetWideInput(const char16_t* xml, size_t length) {
+    FreeInput();
     // A little-endian byte-order mark in front makes Expat read the text as UTF-16LE.
     const size_t size = (length + 1) * 2;
     m_inputBuffer = new unsigned char[size];
@@ -326,7 +389,6 @@ void CXmlDocument::LoadXml(const char16_t* xml) {
             m_inputBuffer[3 + 2 * i] = static_cast<unsigned char>(xml[i] >> 8);
         }
     }
-    PlainParse();
 }
 
 void CXmlDocument::ParseText() {

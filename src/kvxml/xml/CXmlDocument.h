@@ -61,6 +61,12 @@ public:
     void LoadXml(const char16_t* xml);
     // Parses what the input buffer holds as XML text.
     void ParseText();
+    // Whether a successful LoadXml, LoadXmlStream or Load keeps its input in the input buffer for
+    // ParseText (on, the default). Off, strings and byte blocks are parsed where the caller holds
+    // them, with no copy, and the input buffer is empty after the load: for documents that are
+    // loaded once and read. A failed load keeps a copy of its input either way.
+    void SetKeepInput(bool keep) { m_keepInput = keep; }
+    bool GetKeepInput() const { return m_keepInput; }
     // Loading from a file, whole or in chunks as AsyncFromXmlFile selects.
     void Load(const char16_t* fileName);
     // Loading from bytes, which are copied first; a complete gzip or zlib stream is inflated.
@@ -119,8 +125,16 @@ private:
     void Init();
     // Takes a copy of the bytes as the input buffer.
     void SetInput(const unsigned char* bytes, size_t count);
+    // Without the keep-input option: the caller's bytes as the input buffer, not copied.
+    void BorrowInput(const unsigned char* bytes, size_t count);
     void FreeInput();
-    void PlainParse();
+    // After a failed parse of a borrowed input: the document takes a copy, as any failed load keeps
+    // its input.
+    void KeepBorrowedInput();
+    // The UTF-16 text as the input buffer, behind a byte-order mark.
+    void SetWideInput(const char16_t* xml, size_t length);
+    // The input as XML text; markedUtf16 feeds a UTF-16LE byte-order mark in front of it.
+    void PlainParse(bool markedUtf16 = false);
     // Reads the input as Fast Infoset if it opens as such; false, with nothing read, otherwise.
     bool ParseFastInfoset();
     // Byte input of the whole-file and stream paths: inflated when compressed, then parsed.
@@ -150,6 +164,8 @@ private:
     std::map<std::u16string, std::u16string, std::less<>> m_aliasMap;
     unsigned char* m_inputBuffer;
     uint32_t m_inputSize;
+    bool m_inputBorrowed; // the caller's bytes, not to be freed or kept past the load
+    bool m_keepInput;
     SchemaType m_schemaType;
     XmlElementFilter m_elementFilter;
     const CSerializationContext* m_context;

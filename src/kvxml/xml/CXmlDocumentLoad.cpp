@@ -39,8 +39,19 @@ bool GetAsyncFromXmlFile() { return g_asyncFromXmlFile.load(std::memory_order_re
 void CXmlDocument::LoadXmlStream(const unsigned char* bytes, uint32_t count) {
     Cleanup();
     if (bytes == nullptr || count == 0) throw CKvException(u"XML Stream is empty!");
-    SetInput(bytes, count);
-    Parse();
+    if (m_keepInput) {
+        SetInput(bytes, count);
+        Parse();
+        return;
+    }
+    BorrowInput(bytes, count);
+    try {
+        Parse();
+    } catch (...) {
+        KeepBorrowedInput();
+        throw;
+    }
+    FreeInput();
 }
 
 void CXmlDocument::Load(const char16_t* fileName) {
@@ -107,6 +118,7 @@ void CXmlDocument::TryInflate() {
 void CXmlDocument::LoadWholeFile(const char16_t* fileName) {
     ReadWholeFile(fileName);
     Parse();
+    if (!m_keepInput) FreeInput();
 }
 
 void CXmlDocument::ReadWholeFile(const char16_t* fileName) {

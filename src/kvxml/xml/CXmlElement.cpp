@@ -18,22 +18,20 @@ std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string
 } // namespace
 
 CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
-    : m_document(document),
-      m_parent(parent),
+    : m_parent(parent),
       m_nextSibling(nullptr),
       m_firstChild(nullptr),
       m_lastChild(nullptr),
       m_sharedText(nullptr),
-      m_pool(document ? document->NodePool() : nullptr),
+      m_poolBits(reinterpret_cast<uintptr_t>(document ? document->NodePool() : nullptr)),
       m_localName(CXmlNodePool::EmptyName()),
       m_namespaceURI(CXmlNodePool::EmptyName()) {
-    if (m_pool) m_pool->AddRef();
+    if (Pool()) Pool()->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
 
 CXmlElement::CXmlElement(const CXmlElement& other)
     : CInstanceMonitor(other),
-      m_document(other.m_document),
       m_parent(other.m_parent),
       m_nextSibling(other.m_nextSibling),
       m_firstChild(other.m_firstChild),
@@ -41,10 +39,10 @@ CXmlElement::CXmlElement(const CXmlElement& other)
       m_attributes(other.m_attributes),
       m_text(other.m_text),
       m_sharedText(other.m_sharedText),
-      m_pool(other.m_pool),
+      m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
       m_localName(CXmlNodePool::CopyName(other.m_localName)),
       m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
-    if (m_pool) m_pool->AddRef();
+    if (Pool()) Pool()->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
 
@@ -55,16 +53,16 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     m_text = other.m_text;
     m_sharedText = other.m_sharedText;
     m_attributes = other.m_attributes;
-    if (other.m_pool) other.m_pool->AddRef();
+    if (other.Pool()) other.Pool()->AddRef();
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
-    if (m_pool) m_pool->Release();
-    m_document = other.m_document;
+    if (Pool()) Pool()->Release();
     m_parent = other.m_parent;
     m_nextSibling = other.m_nextSibling;
     m_firstChild = other.m_firstChild;
     m_lastChild = other.m_lastChild;
-    m_pool = other.m_pool;
+    // The pool (and so the document) changes, the origin of this node's block does not.
+    m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
     m_localName = localName;
     m_namespaceURI = namespaceURI;
     return *this;
@@ -89,15 +87,28 @@ CXmlElement::~CXmlElement() {
     for (CXmlAttribute* attribute : m_attributes) delete attribute;
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
-    if (m_pool) m_pool->Release();
+    if (Pool()) Pool()->Release();
     g_liveElements.fetch_sub(1, std::memory_order_relaxed);
 }
 
 void* CXmlElement::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
 void* CXmlElement::operator new(size_t size, CXmlNodePool* pool) { return CXmlNodePool::Allocate(size, pool); }
-void CXmlElement::operator delete(void* block, size_t size) { CXmlNodePool::Free(block, size); }
-void CXmlElement::operator delete(void* block, CXmlNodePool*) { CXmlNodePool::Free(block, sizeof(CXmlElement)); }
+
+void CXmlElement::operator delete(CXmlElement* element, std::destroying_delete_t) {
+    // Read before the destructor runs; the block holds its pool until it is freed.
+    CXmlNodePool* blockPool = (element->m_poolBits & 1) ? element->Pool() : nullptr;
+    element->~CXmlElement();
+    CXmlNodePool::Free(element, sizeof(CXmlElement), blockPool);
+}
+
+void CXmlElement::operator delete(void* block, CXmlNodePool* pool) {
+    CXmlNodePool::Free(block, sizeof(CXmlElement), pool);
+}
 static_assert(alignof(CXmlElement) <= 8, "pool blocks are aligned to 8 bytes");
+static_assert(CXmlNodePool::Pooled(sizeof(CXmlElement)) && CXmlNodePool::Pooled(sizeof(CXmlAttribute)),
+              "the tree's nodes come from the pool");
+
+CXmlDocument* CXmlElement::GetDocument() const { return Pool() ? Pool()->GetDocument() : nullptr; }
 
 int64_t CXmlElement::GetLiveElementCount() { return g_liveElements.load(std::memory_order_relaxed); }
 
@@ -130,7 +141,7 @@ void CXmlElement::SetElementName(std::u16string_view name) { SetElementNameHinte
 
 void CXmlElement::SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint) {
     const CXmlNodeName old = m_localName;
-    m_localName = CXmlNodePool::MakeName(m_pool, name, hint);
+    m_localName = CXmlNodePool::MakeName(Pool(), name, hint);
     CXmlNodePool::DropName(old);
 }
 
@@ -140,7 +151,7 @@ void CXmlElement::SetNamespace(std::u16string_view namespaceURI) { SetNamespaceH
 
 void CXmlElement::SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint) {
     const CXmlNodeName old = m_namespaceURI;
-    m_namespaceURI = CXmlNodePool::MakeName(m_pool, namespaceURI, hint);
+    m_namespaceURI = CXmlNodePool::MakeName(Pool(), namespaceURI, hint);
     CXmlNodePool::DropName(old);
 }
 
@@ -149,7 +160,8 @@ void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value, cons
 }
 
 void CXmlElement::AddAttribute(std::u16string_view name, std::u16string_view value, std::u16string_view namespaceURI) {
-    std::unique_ptr<CXmlAttribute> attribute(new (m_pool) CXmlAttribute(this, name, value, namespaceURI));
+    std::unique_ptr<CXmlAttribute> attribute(new (Pool()) CXmlAttribute(this, name, value, namespaceURI));
+    attribute->MarkPooledBlock();
     m_attributes.push_back(attribute.get());
     attribute.release();
 }
@@ -173,7 +185,11 @@ void CXmlElement::AppendText(const char16_t* text, size_t length) {
 }
 
 CXmlElement* CXmlElement::CreateNewChildElement() {
-    CXmlElement* child = new (m_pool) CXmlElement(m_document, this);
+    // The child takes the document's pool, and so its block comes from there; a node whose
+    // document is gone has no pool any more.
+    CXmlDocument* document = GetDocument();
+    CXmlElement* child = new (document ? Pool() : nullptr) CXmlElement(document, this);
+    child->MarkPooledBlock();
     if (m_lastChild)
         m_lastChild->m_nextSibling = child;
     else
@@ -197,8 +213,9 @@ CXmlElement* CXmlElement::RemoveLastChildElement() {
 }
 
 std::u16string CXmlElement::GetQName() const {
-    if (m_document && !m_namespaceURI.Get().empty()) {
-        std::u16string alias = m_document->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
+    const CXmlDocument* document = GetDocument();
+    if (document && !m_namespaceURI.Get().empty()) {
+        std::u16string alias = document->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
         if (!alias.empty()) {
             alias += u':';
             alias += m_localName.Get();

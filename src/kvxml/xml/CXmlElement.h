@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,11 +35,12 @@ public:
     // Tree nodes come from the document's block pool; any node may still be deleted plainly.
     static void* operator new(size_t size);
     static void* operator new(size_t size, CXmlNodePool* pool);
-    static void operator delete(void* block, size_t size);
+    // The block goes back where it came from, which the node itself knows.
+    static void operator delete(CXmlElement* element, std::destroying_delete_t);
     static void operator delete(void* block, CXmlNodePool* pool);
 
-    // Read side.
-    CXmlDocument* GetDocument() const { return m_document; }
+    // Read side. Null once the document is gone.
+    CXmlDocument* GetDocument() const;
     CXmlElement* GetParentElm() const { return m_parent; }
     CXmlElement* GetFirstElement() const { return m_firstChild; }
     CXmlElement* GetNextSiblingElement() const { return m_nextSibling; }
@@ -78,7 +80,13 @@ private:
     void SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint);
     friend class CXmlAttribute;
 
-    CXmlDocument* m_document;
+    // The document's pool, with the low bit set when the node's block came from it.
+    CXmlNodePool* Pool() const { return reinterpret_cast<CXmlNodePool*>(m_poolBits & ~static_cast<uintptr_t>(1)); }
+    // For the nodes the tree builds with new (Pool()).
+    void MarkPooledBlock() {
+        if (m_poolBits) m_poolBits |= 1;
+    }
+
     CXmlElement* m_parent;
     CXmlElement* m_nextSibling;
     CXmlElement* m_firstChild;
@@ -88,8 +96,8 @@ private:
     // Set instead of m_text for text of blanks only, mostly the indentation between children:
     // it repeats all over a document and is held once, in the pool.
     const std::u16string* m_sharedText;
-    // Interned in the pool when there is one and it has room, else owned.
-    CXmlNodePool* m_pool;
+    // The pool of the document, which also holds the names when it has room (else they are owned).
+    uintptr_t m_poolBits;
     CXmlNodeName m_localName;
     CXmlNodeName m_namespaceURI;
 };

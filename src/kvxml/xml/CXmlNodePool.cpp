@@ -24,22 +24,13 @@
 
 namespace KvXmlLib16 {
 
-namespace {
-
-// In front of each block: its pool, or null for a block of the heap.
-struct BlockHeader {
-    CXmlNodePool* pool;
-};
-static_assert(sizeof(BlockHeader) == 8);
-
-} // namespace
-
 struct CXmlNodePool::Slab {
     Slab* next;
 };
 
-CXmlNodePool::CXmlNodePool()
-    : m_slabs(nullptr),
+CXmlNodePool::CXmlNodePool(CXmlDocument* document)
+    : m_document(document),
+      m_slabs(nullptr),
       m_cursor(nullptr),
       m_end(nullptr),
       m_freeLists{},
@@ -50,7 +41,7 @@ CXmlNodePool::CXmlNodePool()
 
 CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
 
-CXmlNodePool* CXmlNodePool::Create() { return new CXmlNodePool(); }
+CXmlNodePool* CXmlNodePool::Create(CXmlDocument* document) { return new CXmlNodePool(document); }
 
 void CXmlNodePool::ReleaseSlabs() {
     while (m_slabs) {
@@ -63,18 +54,11 @@ void CXmlNodePool::ReleaseSlabs() {
     for (void*& list : m_freeLists) list = nullptr;
 }
 
-size_t CXmlNodePool::BlockSize(size_t size) {
-    return (sizeof(BlockHeader) + size + kGranule - 1) / kGranule * kGranule;
-}
-
 void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
-    const size_t blockSize = BlockSize(size);
-    if (pool && blockSize / kGranule < kSlots) return pool->AllocateBlock(blockSize);
-    void* memory = std::malloc(sizeof(BlockHeader) + size);
+    if (pool && Pooled(size)) return pool->AllocateBlock(BlockSize(size));
+    void* memory = std::malloc(size != 0 ? size : 1);
     if (!memory) throw std::bad_alloc();
-    auto* header = static_cast<BlockHeader*>(memory);
-    header->pool = nullptr;
-    return header + 1;
+    return memory;
 }
 
 void* CXmlNodePool::AllocateBlock(size_t blockSize) {
@@ -100,26 +84,23 @@ void* CXmlNodePool::AllocateBlock(size_t blockSize) {
         m_cursor += blockSize;
         KVXML_UNPOISON(block, blockSize);
     }
-    auto* header = static_cast<BlockHeader*>(block);
-    header->pool = this;
     ++m_references;
-    return header + 1;
+    return block;
 }
 
-void CXmlNodePool::Free(void* block, size_t size) {
+void CXmlNodePool::Free(void* block, size_t size, CXmlNodePool* pool) {
     if (!block) return;
-    BlockHeader* header = static_cast<BlockHeader*>(block) - 1;
-    if (header->pool)
-        header->pool->FreeBlock(header, BlockSize(size));
+    if (pool && Pooled(size))
+        pool->FreeBlock(block, BlockSize(size));
     else
-        std::free(header);
+        std::free(block);
 }
 
-void CXmlNodePool::FreeBlock(void* header, size_t blockSize) {
+void CXmlNodePool::FreeBlock(void* block, size_t blockSize) {
     const size_t slot = blockSize / kGranule;
-    *static_cast<void**>(header) = m_freeLists[slot];
-    m_freeLists[slot] = header;
-    KVXML_POISON(header, blockSize);
+    *static_cast<void**>(block) = m_freeLists[slot];
+    m_freeLists[slot] = block;
+    KVXML_POISON(block, blockSize);
     Release();
 }
 
@@ -129,6 +110,7 @@ void CXmlNodePool::Release() {
 
 void CXmlNodePool::Detach() {
     m_attached = false;
+    m_document = nullptr;
     if (m_references == 0) delete this;
 }
 

@@ -11,24 +11,30 @@
 
 namespace KvXmlLib16 {
 
+class CXmlDocument;
+
 // Memory of one document's tree. A load creates about one element and a few attributes per
 // hundred bytes of input, and nearly all of them repeat a handful of names and namespace URIs.
 // So nodes come from slabs instead of the heap, and names are held once, here, with the nodes
 // pointing at them: loading allocates little beyond the text itself.
 //
-// Every node block, pooled or not, is preceded by a header naming its pool (null for the heap),
-// so one operator delete serves both and a node may be deleted wherever the tree hands it. Freed
-// blocks go to a free list and are reused, which keeps the filter path in constant memory.
+// A node knows whether its block came from the pool or the heap and says so when it is freed, so
+// blocks carry no header. Freed blocks go to a free list and are reused, which keeps the filter
+// path in constant memory.
 // The pool counts its blocks and the nodes that use its names, and outlives its document while
 // any is alive (a removed child the caller kept). Like the tree, it belongs to one thread at a time.
 class CXmlNodePool {
 public:
-    static CXmlNodePool* Create();
+    // The pool of the document's tree; the document is known until it detaches.
+    static CXmlNodePool* Create(CXmlDocument* document);
+    CXmlDocument* GetDocument() const { return m_document; }
 
     // Heap or pool, as the pool is null or not; the result is aligned to 8 bytes, enough for
-    // the nodes. Free takes the size the block was allocated with.
+    // the nodes. Free takes the size and pool the block was allocated with.
     static void* Allocate(size_t size, CXmlNodePool* pool);
-    static void Free(void* block, size_t size);
+    static void Free(void* block, size_t size, CXmlNodePool* pool);
+    // Whether Allocate serves a block of this size from a pool.
+    static constexpr bool Pooled(size_t size) { return BlockSize(size) / kGranule < kSlots; }
 
     void AddRef() { ++m_references; }
     void Release();
@@ -57,11 +63,11 @@ public:
     }
 
 private:
-    CXmlNodePool();
+    explicit CXmlNodePool(CXmlDocument* document);
     ~CXmlNodePool();
-    static size_t BlockSize(size_t size);
+    static constexpr size_t BlockSize(size_t size) { return (size + kGranule - 1) / kGranule * kGranule; }
     void* AllocateBlock(size_t blockSize);
-    void FreeBlock(void* header, size_t blockSize);
+    void FreeBlock(void* block, size_t blockSize);
     void ReleaseSlabs();
     // Null when the pool has no room for another name.
     const std::u16string* Intern(std::u16string_view text);
@@ -84,6 +90,7 @@ private:
     };
 
     struct Slab;
+    CXmlDocument* m_document;
     Slab* m_slabs;
     unsigned char* m_cursor;
     unsigned char* m_end;
