@@ -1,5 +1,8 @@
 #include "kvxml/values/CWhitespaceUtils.h"
 
+#include <bit>
+#include <cstring>
+#include <initializer_list>
 #include <utility>
 
 #include "kvxml/base/CKvException.h"
@@ -8,13 +11,46 @@ namespace KvXmlLib16 {
 
 namespace {
 
-bool HasCarriageReturn(const std::u16string& text) { return text.find(u'\r') != std::u16string::npos; }
+// Bit c is set for each character c (all below 64) that a rule may change.
+constexpr uint64_t Bits(std::initializer_list<char16_t> chars) {
+    uint64_t bits = 0;
+    for (char16_t c : chars) bits |= uint64_t(1) << c;
+    return bits;
+}
+constexpr uint64_t kReplaceable = Bits({u'\t', u'\r', u'\n'});
+constexpr uint64_t kCollapsible = Bits({u'\0', u'\t', u'\r', u'\n', u' '});
+constexpr uint64_t kCarriageReturn = Bits({u'\r'});
 
-bool HasReplaceable(const std::u16string& text) {
-    for (char16_t c : text)
-        if (c == u'\t' || c == u'\r' || c == u'\n') return true;
+template <uint64_t kBits>
+bool IsAnyOf(char16_t c) {
+    return c < 64 && ((kBits >> c) & 1) != 0;
+}
+
+// Most values have no character as low as those of kBits at all, so four characters are tested
+// at once for one that low; only a group that has one is looked at character by character.
+template <uint64_t kBits>
+bool HasAnyOf(const std::u16string& text) {
+    constexpr uint64_t kLanes = 0x0001000100010001ULL;
+    constexpr uint64_t kHighBits = 0x8000800080008000ULL;
+    constexpr uint64_t kLimit = std::bit_width(kBits); // each character of kBits is below this
+    const char16_t* p = text.data();
+    const size_t n = text.size();
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        uint64_t group;
+        std::memcpy(&group, p + i, sizeof group);
+        // Non-zero whenever a lane is below kLimit (it may also be for others, never the reverse).
+        if (((group - kLanes * kLimit) & ~group & kHighBits) == 0) continue;
+        if (IsAnyOf<kBits>(p[i]) || IsAnyOf<kBits>(p[i + 1]) || IsAnyOf<kBits>(p[i + 2]) || IsAnyOf<kBits>(p[i + 3]))
+            return true;
+    }
+    for (; i < n; ++i)
+        if (IsAnyOf<kBits>(p[i])) return true;
     return false;
 }
+
+bool HasReplaceable(const std::u16string& text) { return HasAnyOf<kReplaceable>(text); }
+bool HasCarriageReturn(const std::u16string& text) { return HasAnyOf<kCarriageReturn>(text); }
 
 // CR LF and lone CR become LF. Stops at the first NUL: the result is cut there anyway.
 std::u16string PreserveCore(const char16_t* p, size_t n) {
@@ -106,13 +142,9 @@ const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, co
         return scratch;
     case WhitespaceRule_Collapse:
         // Collapse changes nothing only where no blank and no NUL occurs.
-        for (char16_t c : text) {
-            if (c == 0 || IsWhiteSpace(c)) {
-                scratch = Collapse(text);
-                return scratch;
-            }
-        }
-        return text;
+        if (!HasAnyOf<kCollapsible>(text)) return text;
+        scratch = Collapse(text);
+        return scratch;
     }
     throw CKvException(u"Unknown WhitespaceRule");
 }
