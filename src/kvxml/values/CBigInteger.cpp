@@ -59,9 +59,7 @@ CBigInteger::CBigInteger(const CDecimal& value) : CBigInteger(value.ToBigInteger
 CBigInteger::CBigInteger(const char16_t* text) : m_sign(1), m_digits(1, char16_t(0)) { Parse(text); }
 
 CBigInteger::CBigInteger(const CBigInteger& other) = default;
-CBigInteger::CBigInteger(CBigInteger&& other) noexcept = default;
 CBigInteger& CBigInteger::operator=(const CBigInteger& other) = default;
-CBigInteger& CBigInteger::operator=(CBigInteger&& other) noexcept = default;
 CBigInteger::~CBigInteger() = default;
 
 CBigInteger::CBigInteger(int32_t sign, const Digits& digits) : m_sign(sign), m_digits(digits) {}

@@ -44,9 +44,10 @@ public:
     CBigInteger(const CDecimal& value);
     CBigInteger(const char16_t* text);
     CBigInteger(const CBigInteger& other);
-    CBigInteger(CBigInteger&& other) noexcept;
+    // Moves are inline: values read into objects pass through a few of them each.
+    CBigInteger(CBigInteger&& other) noexcept = default;
     CBigInteger& operator=(const CBigInteger& other);
-    CBigInteger& operator=(CBigInteger&& other) noexcept;
+    CBigInteger& operator=(CBigInteger&& other) noexcept = default;
     virtual ~CBigInteger();
 
     // A text of only digits, signs and blanks is read leniently: the last run of digits counts and a

@@ -57,9 +57,7 @@ CDecimal::CDecimal(const CBigInteger& integerPart, const CBigInteger& fractionPa
     : m_integerPart(integerPart), m_fractionPart(fractionPart), m_fractionDivider(divider) {}
 
 CDecimal::CDecimal(const CDecimal& other) = default;
-CDecimal::CDecimal(CDecimal&& other) noexcept = default;
 CDecimal& CDecimal::operator=(const CDecimal& other) = default;
-CDecimal& CDecimal::operator=(CDecimal&& other) noexcept = default;
 CDecimal::~CDecimal() = default;
 
 // ---------------------------------------------------------------------------------------------

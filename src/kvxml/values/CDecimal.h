@@ -33,9 +33,9 @@ public:
     CDecimal(double value);
     CDecimal(const char16_t* text);
     CDecimal(const CDecimal& other);
-    CDecimal(CDecimal&& other) noexcept;
+    CDecimal(CDecimal&& other) noexcept = default;
     CDecimal& operator=(const CDecimal& other);
-    CDecimal& operator=(CDecimal&& other) noexcept;
+    CDecimal& operator=(CDecimal&& other) noexcept = default;
     virtual ~CDecimal();
 
     // Integer part, ".", the fraction padded to the divider; just the integer part when the
