@@ -27,6 +27,11 @@ const RuleCase kRuleCases[] = {
     {W::WhitespaceRule_Collapse, u"a\v\fb", u"a\v\fb"},               // only the four blanks count
     {W::WhitespaceRule_Collapse, std::u16string(u"a \0b", 4), u"a "}, // trailing blank goes before the cut
     {W::WhitespaceRule_Collapse, std::u16string(u"ab\0c", 4), u"ab"},
+    // Four characters are tested at once: changes at each place of a group and after the last one.
+    {W::WhitespaceRule_Preserve, u"abc\rdefg\r", u"abc\ndefg\n"}, {W::WhitespaceRule_Replace, u"\u8000bcd\te", u"\u8000bcd e"},
+    {W::WhitespaceRule_Collapse, u"\uffff\u8021!!!", u"\uffff\u8021!!!"},
+    {W::WhitespaceRule_Collapse, u"\uffff\u8021!\t!", u"\uffff\u8021! !"},
+    {W::WhitespaceRule_Preserve, u"\u800d\u000e\u8000 ", u"\u800d\u000e\u8000 "},
 };
 // clang-format on
 
