@@ -135,7 +135,7 @@ def speedup_row(title, key, new, reference, goal):
     m = med(rs)
     ns = lambda s: fmt(med([x["cpu"] for x in s]) * 1e9 if s else None, 1)
     rows.append((title, fmt(m), " ".join(fmt(x) for x in rs) or "n/a", f"≥ {goal:g}", goal_met(m, goal, False),
-                 f"{ns(a)} / {ns(b)} ns per iteration"))
+                 f"{ns(b)} / {ns(a)} ns per iteration"))
 
 
 ratio_row("tree load / Expat floor", "read", "BM_LoadTree/1", "BM_ExpatFloor/1", 1.5)
