@@ -522,15 +522,20 @@ private:
             if (Local(particle) == "group") m_groupClasses[model] = g;
             AddChildren(g, mdoc, model);
         }
+        AddGroupMember(c, g, Required(g), g->m_recordName, min, max);
+    }
+
+    // A member for a class without an element of its own (a model group or a substitution choice).
+    void AddGroupMember(ClassDef* c, ClassDef* g, bool contentRequired, const std::string& prop, int min, int max) {
         Member m;
         m.m_xmlName = g->m_recordName;
         m.m_xmlNs = g->m_recordNs;
         m.m_kind = Kind::Cls;
         m.m_class = g;
         m.m_elementType = 2;
-        m.m_contentRequired = Required(g);
+        m.m_contentRequired = contentRequired;
         SetOccurs(c, m, min, max);
-        m.m_prop = UniqueProp(c, m.m_occ == Occ::Col ? Plural(g->m_recordName) : g->m_recordName);
+        m.m_prop = UniqueProp(c, m.m_occ == Occ::Col ? Plural(prop) : prop);
         c->m_members.push_back(m);
     }
 
@@ -693,16 +698,7 @@ private:
     void AddSubstitution(ClassDef* c, const Comp& head, const std::vector<const Comp*>& members, int min, int max) {
         const auto known = m_substitutionClasses.find(head.m_node);
         ClassDef* g = known != m_substitutionClasses.end() ? known->second : SubstitutionClass(head, members);
-        Member m;
-        m.m_xmlName = g->m_recordName;
-        m.m_xmlNs = g->m_recordNs;
-        m.m_kind = Kind::Cls;
-        m.m_class = g;
-        m.m_elementType = 2;
-        m.m_contentRequired = true;
-        SetOccurs(c, m, min, max);
-        m.m_prop = UniqueProp(c, m.m_occ == Occ::Col ? Plural(Identifier(head.m_name)) : Identifier(head.m_name));
-        c->m_members.push_back(m);
+        AddGroupMember(c, g, true, Identifier(head.m_name), min, max);
     }
 
     ClassDef* SubstitutionClass(const Comp& head, const std::vector<const Comp*>& members) {
