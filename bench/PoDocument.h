@@ -17,6 +17,7 @@
 #include <string>
 
 #include "kvxml/binding/CSerializationContext.h"
+#include "po.h"
 
 namespace BenchDoc {
 
@@ -73,6 +74,20 @@ inline const KvXmlLib16::CSerializationContext& PoContext() {
         return c;
     }();
     return context;
+}
+
+// Reads the document into fresh objects once per iteration. The objects belong to the caller
+// afterwards: freeing them is not part of reading and stays outside the timing.
+template <class Read>
+void TimeReads(benchmark::State& state, Read read) {
+    for (auto _ : state) {
+        KvXmlLib16::CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
+        read(*orders);
+        benchmark::DoNotOptimize(orders->GetOrders()->GetCount());
+        state.PauseTiming();
+        orders = nullptr;
+        state.ResumeTiming();
+    }
 }
 
 namespace Detail {

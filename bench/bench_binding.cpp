@@ -39,28 +39,14 @@ void BM_BindOnly(benchmark::State& state) {
     CXmlDocument document(PoContext());
     document.LoadXml(PoDocument().c_str());
     CXmlElement* root = document.GetDocumentElement();
-    for (auto _ : state) {
-        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
-        orders->FromXml_Int(root, root->GetFirstElement(), PoContext(), false);
-        benchmark::DoNotOptimize(orders->GetOrders()->GetCount());
-        // The objects belong to the caller afterwards: freeing them is not part of reading.
-        state.PauseTiming();
-        orders = nullptr;
-        state.ResumeTiming();
-    }
+    BenchDoc::TimeReads(
+        state, [&](GeneratedPo::COrders& o) { o.FromXml_Int(root, root->GetFirstElement(), PoContext(), false); });
     BenchDoc::SetRate(state);
 }
 
 void BM_FromXml(benchmark::State& state) {
     if (!BenchDoc::Ready(state)) return;
-    for (auto _ : state) {
-        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
-        orders->FromXml(PoDocument().c_str(), PoContext());
-        benchmark::DoNotOptimize(orders->GetOrders()->GetCount());
-        state.PauseTiming();
-        orders = nullptr;
-        state.ResumeTiming();
-    }
+    BenchDoc::TimeReads(state, [](GeneratedPo::COrders& o) { o.FromXml(PoDocument().c_str(), PoContext()); });
     BenchDoc::SetRate(state);
 }
 

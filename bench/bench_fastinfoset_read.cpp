@@ -64,25 +64,13 @@ void Finish(benchmark::State& state, size_t inputBytes) {
 void BM_FromXml(benchmark::State& state) {
     if (!Ready(state)) return;
     const Documents& d = TheDocuments();
-    for (auto _ : state) {
-        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
-        orders->FromXml(d.xml.c_str(), d.plain);
-        state.PauseTiming();
-        orders = nullptr;
-        state.ResumeTiming();
-    }
+    BenchDoc::TimeReads(state, [&](GeneratedPo::COrders& o) { o.FromXml(d.xml.c_str(), d.plain); });
     Finish(state, d.xml.size());
 }
 
 void FromFastInfoset(benchmark::State& state, const CBinaryData& data, const CSerializationContext& context) {
     if (!Ready(state)) return;
-    for (auto _ : state) {
-        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
-        orders->FromXmlStream(data, context);
-        state.PauseTiming();
-        orders = nullptr;
-        state.ResumeTiming();
-    }
+    BenchDoc::TimeReads(state, [&](GeneratedPo::COrders& o) { o.FromXmlStream(data, context); });
     Finish(state, data.GetLength());
 }
 

@@ -63,14 +63,7 @@ template <class Read>
 void ReadInto(benchmark::State& state, Read read) {
     if (!Ready(state)) return;
     const CSerializationContext& context = BenchDoc::PoContext();
-    for (auto _ : state) {
-        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
-        read(*orders, context);
-        benchmark::DoNotOptimize(orders->GetOrders()->GetCount());
-        state.PauseTiming();
-        orders = nullptr;
-        state.ResumeTiming();
-    }
+    BenchDoc::TimeReads(state, [&](GeneratedPo::COrders& o) { read(o, context); });
     Bytes(state);
 }
 

@@ -94,15 +94,7 @@ template <class Read>
 void ReadBenchmark(benchmark::State& state, Read read) {
     if (!BenchDoc::Ready(state)) return;
     TheDocuments();
-    for (auto _ : state) {
-        CSmartPtr<GeneratedPo::COrders> orders = new GeneratedPo::COrders();
-        read(*orders);
-        benchmark::DoNotOptimize(orders->GetOrders()->GetCount());
-        // The objects belong to the caller afterwards: freeing them is not part of reading.
-        state.PauseTiming();
-        orders = nullptr;
-        state.ResumeTiming();
-    }
+    BenchDoc::TimeReads(state, read);
     BenchDoc::SetRate(state);
 }
 
