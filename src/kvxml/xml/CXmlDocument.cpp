@@ -334,15 +334,19 @@ void CXmlDocument::PlainParse(bool markedUtf16) {
 void CXmlDocument::LoadXml(const char* xml) {
     Cleanup();
     if (!xml || !*xml) throw CKvException(u"XML String is empty!");
-    const auto* bytes = reinterpret_cast<const unsigned char*>(xml);
+    ParseCallerBytes(reinterpret_cast<const unsigned char*>(xml), std::strlen(xml), true);
+}
+
+void CXmlDocument::ParseCallerBytes(const unsigned char* bytes, size_t count, bool plain) {
+    const auto parse = [&] { plain ? PlainParse() : Parse(); };
     if (m_keepInput) {
-        SetInput(bytes, std::strlen(xml));
-        PlainParse();
+        SetInput(bytes, count);
+        parse();
         return;
     }
-    BorrowInput(bytes, std::strlen(xml));
+    BorrowInput(bytes, count);
     try {
-        PlainParse();
+        parse();
     } catch (...) {
         KeepBorrowedInput();
         throw;

@@ -131,6 +131,9 @@ private:
     // After a failed parse of a borrowed input: the document takes a copy, as any failed load keeps
     // its input.
     void KeepBorrowedInput();
+    // The caller's bytes parsed as plain XML text or, plain false, as any byte input: copied first
+    // with the keep-input option, else read where they are and copied only if the parse fails.
+    void ParseCallerBytes(const unsigned char* bytes, size_t count, bool plain);
     // The UTF-16 text as the input buffer, behind a byte-order mark.
     void SetWideInput(const char16_t* xml, size_t length);
     // The input as XML text; markedUtf16 feeds a UTF-16LE byte-order mark in front of it.

@@ -39,19 +39,7 @@ bool GetAsyncFromXmlFile() { return g_asyncFromXmlFile.load(std::memory_order_re
 void CXmlDocument::LoadXmlStream(const unsigned char* bytes, uint32_t count) {
     Cleanup();
     if (bytes == nullptr || count == 0) throw CKvException(u"XML Stream is empty!");
-    if (m_keepInput) {
-        SetInput(bytes, count);
-        Parse();
-        return;
-    }
-    BorrowInput(bytes, count);
-    try {
-        Parse();
-    } catch (...) {
-        KeepBorrowedInput();
-        throw;
-    }
-    FreeInput();
+    ParseCallerBytes(bytes, count, false);
 }
 
 void CXmlDocument::Load(const char16_t* fileName) {
