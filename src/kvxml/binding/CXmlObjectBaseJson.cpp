@@ -20,6 +20,13 @@ namespace KvXmlLib16 {
 
 namespace {
 
+// The XML text that a JSON input maps to; the document that maps it is gone before the text is read.
+template <class Load>
+CBinaryData JsonAsXml(const CSerializationContext& context, Load load) {
+    CXmlDocument document(context);
+    return load(document);
+}
+
 // The frame shared by every JSON output: options, '{', the object as the one member, '}', then
 // the stream is closed and an element left open fails the call.
 void WriteJsonDocument(const CXmlObjectBase& object, CTextStream& stream, bool formatted, EOLType eolType,
@@ -75,12 +82,7 @@ void CXmlObjectBase::ToJsonFile(const char16_t* fileName, bool formatted, XmlEnc
 }
 
 void CXmlObjectBase::FromJsonFile(const char16_t* fileName, const CSerializationContext& context) {
-    CBinaryData xml;
-    {
-        CXmlDocument document(context);
-        xml = document.LoadJsonFile(fileName);
-    }
-    FromJson_Int(xml, context);
+    FromJson_Int(JsonAsXml(context, [&](CXmlDocument& document) { return document.LoadJsonFile(fileName); }), context);
 }
 
 void CXmlObjectBase::FromJsonStream(const CBinaryData& data, const CSerializationContext& context) {
@@ -88,30 +90,16 @@ void CXmlObjectBase::FromJsonStream(const CBinaryData& data, const CSerializatio
 }
 
 void CXmlObjectBase::FromJsonStream(const unsigned char* bytes, uint32_t count, const CSerializationContext& context) {
-    CBinaryData xml;
-    {
-        CXmlDocument document(context);
-        xml = document.LoadJsonStream(bytes, count);
-    }
-    FromJson_Int(xml, context);
+    FromJson_Int(JsonAsXml(context, [&](CXmlDocument& document) { return document.LoadJsonStream(bytes, count); }),
+                 context);
 }
 
 void CXmlObjectBase::FromJson(const char16_t* json, const CSerializationContext& context) {
-    CBinaryData xml;
-    {
-        CXmlDocument document(context);
-        xml = document.LoadJson(json);
-    }
-    FromJson_Int(xml, context);
+    FromJson_Int(JsonAsXml(context, [&](CXmlDocument& document) { return document.LoadJson(json); }), context);
 }
 
 void CXmlObjectBase::FromJson(const char* json, const CSerializationContext& context) {
-    CBinaryData xml;
-    {
-        CXmlDocument document(context);
-        xml = document.LoadJson(json);
-    }
-    FromJson_Int(xml, context);
+    FromJson_Int(JsonAsXml(context, [&](CXmlDocument& document) { return document.LoadJson(json); }), context);
 }
 
 void CXmlObjectBase::FromJson_Int(const CBinaryData& xml, const CSerializationContext& context) {
