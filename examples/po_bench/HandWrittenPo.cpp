@@ -63,7 +63,7 @@ void CCustomer::AccessProperty(int32_t index, bool get, KvVariant& value) {
     if (get)
         value.SetString(*text);
     else
-        *text = value.GetString();
+        *text = value.TakeString();
 }
 
 // ---- CItem ------------------------------------------------------------------------------------
@@ -103,7 +103,7 @@ void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
         if (get)
             value.SetString(m_description);
         else
-            m_description = value.GetString();
+            m_description = value.TakeString();
         return;
     case 1:
         if (get)
@@ -115,7 +115,7 @@ void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
         if (get)
             value.SetString(m_sku);
         else
-            m_sku = value.GetString();
+            m_sku = value.TakeString();
         return;
     case 3:
         if (get)
@@ -243,7 +243,7 @@ void COrder::AccessProperty(int32_t index, bool get, KvVariant& value) {
         if (get)
             value.SetString(m_id);
         else
-            m_id = value.GetString();
+            m_id = value.TakeString();
         return;
     case 5:
         if (get)

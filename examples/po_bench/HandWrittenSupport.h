@@ -59,9 +59,9 @@ inline KvXmlLib16::CPrimitiveRestrictions Pattern(const char16_t* pattern) {
 inline void GetString(const std::optional<std::u16string>& field, KvXmlLib16::KvVariant& value) {
     if (field) value.SetString(*field);
 }
-inline void SetString(std::optional<std::u16string>& field, const KvXmlLib16::KvVariant& value) {
+inline void SetString(std::optional<std::u16string>& field, KvXmlLib16::KvVariant& value) {
     if (value.GetTypeAsEnum() == KvXmlLib16::ItemType_string && !value.IsNil())
-        field = value.GetString();
+        field = value.TakeString();
     else
         field.reset();
 }

@@ -139,6 +139,22 @@ TEST(Variant, SelfAssignmentReleasesTheValue) {
     EXPECT_FALSE(v.IsValid());
 }
 
+// Only the reading engine's own carrier hands its string over; a caller's variant, or a copy of
+// the carrier, still holds the value after a property took it.
+TEST(Variant, OnlyATransientVariantGivesUpItsString) {
+    KvVariant carrier;
+    carrier.SetString(u"long enough to live on the heap");
+    KvVariant copy(carrier);
+    carrier.SetTransient();
+    KvVariant copyOfCarrier(carrier);
+    for (KvVariant* kept : {&copy, &copyOfCarrier}) {
+        EXPECT_EQ(kept->TakeString(), u"long enough to live on the heap");
+        EXPECT_EQ(kept->GetString(), u"long enough to live on the heap");
+    }
+    EXPECT_EQ(carrier.TakeString(), u"long enough to live on the heap");
+    EXPECT_EQ(carrier.GetTypeAsEnum(), ItemType_string);
+}
+
 TEST(Variant, FromStringLeavesTheVariantOnFailure) {
     KvVariant v;
     v.SetString(u"keep");

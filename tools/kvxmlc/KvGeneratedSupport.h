@@ -66,7 +66,7 @@ struct Value;
     struct Value<KvXmlLib16::kind> {                               \
         typedef type Type;                                         \
         static void Put(KvVariant& v, const Type& x) { v.set(x); } \
-        static Type Take(const KvVariant& v) { return v.get(); }   \
+        static Type Take(KvVariant& v) { return v.get(); }         \
     };
 KVXMLC_VALUE(ItemType_hexBinary, KvXmlLib16::CBinaryData, SetHexBinary, GetHexBinary)
 KVXMLC_VALUE(ItemType_base64Binary, KvXmlLib16::CBinaryData, SetBase64Binary, GetBase64Binary)
@@ -90,7 +90,7 @@ KVXMLC_VALUE(ItemType_date, KvXmlLib16::CDateTime, SetDate, GetDate)
 KVXMLC_VALUE(ItemType_datetime, KvXmlLib16::CDateTime, SetDateTime, GetDateTime)
 KVXMLC_VALUE(ItemType_time, KvXmlLib16::CDateTime, SetTime, GetTime)
 KVXMLC_VALUE(ItemType_char, char16_t, SetChar, GetChar)
-KVXMLC_VALUE(ItemType_string, std::u16string, SetString, GetString)
+KVXMLC_VALUE(ItemType_string, std::u16string, SetString, TakeString)
 KVXMLC_VALUE(ItemType_boolean, bool, SetBoolean, GetBoolean)
 KVXMLC_VALUE(ItemType_decimal, KvXmlLib16::CDecimal, SetDecimal, GetDecimal)
 KVXMLC_VALUE(ItemType_integer, KvXmlLib16::CBigInteger, SetInteger, GetInteger)

@@ -180,6 +180,7 @@ bool CAttributeInfoPrimitive::AttributeFromXml(const Context&, Object* object, A
         return false;
     KvVariant value;
     value.FromString(attribute->GetValue(), m_itemType, m_whitespaceRule);
+    value.SetTransient();
     InvokePropertySet(object, value, attribute);
     return true;
 }

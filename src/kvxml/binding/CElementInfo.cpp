@@ -218,6 +218,7 @@ void CElementInfo::ReadValueElement(const Context& context, Object* object, Elem
         value.SetI4(m_enumFromText(source.c_str()));
     } else {
         value.FromString(source, m_itemType, m_whitespaceRule);
+        value.SetTransient();
     }
     InvokePropertySet(object, value, element);
     *current = next;

@@ -316,6 +316,7 @@ void CXmlGeneratedClass::ReadBody(const CParentElementInfo& info, CXmlElement* e
             value.SetString(element->GetText());
         else
             value.FromString(element->GetText(), info.GetPrimitiveDataType(), CWhitespaceUtils::WhitespaceRule_None);
+        value.SetTransient();
         AccessProperty(index, false, value);
     }
 }

@@ -340,6 +340,11 @@ std::u16string KvVariant::GetString() const {
     return m_type == ItemType_string && m_value.str != nullptr ? *m_value.str : std::u16string();
 }
 
+std::u16string KvVariant::TakeString() {
+    if (!m_transient || m_type != ItemType_string || m_value.str == nullptr) return GetString();
+    return std::move(*m_value.str);
+}
+
 void KvVariant::SetHexBinary(const CBinaryData& value) {
     auto* stored = new CBinaryData(value);
     Clear();

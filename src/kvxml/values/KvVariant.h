@@ -78,6 +78,11 @@ public:
     void SetString(std::u16string value);
     // Empty when the variant holds no string (nil, or another kind).
     std::u16string GetString() const;
+    // A variant the reading engine builds only to carry one value into one property is marked
+    // transient: the property then takes the string instead of copying it. Any other variant,
+    // copies included, gives a copy and keeps its own.
+    void SetTransient() { m_transient = true; }
+    std::u16string TakeString();
     void SetBoolean(bool value);
     bool GetBoolean() const { return m_value.b; }
 
@@ -163,6 +168,7 @@ protected:
     CDateTime GetDateKind() const;                           // [datetime]
 
     bool m_isNil;
+    bool m_transient = false;
     ItemType m_type;
     Slot m_value;
 };
