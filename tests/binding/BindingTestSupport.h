@@ -190,12 +190,15 @@ public:
     CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* element, const CSerializationContext& context, bool) override {
         while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
             CSmartPtr<CTestObject> item = new CTestObject(m_tables, m_elementName.c_str());
-            item->FromXml_Int(element, element->GetFirstElement(), context, false);
+            item->onInit = onItemInit;
+            CXmlObjectBase::FromXml_Int(item.get(), element, element->GetFirstElement(), context);
             AppendItem(item);
             element = element->GetNextSiblingElement();
         }
         return element;
     }
+
+    std::function<void(CTestObject&)> onItemInit;
 
 private:
     const Tables& m_tables;

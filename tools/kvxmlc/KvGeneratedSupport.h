@@ -216,7 +216,7 @@ public:
             if (m_inline) {
                 // A group occurrence that takes nothing ends the run.
                 CSmartPtr<T> item = new T();
-                KvXmlLib16::CXmlElement* next = item->FromXml_Int(parent, element, context, false);
+                KvXmlLib16::CXmlElement* next = CXmlObjectBase::FromXml_Int(item.get(), parent, element, context);
                 if (next == element) break;
                 AppendItem(item);
                 element = next;
@@ -226,7 +226,8 @@ public:
             CSmartPtr<KvXmlLib16::CXmlObjectBase> item =
                 m_factory ? m_factory(element) : CSmartPtr<KvXmlLib16::CXmlObjectBase>(new T());
             if (!item) break;
-            item->FromXml_Int(element, element->GetFirstElement(), context, false);
+            // Through the library's call of a child, which may free the element once it is read.
+            CXmlObjectBase::FromXml_Int(item.get(), element, element->GetFirstElement(), context);
             AppendItem(item);
             element = element->GetNextSiblingElement();
         }

@@ -3,6 +3,7 @@
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/binding/ReadRelease.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
 #include "kvxml/values/CPrimitiveRestrictions.h"
@@ -52,7 +53,7 @@ void CheckFacets(const char16_t* name, const KvVariant& value, ItemType kind,
 
 CXmlElement* CallFromXml(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
                          const CSerializationContext& context, bool ignoreMissingChoice) {
-    return object->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
+    return ReadRelease::ReadChild(object, element, firstChild, context, ignoreMissingChoice);
 }
 
 } // namespace BindingHelpers

@@ -11,6 +11,7 @@
 #include "kvxml/binding/CElementInfoChoice.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/INillable.h"
+#include "kvxml/binding/ReadRelease.h"
 #include "kvxml/collections/CAttributeCol.h"
 #include "kvxml/collections/CXmlCollectionBase.h"
 #include "kvxml/output/CXmlWriter.h"
@@ -279,6 +280,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
     CXmlElement* result = nullptr;
     try {
         CNestingGuard nesting;
+        ReadRelease::Frame frame(this);
         Init();
         const CParentElementInfo& info = ClassInfoOf(this);
         // The object takes the name of the element it was read from, and writes itself under it later.
@@ -373,6 +375,8 @@ CXmlElement* CXmlGeneratedClass::ProcessElementSeqFromXml(const CSerializationCo
     const std::u16string ns = NamespaceFor(records, count);
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
+    // The root object's reader frees what its cursor has passed: it never goes back.
+    const bool release = ReadRelease::ReadsRootLevel(parent, parentType);
     size_t i = 0;
     for (;;) {
         for (; i < count; ++i) {
@@ -380,12 +384,15 @@ CXmlElement* CXmlGeneratedClass::ProcessElementSeqFromXml(const CSerializationCo
                 // The record could not be satisfied here: skip one element and retry, if allowed.
                 if (!context.GetIgnoreUnknownElements() || !current) return start;
                 current = current->GetNextSiblingElement();
+                if (release) ReadRelease::ReleaseBefore(current);
             }
+            if (release) ReadRelease::ReleaseBefore(current);
         }
         if (parentType != XmlElementType_Element || !current) return current;
         if (!context.GetIgnoreUnknownElements()) ThrowLeftOver(parent, current);
         // Drop the element left over; the last record gets another look at what follows.
         current = current->GetNextSiblingElement();
+        if (release) ReadRelease::ReleaseBefore(current);
         if (!current) return nullptr;
         i = count > 0 ? count - 1 : 0;
     }
@@ -400,13 +407,16 @@ CXmlElement* CXmlGeneratedClass::ProcessElementChoiceFromXml(const CSerializatio
     const bool ignoreUnknown = context.GetIgnoreUnknownElements();
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
+    const bool release = ReadRelease::ReadsRootLevel(parent, parentType);
     bool found = false;
     CXmlElement* passStart;
     do {
         passStart = current;
         found = false;
-        for (size_t i = 0; i < count && !found; ++i)
+        for (size_t i = 0; i < count && !found; ++i) {
             found = records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType);
+            if (release) ReadRelease::ReleaseBefore(current);
+        }
         if (current) {
             if (!ignoreUnknown) break;
             if (!found && parentType == XmlElementType_Element) current = current->GetNextSiblingElement();
@@ -439,12 +449,15 @@ CXmlElement* CXmlGeneratedClass::ProcessElementAllFromXml(const CSerializationCo
     FoundFlags found(count);
     CXmlElement* const start = firstChild;
     CXmlElement* current = firstChild;
+    const bool release = ReadRelease::ReadsRootLevel(parent, parentType);
     // Repeated passes take the elements in any order; a pass that consumes nothing ends the loop.
     for (CXmlElement* passStart = nullptr; current && current != passStart;) {
         passStart = current;
-        for (size_t i = 0; i < count; ++i)
-            if (!found[i])
-                found[i] = records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType);
+        for (size_t i = 0; i < count; ++i) {
+            if (found[i]) continue;
+            found[i] = records[i]->ElementFromXml(context, this, parent, &current, ns.c_str(), parentType);
+            if (release) ReadRelease::ReleaseBefore(current);
+        }
     }
     const bool strict = parentType == XmlElementType_Element;
     for (size_t i = 0; i < count; ++i)

@@ -3,6 +3,7 @@
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/binding/ReadRelease.h"
 #include "kvxml/output/CBinaryStream.h"
 #include "kvxml/output/CFileTextStream.h"
 #include "kvxml/output/CTextStream.h"
@@ -34,6 +35,7 @@ void ReadDocument(CXmlObjectBase& object, CXmlDocument& document, const CSeriali
     CXmlElement* root = document.GetDocumentElement();
     // Loading stops a root-less document itself; this guards the call should that ever change.
     if (!root) throw CKvException(u"Invalid or empty XML document");
+    ReadRelease::Scope release(&object, root); // the document is ours: what has been read may go
     object.FromXml_Int(root, root->GetFirstElement(), context, false);
 }
 

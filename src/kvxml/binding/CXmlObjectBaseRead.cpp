@@ -2,6 +2,7 @@
 #include "kvxml/binding/BindingHelpers.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/binding/CXmlObjectBase.h"
+#include "kvxml/binding/ReadRelease.h"
 #include "kvxml/collections/CElement.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/CXmlElement.h"
@@ -24,6 +25,7 @@ void CXmlObjectBase::FromXml(const char16_t* xml, const CSerializationContext& c
     document.SetKeepInput(false); // private to this call: nobody parses its input again
     document.LoadXml(xml);
     CXmlElement* root = RootOf(document);
+    ReadRelease::Scope release(this, root); // the document is ours: what has been read may go
     FromXml_Int(root, root->GetFirstElement(), context, false);
 }
 
@@ -32,17 +34,19 @@ void CXmlObjectBase::FromXml(const char* xml, const CSerializationContext& conte
     document.SetKeepInput(false); // private to this call: nobody parses its input again
     document.LoadXml(xml);
     CXmlElement* root = RootOf(document);
+    ReadRelease::Scope release(this, root); // the document is ours: what has been read may go
     FromXml_Int(root, root->GetFirstElement(), context, false);
 }
 
 void CXmlObjectBase::FromXmlElement(CXmlElement* element, const CSerializationContext& context) {
     if (!element) throw CKvInvalidParamException(u"FromXmlElement needs an element to read from, not NULL");
+    ReadRelease::Scope keep(this, nullptr); // the caller's tree stays as it is
     FromXml_Int(element, element->GetFirstElement(), context, false);
 }
 
 CXmlElement* CXmlObjectBase::FromXml_Int(CXmlObjectBase* object, CXmlElement* element, CXmlElement* firstChild,
                                          const CSerializationContext& context) {
-    return object->FromXml_Int(element, firstChild, context, false);
+    return ReadRelease::ReadChild(object, element, firstChild, context, false);
 }
 
 bool CXmlObjectBase::DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,

@@ -212,6 +212,20 @@ CXmlElement* CXmlElement::RemoveLastChildElement() {
     return last;
 }
 
+void CXmlElement::ReleaseContent() {
+    CXmlElement* child = m_firstChild;
+    m_firstChild = m_lastChild = nullptr;
+    while (child) {
+        CXmlElement* next = child->m_nextSibling;
+        delete child; // its own destructor frees the subtree without recursion
+        child = next;
+    }
+    for (CXmlAttribute* attribute : m_attributes) delete attribute;
+    std::vector<CXmlAttribute*>().swap(m_attributes);
+    std::u16string().swap(m_text);
+    m_sharedText = nullptr;
+}
+
 std::u16string CXmlElement::GetQName() const {
     const CXmlDocument* document = GetDocument();
     if (document && !m_namespaceURI.Get().empty()) {

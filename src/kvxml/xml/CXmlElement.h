@@ -67,6 +67,10 @@ public:
     CXmlElement* CreateNewChildElement();
     // Unlinks the last child and hands it to the caller; null when there is none.
     CXmlElement* RemoveLastChildElement();
+    // Frees the children (whole subtrees), the attributes and the text of an element whose content
+    // has been read. The node itself, its names and its parent and sibling links stay, so paths of
+    // later siblings count it as before.
+    void ReleaseContent();
     std::u16string GetQName() const;
     std::u16string GetNameWithPredicate() const;
 
