@@ -11,7 +11,43 @@ namespace {
 
 std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
+// Bytes of the block holding a run of length units: whole pool granules.
+inline size_t RunBytes(size_t length) { return (length + 3) / 4 * 4 * sizeof(char16_t); }
+
 } // namespace
+
+void CXmlAttribute::SetValue(std::u16string_view value) {
+    m_valueBits = 0;
+    m_valueLength = 0;
+    if (value.empty()) return;
+    if (value.size() > UINT32_MAX) {
+        m_valueBits = reinterpret_cast<uintptr_t>(new std::u16string(value)) | 1;
+        return;
+    }
+    auto* run = static_cast<char16_t*>(CXmlNodePool::Allocate(RunBytes(value.size()), Pool()));
+    std::char_traits<char16_t>::copy(run, value.data(), value.size());
+    m_valueBits = reinterpret_cast<uintptr_t>(run);
+    m_valueLength = static_cast<uint32_t>(value.size());
+}
+
+void CXmlAttribute::FreeValue() {
+    if (m_valueBits & 1)
+        delete reinterpret_cast<std::u16string*>(m_valueBits & ~static_cast<uintptr_t>(1));
+    else if (m_valueBits)
+        CXmlNodePool::Free(reinterpret_cast<void*>(m_valueBits), RunBytes(m_valueLength), Pool());
+    m_valueBits = 0;
+    m_valueLength = 0;
+}
+
+const std::u16string& CXmlAttribute::GetValue() const {
+    if (m_valueBits & 1) return *reinterpret_cast<const std::u16string*>(m_valueBits & ~static_cast<uintptr_t>(1));
+    if (!m_valueBits) return CXmlNodePool::EmptyString();
+    auto* owned = new std::u16string(ValueView());
+    CXmlNodePool::Free(reinterpret_cast<void*>(m_valueBits), RunBytes(m_valueLength), Pool());
+    m_valueBits = reinterpret_cast<uintptr_t>(owned) | 1;
+    m_valueLength = 0;
+    return *owned;
+}
 
 CXmlAttribute::CXmlAttribute(CXmlElement* element, const char16_t* name, const char16_t* value,
                              const char16_t* namespaceURI)
@@ -22,14 +58,17 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name, std
     : m_element(element),
       m_poolBits(reinterpret_cast<uintptr_t>(element ? element->Pool() : nullptr)),
       m_localName(CXmlNodePool::EmptyName()),
-      m_value(value),
-      m_namespaceURI(CXmlNodePool::EmptyName()) {
+      m_namespaceURI(CXmlNodePool::EmptyName()),
+      m_valueBits(0),
+      m_valueLength(0) {
     if (Pool()) Pool()->AddRef();
     try {
         m_localName = CXmlNodePool::MakeName(Pool(), name);
         m_namespaceURI = CXmlNodePool::MakeName(Pool(), namespaceURI);
+        SetValue(value);
     } catch (...) {
         CXmlNodePool::DropName(m_localName);
+        CXmlNodePool::DropName(m_namespaceURI);
         if (Pool()) Pool()->Release();
         throw;
     }
@@ -40,16 +79,28 @@ CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
       m_element(other.m_element),
       m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
       m_localName(CXmlNodePool::CopyName(other.m_localName)),
-      m_value(other.m_value),
-      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
+      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)),
+      m_valueBits(0),
+      m_valueLength(0) {
     if (Pool()) Pool()->AddRef();
+    try {
+        SetValue(other.ValueView());
+    } catch (...) {
+        CXmlNodePool::DropName(m_localName);
+        CXmlNodePool::DropName(m_namespaceURI);
+        if (Pool()) Pool()->Release();
+        throw;
+    }
 }
 
 CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     if (this == &other) return *this;
     const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
     const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
-    m_value = other.m_value;
+    // The value moves to the other pool: an owned string, which needs no pool.
+    auto* value = new std::u16string(other.ValueView());
+    FreeValue();
+    m_valueBits = reinterpret_cast<uintptr_t>(value) | 1;
     if (other.Pool()) other.Pool()->AddRef();
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
@@ -63,6 +114,7 @@ CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
 }
 
 CXmlAttribute::~CXmlAttribute() {
+    FreeValue();
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
     if (Pool()) Pool()->Release();

@@ -293,15 +293,18 @@ void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* t
         length = terminated < UINT32_MAX ? static_cast<uint32_t>(terminated) : UINT32_MAX - 1;
     }
     uint32_t runStart = 0;
-    if (element->m_text.empty() && !element->m_sharedText) {
+    if (!element->m_textBits) {
         // The usual case: the element's whole text in one piece with no CR in it.
         const uint32_t stop = FindCROrNul(text, 0, length);
         if (stop == length) {
             if (length <= kSharedBlankLimit && IsBlank(text, length)) {
-                element->m_sharedText = CXmlNodePool::ShareText(element->Pool(), std::u16string_view(text, length));
-                if (element->m_sharedText) return;
+                if (const std::u16string* shared =
+                        CXmlNodePool::ShareText(element->Pool(), std::u16string_view(text, length))) {
+                    element->SetSharedText(shared);
+                    return;
+                }
             }
-            element->m_text.assign(text, length);
+            element->AppendText(text, length);
             return;
         }
         if (stop > 0) element->AppendText(text, stop);

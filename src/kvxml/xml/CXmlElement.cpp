@@ -15,6 +15,13 @@ std::atomic<int64_t> g_liveElements{0};
 
 std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
+// Text runs grow in the pool up to this many units; longer text goes to a string of its own.
+constexpr size_t kLargestRun = size_t(1) << 30;
+// Attribute blocks hold at most this many pointers; more go to a vector.
+constexpr size_t kLargestAttributeBlock = size_t(1) << 24;
+
+inline size_t AttributeBlockBytes(size_t capacity) { return 8 + capacity * sizeof(CXmlAttribute*); }
+
 } // namespace
 
 CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
@@ -22,10 +29,13 @@ CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
       m_nextSibling(nullptr),
       m_firstChild(nullptr),
       m_lastChild(nullptr),
-      m_sharedText(nullptr),
       m_poolBits(reinterpret_cast<uintptr_t>(document ? document->NodePool() : nullptr)),
       m_localName(CXmlNodePool::EmptyName()),
-      m_namespaceURI(CXmlNodePool::EmptyName()) {
+      m_namespaceURI(CXmlNodePool::EmptyName()),
+      m_textBits(0),
+      m_textLength(0),
+      m_textCapacity(0),
+      m_attributeBits(0) {
     if (Pool()) Pool()->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
@@ -36,23 +46,53 @@ CXmlElement::CXmlElement(const CXmlElement& other)
       m_nextSibling(other.m_nextSibling),
       m_firstChild(other.m_firstChild),
       m_lastChild(other.m_lastChild),
-      m_attributes(other.m_attributes),
-      m_text(other.m_text),
-      m_sharedText(other.m_sharedText),
       m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
-      m_localName(CXmlNodePool::CopyName(other.m_localName)),
-      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
+      m_localName(CXmlNodePool::EmptyName()),
+      m_namespaceURI(CXmlNodePool::EmptyName()),
+      m_textBits(0),
+      m_textLength(0),
+      m_textCapacity(0),
+      m_attributeBits(0) {
+    // A copy holds its text and attribute pointers in stores of its own, which need no pool.
+    std::unique_ptr<std::u16string> text;
+    std::unique_ptr<std::vector<CXmlAttribute*>> attributes;
+    if ((other.m_textBits & kTagMask) != kTagShared && !other.TextView().empty())
+        text = std::make_unique<std::u16string>(other.TextView());
+    if (other.m_attributeBits) {
+        const std::span<CXmlAttribute* const> items = other.AttributeSpan();
+        attributes = std::make_unique<std::vector<CXmlAttribute*>>(items.begin(), items.end());
+    }
+    m_localName = CXmlNodePool::CopyName(other.m_localName);
+    m_namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
+    if ((other.m_textBits & kTagMask) == kTagShared)
+        m_textBits = other.m_textBits;
+    else if (text)
+        m_textBits = reinterpret_cast<uintptr_t>(text.release()) | kTagOwned;
+    if (attributes) m_attributeBits = reinterpret_cast<uintptr_t>(attributes.release()) | kTagOwned;
     if (Pool()) Pool()->AddRef();
     g_liveElements.fetch_add(1, std::memory_order_relaxed);
 }
 
 CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     if (this == &other) return *this;
+    std::unique_ptr<std::u16string> text;
+    std::unique_ptr<std::vector<CXmlAttribute*>> attributes;
+    const bool sharedText = (other.m_textBits & kTagMask) == kTagShared;
+    if (!sharedText && !other.TextView().empty()) text = std::make_unique<std::u16string>(other.TextView());
+    if (other.m_attributeBits) {
+        const std::span<CXmlAttribute* const> items = other.AttributeSpan();
+        attributes = std::make_unique<std::vector<CXmlAttribute*>>(items.begin(), items.end());
+    }
     const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
     const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
-    m_text = other.m_text;
-    m_sharedText = other.m_sharedText;
-    m_attributes = other.m_attributes;
+    // Stores in the old pool go before the pool changes.
+    FreeText();
+    FreeAttributeStore();
+    if (sharedText)
+        m_textBits = other.m_textBits;
+    else if (text)
+        m_textBits = reinterpret_cast<uintptr_t>(text.release()) | kTagOwned;
+    if (attributes) m_attributeBits = reinterpret_cast<uintptr_t>(attributes.release()) | kTagOwned;
     if (other.Pool()) other.Pool()->AddRef();
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
@@ -68,7 +108,7 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     return *this;
 }
 
-CXmlElement::~CXmlElement() {
+void CXmlElement::DeleteChildren() {
     // The descendants are deleted from a worklist threaded through the sibling pointers: before
     // a node is deleted its children are spliced in front of the list, so no destructor ever
     // sees a child and the stack depth stays constant whatever the nesting.
@@ -84,11 +124,111 @@ CXmlElement::~CXmlElement() {
         }
         delete node;
     }
-    for (CXmlAttribute* attribute : m_attributes) delete attribute;
+}
+
+CXmlElement::~CXmlElement() {
+    DeleteChildren();
+    for (CXmlAttribute* attribute : AttributeSpan()) delete attribute;
+    FreeAttributeStore();
+    FreeText();
     CXmlNodePool::DropName(m_localName);
     CXmlNodePool::DropName(m_namespaceURI);
     if (Pool()) Pool()->Release();
     g_liveElements.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void CXmlElement::ReleaseContent() {
+    DeleteChildren();
+    for (CXmlAttribute* attribute : AttributeSpan()) delete attribute;
+    // Stores handed out by reference stay, empty.
+    if (m_attributeBits & kTagOwned) {
+        Vector()->clear();
+        Vector()->shrink_to_fit();
+    } else {
+        FreeAttributeStore();
+    }
+    if ((m_textBits & kTagMask) == kTagOwned) {
+        auto* text = reinterpret_cast<std::u16string*>(m_textBits & ~kTagMask);
+        text->clear();
+        text->shrink_to_fit();
+    } else {
+        FreeText();
+    }
+}
+
+void CXmlElement::FreeText() {
+    const uintptr_t tag = m_textBits & kTagMask;
+    if (tag == kTagOwned)
+        delete reinterpret_cast<std::u16string*>(m_textBits & ~kTagMask);
+    else if (tag == 0 && m_textBits)
+        CXmlNodePool::Free(reinterpret_cast<void*>(m_textBits), m_textCapacity * sizeof(char16_t), Pool());
+    m_textBits = 0;
+    m_textLength = m_textCapacity = 0;
+}
+
+void CXmlElement::SetSharedText(const std::u16string* text) {
+    FreeText();
+    m_textBits = reinterpret_cast<uintptr_t>(text) | kTagShared;
+}
+
+void CXmlElement::FreeAttributeStore() {
+    if (m_attributeBits & kTagOwned)
+        delete Vector();
+    else if (m_attributeBits)
+        CXmlNodePool::Free(Block(), AttributeBlockBytes(Block()->capacity), Pool());
+    m_attributeBits = 0;
+}
+
+std::u16string_view CXmlElement::TextView() const {
+    if (m_textBits & kTagMask) return *reinterpret_cast<const std::u16string*>(m_textBits & ~kTagMask);
+    return std::u16string_view(reinterpret_cast<const char16_t*>(m_textBits), m_textLength);
+}
+
+const std::u16string& CXmlElement::GetText() const {
+    if (m_textBits & kTagMask) return *reinterpret_cast<const std::u16string*>(m_textBits & ~kTagMask);
+    if (!m_textBits) return CXmlNodePool::EmptyString();
+    auto* owned = new std::u16string(TextView());
+    const_cast<CXmlElement*>(this)->FreeText();
+    m_textBits = reinterpret_cast<uintptr_t>(owned) | kTagOwned;
+    return *owned;
+}
+
+void CXmlElement::MakeAttributeVector() const {
+    if (m_attributeBits & kTagOwned) return;
+    const std::span<CXmlAttribute* const> items = AttributeSpan();
+    auto* vector = new std::vector<CXmlAttribute*>(items.begin(), items.end());
+    const_cast<CXmlElement*>(this)->FreeAttributeStore();
+    m_attributeBits = reinterpret_cast<uintptr_t>(vector) | kTagOwned;
+}
+
+const std::vector<CXmlAttribute*>& CXmlElement::GetAttributes() const {
+    MakeAttributeVector();
+    return *Vector();
+}
+
+void CXmlElement::GrowAttributeBlock(size_t capacity) {
+    const size_t count = m_attributeBits ? Block()->count : 0;
+    if (capacity > kLargestAttributeBlock) {
+        MakeAttributeVector();
+        Vector()->reserve(capacity);
+        return;
+    }
+    auto* grown = static_cast<AttributeBlock*>(CXmlNodePool::Allocate(AttributeBlockBytes(capacity), Pool()));
+    grown->count = static_cast<uint32_t>(count);
+    grown->capacity = static_cast<uint32_t>(capacity);
+    if (count) std::copy_n(Block()->Items(), count, grown->Items());
+    FreeAttributeStore();
+    m_attributeBits = reinterpret_cast<uintptr_t>(grown);
+}
+
+void CXmlElement::ReserveAttributes(size_t count) {
+    if (m_attributeBits & kTagOwned) {
+        Vector()->reserve(Vector()->size() + count);
+        return;
+    }
+    const size_t present = m_attributeBits ? Block()->count : 0;
+    const size_t capacity = m_attributeBits ? Block()->capacity : 0;
+    if (count > capacity - present) GrowAttributeBlock(present + count);
 }
 
 void* CXmlElement::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
@@ -105,6 +245,8 @@ void CXmlElement::operator delete(void* block, CXmlNodePool* pool) {
     CXmlNodePool::Free(block, sizeof(CXmlElement), pool);
 }
 static_assert(alignof(CXmlElement) <= 8, "pool blocks are aligned to 8 bytes");
+static_assert(sizeof(void*) != 8 || (sizeof(CXmlElement) <= 96 && sizeof(CXmlAttribute) <= 56),
+              "a large document holds hundreds of thousands of nodes: keep them small");
 static_assert(CXmlNodePool::Pooled(sizeof(CXmlElement)) && CXmlNodePool::Pooled(sizeof(CXmlAttribute)),
               "the tree's nodes come from the pool");
 
@@ -116,7 +258,7 @@ const std::u16string& CXmlElement::GetAttribute(const char16_t* name, const char
     static const std::u16string empty;
     const std::u16string_view wantedName = OrEmpty(name);
     const std::u16string_view wantedNamespace = OrEmpty(namespaceURI);
-    for (const CXmlAttribute* attribute : m_attributes) {
+    for (const CXmlAttribute* attribute : AttributeSpan()) {
         if (attribute->GetLocalName() == wantedName && attribute->GetNamespaceURI() == wantedNamespace)
             return attribute->GetValue();
     }
@@ -162,7 +304,16 @@ void CXmlElement::AddAttribute(const char16_t* name, const char16_t* value, cons
 void CXmlElement::AddAttribute(std::u16string_view name, std::u16string_view value, std::u16string_view namespaceURI) {
     std::unique_ptr<CXmlAttribute> attribute(new (Pool()) CXmlAttribute(this, name, value, namespaceURI));
     attribute->MarkPooledBlock();
-    m_attributes.push_back(attribute.get());
+    if (!(m_attributeBits & kTagOwned)) {
+        const size_t count = m_attributeBits ? Block()->count : 0;
+        if (!m_attributeBits || count == Block()->capacity) GrowAttributeBlock(std::max<size_t>(2, 2 * count));
+    }
+    if (m_attributeBits & kTagOwned) {
+        Vector()->push_back(attribute.get());
+    } else {
+        AttributeBlock* block = Block();
+        block->Items()[block->count++] = attribute.get();
+    }
     attribute.release();
 }
 
@@ -172,16 +323,46 @@ void CXmlElement::AppendText(const char16_t* text) {
 
 void CXmlElement::AppendText(const char16_t* text, size_t length) {
     if (length == 0 || !text) return;
-    if (m_sharedText) {
-        m_text = *m_sharedText; // more text follows: the element takes a copy of its own
-        m_sharedText = nullptr;
+    if ((m_textBits & kTagMask) == kTagShared) {
+        // More text follows: the element takes a copy of its own.
+        const std::u16string* shared = reinterpret_cast<const std::u16string*>(m_textBits & ~kTagMask);
+        m_textBits = 0;
+        AppendText(shared->data(), shared->size());
     }
     // Character data comes in many small pieces: grow geometrically to keep the total linear.
-    if (!m_text.empty()) {
-        const size_t needed = m_text.size() + length;
-        if (needed > m_text.capacity()) m_text.reserve(std::max(needed, 2 * m_text.capacity()));
+    if (m_textBits & kTagOwned) {
+        std::u16string& owned = *reinterpret_cast<std::u16string*>(m_textBits & ~kTagMask);
+        const size_t needed = owned.size() + length;
+        if (needed > owned.capacity()) owned.reserve(std::max(needed, 2 * owned.capacity()));
+        owned.append(text, length);
+        return;
     }
-    m_text.append(text, length);
+    const size_t present = m_textLength;
+    const size_t needed = present + length;
+    char16_t* run = reinterpret_cast<char16_t*>(m_textBits);
+    if (needed > m_textCapacity) {
+        if (needed > kLargestRun) {
+            auto owned = std::make_unique<std::u16string>();
+            owned->reserve(needed);
+            owned->append(run ? run : u"", present);
+            owned->append(text, length);
+            FreeText();
+            m_textBits = reinterpret_cast<uintptr_t>(owned.release()) | kTagOwned;
+            return;
+        }
+        // The first piece is mostly all there is: exactly its size.
+        size_t capacity = present ? std::max(needed, 2 * size_t(m_textCapacity)) : needed;
+        capacity = (std::min(capacity, kLargestRun) + 3) / 4 * 4;
+        auto* grown = static_cast<char16_t*>(CXmlNodePool::Allocate(capacity * sizeof(char16_t), Pool()));
+        if (present) std::char_traits<char16_t>::copy(grown, run, present);
+        std::char_traits<char16_t>::copy(grown + present, text, length);
+        FreeText();
+        m_textBits = reinterpret_cast<uintptr_t>(grown);
+        m_textCapacity = static_cast<uint32_t>(capacity);
+    } else {
+        std::char_traits<char16_t>::copy(run + present, text, length);
+    }
+    m_textLength = static_cast<uint32_t>(needed);
 }
 
 CXmlElement* CXmlElement::CreateNewChildElement() {
