@@ -57,18 +57,15 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name, std
                              std::u16string_view namespaceURI)
     : m_element(element),
       m_poolBits(reinterpret_cast<uintptr_t>(element ? element->Pool() : nullptr)),
-      m_localName(CXmlNodePool::EmptyName()),
-      m_namespaceURI(CXmlNodePool::EmptyName()),
+      m_names(CXmlNodePool::EmptyName()),
       m_valueBits(0),
       m_valueLength(0) {
     if (Pool()) Pool()->AddRef();
     try {
-        m_localName = CXmlNodePool::MakeName(Pool(), name);
-        m_namespaceURI = CXmlNodePool::MakeName(Pool(), namespaceURI);
+        m_names = CXmlNodePool::MakeName(Pool(), name, namespaceURI);
         SetValue(value);
     } catch (...) {
-        CXmlNodePool::DropName(m_localName);
-        CXmlNodePool::DropName(m_namespaceURI);
+        CXmlNodePool::DropName(m_names);
         if (Pool()) Pool()->Release();
         throw;
     }
@@ -78,16 +75,14 @@ CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
     : CInstanceMonitor(other),
       m_element(other.m_element),
       m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
-      m_localName(CXmlNodePool::CopyName(other.m_localName)),
-      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)),
+      m_names(CXmlNodePool::CopyName(other.m_names)),
       m_valueBits(0),
       m_valueLength(0) {
     if (Pool()) Pool()->AddRef();
     try {
         SetValue(other.ValueView());
     } catch (...) {
-        CXmlNodePool::DropName(m_localName);
-        CXmlNodePool::DropName(m_namespaceURI);
+        CXmlNodePool::DropName(m_names);
         if (Pool()) Pool()->Release();
         throw;
     }
@@ -95,28 +90,24 @@ CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
 
 CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     if (this == &other) return *this;
-    const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
-    const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
+    const CXmlNodeName names = CXmlNodePool::CopyName(other.m_names);
     // The value moves to the other pool: an owned string, which needs no pool.
     auto* value = new std::u16string(other.ValueView());
     FreeValue();
     m_valueBits = reinterpret_cast<uintptr_t>(value) | 1;
     if (other.Pool()) other.Pool()->AddRef();
-    CXmlNodePool::DropName(m_localName);
-    CXmlNodePool::DropName(m_namespaceURI);
+    CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
     m_element = other.m_element;
     // The pool of the names changes, the origin of this node's block does not.
     m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
-    m_localName = localName;
-    m_namespaceURI = namespaceURI;
+    m_names = names;
     return *this;
 }
 
 CXmlAttribute::~CXmlAttribute() {
     FreeValue();
-    CXmlNodePool::DropName(m_localName);
-    CXmlNodePool::DropName(m_namespaceURI);
+    CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
 }
 
@@ -140,9 +131,9 @@ std::u16string CXmlAttribute::GetXPath() const {
     if (m_element) {
         path = m_element->GetXPath();
         path += u'/';
-        if (m_element->GetDocument() && !m_namespaceURI.Get().empty()) {
+        if (m_element->GetDocument() && !m_names.NamespaceURI().empty()) {
             const std::u16string alias =
-                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
+                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(m_names.NamespaceURI()));
             if (!alias.empty()) {
                 path += alias;
                 path += u':';
@@ -150,19 +141,19 @@ std::u16string CXmlAttribute::GetXPath() const {
         }
     }
     path += u'@';
-    path += m_localName.Get();
+    path += m_names.LocalName();
     return path;
 }
 
 bool CXmlAttribute::IsNamespaceAttribute() const {
-    if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
-    const std::u16string& name = m_localName.Get();
+    if (m_names.NamespaceURI() != kXsiNamespaceURI && m_names.NamespaceURI() != kXmlnsNamespaceURI) return false;
+    const std::u16string& name = m_names.LocalName();
     return name == u"xmlns" || name == u"type" || name == u"schemaLocation" || name == u"noNamespaceSchemaLocation";
 }
 
 bool CXmlAttribute::IsNilAttribute() const {
-    if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
-    return m_localName.Get() == u"nil";
+    if (m_names.NamespaceURI() != kXsiNamespaceURI && m_names.NamespaceURI() != kXmlnsNamespaceURI) return false;
+    return m_names.LocalName() == u"nil";
 }
 
 } // namespace KvXmlLib16

@@ -182,8 +182,7 @@ CXmlElement* CXmlDocument::AddDocElement(const char16_t* namespaceURI, const cha
 CXmlElement* CXmlDocument::AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName) {
     std::unique_ptr<CXmlElement> root(new (NodePool()) CXmlElement(this, nullptr));
     root->MarkPooledBlock();
-    root->SetNamespace(namespaceURI);
-    root->SetElementName(localName);
+    root->SetNames(localName, namespaceURI, nullptr);
     // A second root replaces the first; nothing of the old tree may stay on the stack.
     m_elementStack.clear();
     m_elementStack.push_back(OpenElement{root.get(), nullptr});
@@ -202,11 +201,10 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     CXmlElement* parent = m_elementStack.back().element;
     CXmlElement* previous = parent->m_lastChild;
     CXmlElement* child = parent->CreateNewChildElement();
-    // Children mostly share the parent's namespace, and often the previous sibling's name.
-    // Hints only between nodes of one pool, whose names are interned there.
+    // Children often repeat the previous sibling's names. Hints only between nodes of one pool,
+    // whose names are interned there.
     const bool sharePool = parent->Pool() == child->Pool();
-    child->SetNamespaceHinted(namespaceURI, sharePool ? &parent->m_namespaceURI : nullptr);
-    child->SetElementNameHinted(localName, sharePool && previous ? &previous->m_localName : nullptr);
+    child->SetNames(localName, namespaceURI, sharePool && previous ? &previous->m_names : nullptr);
     m_elementStack.push_back(OpenElement{child, previous});
     return child;
 }

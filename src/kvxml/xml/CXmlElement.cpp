@@ -30,8 +30,7 @@ CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
       m_firstChild(nullptr),
       m_lastChild(nullptr),
       m_poolBits(reinterpret_cast<uintptr_t>(document ? document->NodePool() : nullptr)),
-      m_localName(CXmlNodePool::EmptyName()),
-      m_namespaceURI(CXmlNodePool::EmptyName()),
+      m_names(CXmlNodePool::EmptyName()),
       m_textBits(0),
       m_textLength(0),
       m_textCapacity(0),
@@ -47,8 +46,7 @@ CXmlElement::CXmlElement(const CXmlElement& other)
       m_firstChild(other.m_firstChild),
       m_lastChild(other.m_lastChild),
       m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
-      m_localName(CXmlNodePool::EmptyName()),
-      m_namespaceURI(CXmlNodePool::EmptyName()),
+      m_names(CXmlNodePool::EmptyName()),
       m_textBits(0),
       m_textLength(0),
       m_textCapacity(0),
@@ -62,8 +60,7 @@ CXmlElement::CXmlElement(const CXmlElement& other)
         const std::span<CXmlAttribute* const> items = other.AttributeSpan();
         attributes = std::make_unique<std::vector<CXmlAttribute*>>(items.begin(), items.end());
     }
-    m_localName = CXmlNodePool::CopyName(other.m_localName);
-    m_namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
+    m_names = CXmlNodePool::CopyName(other.m_names);
     if ((other.m_textBits & kTagMask) == kTagShared)
         m_textBits = other.m_textBits;
     else if (text)
@@ -83,8 +80,7 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
         const std::span<CXmlAttribute* const> items = other.AttributeSpan();
         attributes = std::make_unique<std::vector<CXmlAttribute*>>(items.begin(), items.end());
     }
-    const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
-    const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
+    const CXmlNodeName names = CXmlNodePool::CopyName(other.m_names);
     // Stores in the old pool go before the pool changes.
     FreeText();
     FreeAttributeStore();
@@ -94,8 +90,7 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
         m_textBits = reinterpret_cast<uintptr_t>(text.release()) | kTagOwned;
     if (attributes) m_attributeBits = reinterpret_cast<uintptr_t>(attributes.release()) | kTagOwned;
     if (other.Pool()) other.Pool()->AddRef();
-    CXmlNodePool::DropName(m_localName);
-    CXmlNodePool::DropName(m_namespaceURI);
+    CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
     m_parent = other.m_parent;
     m_nextSibling = other.m_nextSibling;
@@ -103,8 +98,7 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     m_lastChild = other.m_lastChild;
     // The pool (and so the document) changes, the origin of this node's block does not.
     m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
-    m_localName = localName;
-    m_namespaceURI = namespaceURI;
+    m_names = names;
     return *this;
 }
 
@@ -131,8 +125,7 @@ CXmlElement::~CXmlElement() {
     for (CXmlAttribute* attribute : AttributeSpan()) delete attribute;
     FreeAttributeStore();
     FreeText();
-    CXmlNodePool::DropName(m_localName);
-    CXmlNodePool::DropName(m_namespaceURI);
+    CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
     g_liveElements.fetch_sub(1, std::memory_order_relaxed);
 }
@@ -279,21 +272,17 @@ std::u16string CXmlElement::GetXPath() const {
 
 void CXmlElement::SetElementName(const char16_t* name) { SetElementName(OrEmpty(name)); }
 
-void CXmlElement::SetElementName(std::u16string_view name) { SetElementNameHinted(name, nullptr); }
-
-void CXmlElement::SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint) {
-    const CXmlNodeName old = m_localName;
-    m_localName = CXmlNodePool::MakeName(Pool(), name, hint);
-    CXmlNodePool::DropName(old);
-}
+void CXmlElement::SetElementName(std::u16string_view name) { SetNames(name, m_names.NamespaceURI(), nullptr); }
 
 void CXmlElement::SetNamespace(const char16_t* namespaceURI) { SetNamespace(OrEmpty(namespaceURI)); }
 
-void CXmlElement::SetNamespace(std::u16string_view namespaceURI) { SetNamespaceHinted(namespaceURI, nullptr); }
+void CXmlElement::SetNamespace(std::u16string_view namespaceURI) {
+    SetNames(m_names.LocalName(), namespaceURI, nullptr);
+}
 
-void CXmlElement::SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint) {
-    const CXmlNodeName old = m_namespaceURI;
-    m_namespaceURI = CXmlNodePool::MakeName(Pool(), namespaceURI, hint);
+void CXmlElement::SetNames(std::u16string_view localName, std::u16string_view namespaceURI, const CXmlNodeName* hint) {
+    const CXmlNodeName old = m_names;
+    m_names = CXmlNodePool::MakeName(Pool(), localName, namespaceURI, hint);
     CXmlNodePool::DropName(old);
 }
 
@@ -395,15 +384,15 @@ CXmlElement* CXmlElement::RemoveLastChildElement() {
 
 std::u16string CXmlElement::GetQName() const {
     const CXmlDocument* document = GetDocument();
-    if (document && !m_namespaceURI.Get().empty()) {
-        std::u16string alias = document->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
+    if (document && !m_names.NamespaceURI().empty()) {
+        std::u16string alias = document->LookupAliasFromNamespace(std::u16string_view(m_names.NamespaceURI()));
         if (!alias.empty()) {
             alias += u':';
-            alias += m_localName.Get();
+            alias += m_names.LocalName();
             return alias;
         }
     }
-    return m_localName.Get();
+    return m_names.LocalName();
 }
 
 std::u16string CXmlElement::GetNameWithPredicate() const {

@@ -48,8 +48,8 @@ public:
     // The vector and the text string are built on the first call and kept: readers of the tree go
     // through the views below, which build nothing.
     const std::vector<CXmlAttribute*>& GetAttributes() const;
-    const std::u16string& GetLocalName() const { return m_localName.Get(); }
-    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
+    const std::u16string& GetLocalName() const { return m_names.LocalName(); }
+    const std::u16string& GetNamespaceURI() const { return m_names.NamespaceURI(); }
     const std::u16string& GetText() const;
     std::u16string_view TextView() const;
     std::span<CXmlAttribute* const> AttributeSpan() const {
@@ -88,8 +88,7 @@ public:
 private:
     friend class CXmlDocument;
 
-    void SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint);
-    void SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint);
+    void SetNames(std::u16string_view localName, std::u16string_view namespaceURI, const CXmlNodeName* hint);
     friend class CXmlAttribute;
 
     // The document's pool, with the low bit set when the node's block came from it.
@@ -130,8 +129,7 @@ private:
     CXmlElement* m_lastChild;
     // The pool of the document, which also holds the names when it has room (else they are owned).
     uintptr_t m_poolBits;
-    CXmlNodeName m_localName;
-    CXmlNodeName m_namespaceURI;
+    CXmlNodeName m_names;
     mutable uintptr_t m_textBits;
     // Length and capacity of a text run, in units.
     mutable uint32_t m_textLength;

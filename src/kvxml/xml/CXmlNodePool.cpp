@@ -37,6 +37,7 @@ CXmlNodePool::CXmlNodePool(CXmlDocument* document)
       m_references(0),
       m_nextSlabSize(kFirstSlabSize),
       m_attached(true),
+      m_recentTexts{},
       m_recentNames{} {}
 
 CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
@@ -117,7 +118,9 @@ void CXmlNodePool::Detach() {
 void CXmlNodePool::Trim() {
     if (m_references != 0) return;
     ReleaseSlabs();
-    for (const std::u16string*& name : m_recentNames) name = nullptr;
+    for (const std::u16string*& text : m_recentTexts) text = nullptr;
+    for (const CXmlNodeNamePair*& name : m_recentNames) name = nullptr;
+    m_texts.clear();
     m_names.clear();
 }
 
@@ -128,40 +131,70 @@ const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
                          static_cast<uint32_t>(text[size / 2]) * 0xC2B2AE35u ^ static_cast<uint32_t>(text[size - 1]);
     const size_t key = ((mix ^ (mix >> 15)) % (kRecentNames / 2)) * 2;
     for (size_t way = key; way < key + 2; ++way) {
-        const std::u16string* recent = m_recentNames[way];
+        const std::u16string* recent = m_recentTexts[way];
         if (recent && recent->size() == size && std::memcmp(recent->data(), text.data(), size * sizeof(char16_t)) == 0)
             return recent;
     }
-    auto found = m_names.find(text);
-    if (found == m_names.end()) {
-        if (m_names.size() >= kMaxNames) return nullptr;
-        found = m_names.emplace(text).first;
+    auto found = m_texts.find(text);
+    if (found == m_texts.end()) {
+        if (m_texts.size() >= kMaxNames) return nullptr;
+        found = m_texts.emplace(text).first;
     }
     // The newer entry takes the first way, the older moves to the second.
+    m_recentTexts[key + 1] = m_recentTexts[key];
+    m_recentTexts[key] = &*found;
+    return m_recentTexts[key];
+}
+
+namespace {
+
+inline bool SameText(const std::u16string& held, std::u16string_view text) {
+    return held.size() == text.size() && std::memcmp(held.data(), text.data(), text.size() * sizeof(char16_t)) == 0;
+}
+
+} // namespace
+
+const CXmlNodeNamePair* CXmlNodePool::InternName(std::u16string_view localName, std::u16string_view namespaceURI) {
+    // As Intern, keyed by the local name's length and three characters and the URI's length.
+    const size_t size = localName.size();
+    uint32_t mix = static_cast<uint32_t>(namespaceURI.size()) * 0x27D4EB2Fu;
+    if (size)
+        mix ^= static_cast<uint32_t>(size) * 0x9E3779B1u ^ static_cast<uint32_t>(localName[0]) * 0x85EBCA6Bu ^
+               static_cast<uint32_t>(localName[size / 2]) * 0xC2B2AE35u ^ static_cast<uint32_t>(localName[size - 1]);
+    const size_t key = ((mix ^ (mix >> 15)) % (kRecentNames / 2)) * 2;
+    for (size_t way = key; way < key + 2; ++way) {
+        const CXmlNodeNamePair* recent = m_recentNames[way];
+        if (recent && SameText(recent->localName, localName) && SameText(recent->namespaceURI, namespaceURI))
+            return recent;
+    }
+    auto found = m_names.find(PairKey{localName, namespaceURI});
+    if (found == m_names.end()) {
+        if (m_names.size() >= kMaxNames) return nullptr;
+        found = m_names.emplace(CXmlNodeNamePair{std::u16string(localName), std::u16string(namespaceURI)}).first;
+    }
     m_recentNames[key + 1] = m_recentNames[key];
     m_recentNames[key] = &*found;
     return m_recentNames[key];
 }
 
-CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint) {
-    if (text.empty()) return EmptyName();
+CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view localName,
+                                    std::u16string_view namespaceURI, const CXmlNodeName* hint) {
+    if (localName.empty() && namespaceURI.empty()) return EmptyName();
     if (pool) {
-        if (hint && !hint->IsOwned()) {
-            const std::u16string& expected = hint->Get();
-            if (expected.size() == text.size() &&
-                std::memcmp(expected.data(), text.data(), text.size() * sizeof(char16_t)) == 0)
-                return *hint;
-        }
-        if (const std::u16string* interned = pool->Intern(text))
+        if (hint && !hint->IsOwned() && SameText(hint->LocalName(), localName) &&
+            SameText(hint->NamespaceURI(), namespaceURI))
+            return *hint;
+        if (const CXmlNodeNamePair* interned = pool->InternName(localName, namespaceURI))
             return CXmlNodeName{reinterpret_cast<uintptr_t>(interned)};
     }
-    static_assert(alignof(std::u16string) >= 2, "the low bit of a name pointer must be free");
-    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(text)) | 1};
+    static_assert(alignof(CXmlNodeNamePair) >= 2, "the low bit of a name pointer must be free");
+    auto* owned = new CXmlNodeNamePair{std::u16string(localName), std::u16string(namespaceURI)};
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(owned) | 1};
 }
 
 CXmlNodeName CXmlNodePool::CopyName(CXmlNodeName name) {
     if (!name.IsOwned()) return name;
-    return CXmlNodeName{reinterpret_cast<uintptr_t>(new std::u16string(name.Get())) | 1};
+    return CXmlNodeName{reinterpret_cast<uintptr_t>(new CXmlNodeNamePair(name.Get())) | 1};
 }
 
 void CXmlNodePool::DropName(CXmlNodeName name) {

@@ -46,15 +46,20 @@ public:
     // Names of nodes: interned in the pool when there is one, else owned by the node. The pool
     // holds a bounded number of distinct names, so that a huge document of ever new names read
     // through a filter still runs in constant memory; names beyond that are owned.
-    // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
-    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
+    // A hint is a name the caller expects (the previous sibling's, say): equal names reuse it at once.
+    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view localName, std::u16string_view namespaceURI,
+                                 const CXmlNodeName* hint = nullptr);
     static CXmlNodeName CopyName(CXmlNodeName name);
     // Text held once for all nodes of the pool, like names; null when there is no pool or no room.
     static const std::u16string* ShareText(CXmlNodePool* pool, std::u16string_view text) {
         return pool && !text.empty() ? pool->Intern(text) : nullptr;
     }
     static void DropName(CXmlNodeName name);
-    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyString())}; }
+    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyPair())}; }
+    static const CXmlNodeNamePair& EmptyPair() {
+        static const CXmlNodeNamePair empty;
+        return empty;
+    }
     // A local static, ready before any static node could be built; constant-initialised (no guard)
     // where the standard library's string allows it.
     static const std::u16string& EmptyString() {
@@ -69,8 +74,9 @@ private:
     void* AllocateBlock(size_t blockSize);
     void FreeBlock(void* block, size_t blockSize);
     void ReleaseSlabs();
-    // Null when the pool has no room for another name.
+    // Null when the pool has no room for another text or name.
     const std::u16string* Intern(std::u16string_view text);
+    const CXmlNodeNamePair* InternName(std::u16string_view localName, std::u16string_view namespaceURI);
 
     // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
     static constexpr size_t kFirstSlabSize = 16 * 1024;
@@ -88,6 +94,27 @@ private:
         using is_transparent = void;
         bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
     };
+    struct PairKey {
+        std::u16string_view localName;
+        std::u16string_view namespaceURI;
+    };
+    struct PairHash {
+        using is_transparent = void;
+        size_t operator()(PairKey key) const {
+            const size_t local = std::hash<std::u16string_view>()(key.localName);
+            return local ^ (std::hash<std::u16string_view>()(key.namespaceURI) + 0x9E3779B97F4A7C15ull + (local << 6));
+        }
+        size_t operator()(const CXmlNodeNamePair& pair) const { return (*this)(PairKey{pair.localName, pair.namespaceURI}); }
+    };
+    struct PairEqual {
+        using is_transparent = void;
+        static PairKey Key(PairKey key) { return key; }
+        static PairKey Key(const CXmlNodeNamePair& pair) { return PairKey{pair.localName, pair.namespaceURI}; }
+        template <class A, class B>
+        bool operator()(const A& a, const B& b) const {
+            return Key(a).localName == Key(b).localName && Key(a).namespaceURI == Key(b).namespaceURI;
+        }
+    };
 
     struct Slab;
     CXmlDocument* m_document;
@@ -98,10 +125,13 @@ private:
     size_t m_references;
     size_t m_nextSlabSize;
     bool m_attached;
-    std::unordered_set<std::u16string, NameHash, NameEqual> m_names;
-    // Names asked for recently, by a cheap key: most lookups end here without hashing.
+    // Shared texts (blanks) and names.
+    std::unordered_set<std::u16string, NameHash, NameEqual> m_texts;
+    std::unordered_set<CXmlNodeNamePair, PairHash, PairEqual> m_names;
+    // Texts and names asked for recently, by a cheap key: most lookups end here without hashing.
     static constexpr size_t kRecentNames = 64;
-    const std::u16string* m_recentNames[kRecentNames];
+    const std::u16string* m_recentTexts[kRecentNames];
+    const CXmlNodeNamePair* m_recentNames[kRecentNames];
 };
 
 } // namespace KvXmlLib16
