@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ const CXmlElement* NthChild(const CXmlElement* parent, int index) {
     while (child && index-- > 0) child = child->GetNextSiblingElement();
     return child;
 }
+
+std::u16string Widen(const std::string& ascii) { return std::u16string(ascii.begin(), ascii.end()); }
 
 } // namespace
 
@@ -142,4 +145,83 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     assigned = original;
     copy.LoadXml("<t/>");
     EXPECT_EQ(copy.GetDocumentElement()->GetLocalName(), u"t");
+}
+
+// Text and values are held in the tree's own memory; the strings handed out by reference are
+// built on the first call, and from then on follow every later change.
+TEST(CXmlElement, TextAndValuesAsViewsAndAsStringsAgree) {
+    CSerializationContext keep;
+    keep.SetStripCDATA(false);
+    const std::string longRun(300, 'x');
+    // clang-format off
+    struct { std::string xml; std::u16string text; } cases[] = {
+        {"<a>x<b/>y<![CDATA[z]]>&#13;<c/>w</a>", u"xy<![CDATA[z]]>w"},
+        {"<a>\t<b/>tail</a>", u"\ttail"}, {"<a/>", u""},
+        {"<a>" + longRun + "<b/>" + longRun + "</a>", Widen(longRun + longRun)},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        CXmlDocument document(keep);
+        document.LoadXml(c.xml.c_str());
+        CXmlElement* a = document.GetDocumentElement();
+        EXPECT_EQ(a->TextView(), c.text) << c.xml;
+        const std::u16string& text = a->GetText();
+        EXPECT_EQ(text, c.text) << c.xml;
+        a->AppendText(u"+", 1);
+        EXPECT_EQ(&a->GetText(), &text);
+        EXPECT_EQ(a->TextView(), c.text + u"+");
+    }
+    CXmlDocument document;
+    document.LoadXml("<a v='a value longer than one block' e=''/>");
+    const CXmlAttribute* v = document.GetDocumentElement()->AttributeSpan()[0];
+    EXPECT_EQ(v->ValueView(), u"a value longer than one block");
+    EXPECT_EQ(&v->GetValue(), &v->GetValue());
+    EXPECT_EQ(v->ValueView(), v->GetValue());
+    EXPECT_EQ(document.GetDocumentElement()->AttributeSpan()[1]->GetValue(), u"");
+}
+
+// Attributes come all at once from the XML reader and one by one from other builders; the vector
+// handed out by reference follows later additions.
+TEST(CXmlElement, AttributeArraysOfEveryBuilder) {
+    std::string xml = "<r";
+    CXmlElement built(nullptr, nullptr);
+    built.SetElementName(u"r");
+    for (int i = 0; i < 40; ++i) {
+        const std::string n = std::to_string(i);
+        xml += " a" + n + "='" + n + "'";
+        built.AddAttribute(u"a" + Widen(n), Widen(n), u"");
+    }
+    CXmlDocument document;
+    document.LoadXml((xml + "/>").c_str());
+    CXmlElement* loaded = document.GetDocumentElement();
+    for (CXmlElement* e : {loaded, &built}) {
+        ASSERT_EQ(e->AttributeSpan().size(), 40u);
+        const std::vector<CXmlAttribute*>& vector = e->GetAttributes();
+        EXPECT_TRUE(std::equal(vector.begin(), vector.end(), e->AttributeSpan().begin(), e->AttributeSpan().end()));
+        EXPECT_EQ(e->GetAttribute(u"a39", u""), u"39");
+        e->AddAttribute(u"late", u"value", u"urn:x");
+        EXPECT_EQ(vector.size(), 41u);
+        EXPECT_EQ(e->AttributeSpan()[40]->GetXPath(), u"/r/@late"); // no alias for urn:x
+    }
+}
+
+// Releasing an element's content keeps the element, its names and its place, and frees the rest.
+TEST(CXmlElement, ReleaseContentKeepsTheSkeleton) {
+    const int64_t aliveBefore = CXmlElement::GetLiveElementCount();
+    CXmlDocument document;
+    document.LoadXml("<p:r xmlns:p='urn:p'><p:a x='1'>t<b><c/></b>u</p:a><p:a y='2'>v</p:a><d/></p:r>");
+    CXmlElement* first = document.GetDocumentElement()->GetFirstElement();
+    const std::vector<CXmlAttribute*>& attributes = first->GetAttributes();
+    const std::u16string& text = first->GetText();
+    first->ReleaseContent();
+    EXPECT_EQ(CXmlElement::GetLiveElementCount() - aliveBefore, 4); // r, both a, d
+    EXPECT_TRUE(attributes.empty() && text.empty() && first->TextView().empty());
+    EXPECT_EQ(first->GetFirstElement(), nullptr);
+    EXPECT_EQ(first->GetXPath() + u" " + first->GetNextSiblingElement()->GetXPath(), u"/p:r/p:a[1] /p:r/p:a[2]");
+    EXPECT_EQ(first->GetNamespaceURI(), u"urn:p");
+    first->ReleaseContent(); // twice is harmless
+    first->AppendText(u"new");
+    first->AddAttribute(u"z", u"3", u"");
+    EXPECT_EQ(first->GetText() + first->GetAttribute(u"z", u""), u"new3");
+    EXPECT_EQ(NthChild(document.GetDocumentElement(), 1)->GetText(), u"v");
 }

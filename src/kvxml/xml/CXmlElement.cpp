@@ -179,7 +179,7 @@ std::u16string_view CXmlElement::TextView() const {
 
 const std::u16string& CXmlElement::GetText() const {
     if (m_textBits & kTagMask) return *reinterpret_cast<const std::u16string*>(m_textBits & ~kTagMask);
-    if (!m_textBits) return CXmlNodePool::EmptyString();
+    // Empty text too gets a string of its own, which later text then goes to.
     auto* owned = new std::u16string(TextView());
     const_cast<CXmlElement*>(this)->FreeText();
     m_textBits = reinterpret_cast<uintptr_t>(owned) | kTagOwned;
