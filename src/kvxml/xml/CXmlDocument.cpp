@@ -200,7 +200,21 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     if (m_elementStack.empty()) throw CKvException(u"An element was started after the document element was closed");
     CXmlElement* parent = m_elementStack.back().element;
     CXmlElement* previous = parent->m_lastChild;
-    CXmlElement* child = parent->CreateNewChildElement();
+    // The children of the root come from slabs of their own, which stay when their content goes.
+    CXmlElement* child;
+    if (m_elementStack.size() == 1) {
+        CXmlNodePool* pool = NodePool();
+        pool->SetRegion(CXmlNodePool::Region_Skeleton);
+        try {
+            child = parent->CreateNewChildElement();
+        } catch (...) {
+            pool->SetRegion(CXmlNodePool::Region_Content);
+            throw;
+        }
+        pool->SetRegion(CXmlNodePool::Region_Content);
+    } else {
+        child = parent->CreateNewChildElement();
+    }
     // Children often repeat the previous sibling's names. Hints only between nodes of one pool,
     // whose names are interned there.
     const bool sharePool = parent->Pool() == child->Pool();

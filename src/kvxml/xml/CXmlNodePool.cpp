@@ -25,34 +25,102 @@
 namespace KvXmlLib16 {
 
 struct CXmlNodePool::Slab {
-    Slab* next;
+    Slab* previousReusable;
+    Slab* nextReusable;
+    unsigned char* cursor; // the untouched rest runs from here to end
+    unsigned char* end;
+    uint32_t liveBlocks;
+    uint32_t freeBytes; // in the free lists
+    Region region;
+    bool reusable;
+    void* freeLists[kSlots];
+
+    size_t Size() const { return static_cast<size_t>(end - reinterpret_cast<const unsigned char*>(this)); }
+    // Worth filling again: a quarter or more of it is free.
+    bool MostlyFree() const { return 4 * (freeBytes + static_cast<size_t>(end - cursor)) >= Size(); }
 };
+
+namespace {
+
+constexpr size_t kSlabHeader = (sizeof(void*) * 4 + 16 + 64 * sizeof(void*) + 15) / 16 * 16;
+
+} // namespace
 
 CXmlNodePool::CXmlNodePool(CXmlDocument* document)
     : m_document(document),
-      m_slabs(nullptr),
-      m_cursor(nullptr),
-      m_end(nullptr),
-      m_freeLists{},
+      m_current{},
+      m_reusable{},
+      m_region(Region_Content),
+      m_slabCount(0),
       m_references(0),
       m_nextSlabSize(kFirstSlabSize),
       m_attached(true),
       m_recentTexts{},
-      m_recentNames{} {}
+      m_recentNames{} {
+    static_assert(sizeof(Slab) <= kSlabHeader, "the slab header fits its room");
+}
 
 CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
 
 CXmlNodePool* CXmlNodePool::Create(CXmlDocument* document) { return new CXmlNodePool(document); }
 
 void CXmlNodePool::ReleaseSlabs() {
-    while (m_slabs) {
-        Slab* next = m_slabs->next;
-        std::free(m_slabs);
-        m_slabs = next;
+    // Called with no block in use: every slab but the current ones has gone already.
+    for (Slab*& slab : m_current) {
+        if (slab) DeleteSlab(slab);
+        slab = nullptr;
     }
-    m_cursor = m_end = nullptr;
+    for (Slab* list : m_reusable) {
+        while (list) {
+            Slab* next = list->nextReusable;
+            DeleteSlab(list);
+            list = next;
+        }
+    }
+    for (Slab*& list : m_reusable) list = nullptr;
     m_nextSlabSize = kFirstSlabSize;
-    for (void*& list : m_freeLists) list = nullptr;
+}
+
+CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
+    const size_t size = m_nextSlabSize;
+    auto* slab = static_cast<Slab*>(::operator new(size, std::align_val_t(kLargestSlabSize)));
+    if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
+    slab->previousReusable = slab->nextReusable = nullptr;
+    slab->cursor = reinterpret_cast<unsigned char*>(slab) + kSlabHeader;
+    slab->end = reinterpret_cast<unsigned char*>(slab) + size;
+    slab->liveBlocks = 0;
+    slab->freeBytes = 0;
+    slab->region = m_region;
+    slab->reusable = false;
+    for (void*& list : slab->freeLists) list = nullptr;
+    KVXML_POISON(slab->cursor, static_cast<size_t>(slab->end - slab->cursor));
+    ++m_slabCount;
+    return slab;
+}
+
+void CXmlNodePool::DeleteSlab(Slab* slab) {
+    KVXML_UNPOISON(slab, slab->Size());
+    --m_slabCount;
+    ::operator delete(slab, std::align_val_t(kLargestSlabSize));
+}
+
+void CXmlNodePool::LinkReusable(Slab* slab) {
+    Slab*& head = m_reusable[slab->region];
+    slab->previousReusable = nullptr;
+    slab->nextReusable = head;
+    if (head) head->previousReusable = slab;
+    head = slab;
+    slab->reusable = true;
+}
+
+void CXmlNodePool::UnlinkReusable(Slab* slab) {
+    if (slab->previousReusable)
+        slab->previousReusable->nextReusable = slab->nextReusable;
+    else
+        m_reusable[slab->region] = slab->nextReusable;
+    if (slab->nextReusable) slab->nextReusable->previousReusable = slab->previousReusable;
+    slab->previousReusable = slab->nextReusable = nullptr;
+    slab->reusable = false;
 }
 
 void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
@@ -62,29 +130,49 @@ void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
     return memory;
 }
 
+namespace {
+
+inline bool CanServe(const unsigned char* cursor, const unsigned char* end, void* const* freeLists, size_t blockSize,
+                     size_t granule) {
+    return freeLists[blockSize / granule] || static_cast<size_t>(end - cursor) >= blockSize;
+}
+
+} // namespace
+
+CXmlNodePool::Slab* CXmlNodePool::NextSlab(size_t blockSize) {
+    // A slab on the list that cannot serve this size leaves it until more of it is freed.
+    while (Slab* slab = m_reusable[m_region]) {
+        UnlinkReusable(slab);
+        if (CanServe(slab->cursor, slab->end, slab->freeLists, blockSize, kGranule)) return slab;
+    }
+    return NewSlab();
+}
+
 void* CXmlNodePool::AllocateBlock(size_t blockSize) {
     const size_t slot = blockSize / kGranule;
-    void* block = m_freeLists[slot];
+    Slab* slab = m_current[m_region];
+    if (!slab || !CanServe(slab->cursor, slab->end, slab->freeLists, blockSize, kGranule)) {
+        Slab* next = NextSlab(blockSize);
+        // The slab left behind is kept for its blocks in use, or goes.
+        if (slab) {
+            if (slab->liveBlocks == 0)
+                DeleteSlab(slab);
+            else if (slab->MostlyFree())
+                LinkReusable(slab);
+        }
+        m_current[m_region] = slab = next;
+    }
+    void* block = slab->freeLists[slot];
     if (block) {
         KVXML_UNPOISON(block, blockSize);
-        m_freeLists[slot] = *static_cast<void**>(block);
+        slab->freeLists[slot] = *static_cast<void**>(block);
+        slab->freeBytes -= static_cast<uint32_t>(blockSize);
     } else {
-        if (static_cast<size_t>(m_end - m_cursor) < blockSize) {
-            // The tail of the old slab is abandoned: less than one block.
-            const size_t slabSize = m_nextSlabSize;
-            auto* slab = static_cast<Slab*>(std::malloc(slabSize));
-            if (!slab) throw std::bad_alloc();
-            slab->next = m_slabs;
-            m_slabs = slab;
-            m_cursor = reinterpret_cast<unsigned char*>(slab) + sizeof(Slab);
-            m_end = reinterpret_cast<unsigned char*>(slab) + slabSize;
-            if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
-            KVXML_POISON(m_cursor, static_cast<size_t>(m_end - m_cursor));
-        }
-        block = m_cursor;
-        m_cursor += blockSize;
+        block = slab->cursor;
+        slab->cursor += blockSize;
         KVXML_UNPOISON(block, blockSize);
     }
+    ++slab->liveBlocks;
     ++m_references;
     return block;
 }
@@ -98,10 +186,18 @@ void CXmlNodePool::Free(void* block, size_t size, CXmlNodePool* pool) {
 }
 
 void CXmlNodePool::FreeBlock(void* block, size_t blockSize) {
+    auto* slab = reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(kLargestSlabSize - 1));
     const size_t slot = blockSize / kGranule;
-    *static_cast<void**>(block) = m_freeLists[slot];
-    m_freeLists[slot] = block;
-    KVXML_POISON(block, blockSize);
+    if (--slab->liveBlocks == 0 && slab != m_current[slab->region]) {
+        if (slab->reusable) UnlinkReusable(slab);
+        DeleteSlab(slab);
+    } else {
+        *static_cast<void**>(block) = slab->freeLists[slot];
+        slab->freeLists[slot] = block;
+        slab->freeBytes += static_cast<uint32_t>(blockSize);
+        KVXML_POISON(block, blockSize);
+        if (!slab->reusable && slab != m_current[slab->region] && slab->MostlyFree()) LinkReusable(slab);
+    }
     Release();
 }
 
@@ -118,6 +214,7 @@ void CXmlNodePool::Detach() {
 void CXmlNodePool::Trim() {
     if (m_references != 0) return;
     ReleaseSlabs();
+    m_region = Region_Content;
     for (const std::u16string*& text : m_recentTexts) text = nullptr;
     for (const CXmlNodeNamePair*& name : m_recentNames) name = nullptr;
     m_texts.clear();

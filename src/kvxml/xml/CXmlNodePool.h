@@ -19,8 +19,12 @@ class CXmlDocument;
 // pointing at them: loading allocates little beyond the text itself.
 //
 // A node knows whether its block came from the pool or the heap and says so when it is freed, so
-// blocks carry no header. Freed blocks go to a free list and are reused, which keeps the filter
-// path in constant memory.
+// blocks carry no header. Slabs are aligned to their largest size, so a block finds its slab by
+// its address. Each slab keeps its freed blocks for reuse, which keeps the filter path in constant
+// memory, and counts the blocks in use: a slab none of whose blocks is in use goes back to the heap
+// at once, so that memory falls as a reader releases parts of the tree.
+// Blocks come from the slab being filled. Elements directly below the document element come from
+// slabs of their own: they stay, as a skeleton, while the content below them is released.
 // The pool counts its blocks and the nodes that use its names, and outlives its document while
 // any is alive (a removed child the caller kept). Like the tree, it belongs to one thread at a time.
 class CXmlNodePool {
@@ -42,6 +46,11 @@ public:
     void Detach();
     // Returns slabs and names to the heap when nothing uses them.
     void Trim();
+    // Where the blocks allocated next come from; the skeleton is for the children of the root.
+    enum Region { Region_Content = 0, Region_Skeleton = 1, Region_Count = 2 };
+    void SetRegion(Region region) { m_region = region; }
+    // Diagnostics for tests: slabs held and blocks in use.
+    size_t GetSlabCount() const { return m_slabCount; }
 
     // Names of nodes: interned in the pool when there is one, else owned by the node. The pool
     // holds a bounded number of distinct names, so that a huge document of ever new names read
@@ -71,16 +80,24 @@ private:
     explicit CXmlNodePool(CXmlDocument* document);
     ~CXmlNodePool();
     static constexpr size_t BlockSize(size_t size) { return (size + kGranule - 1) / kGranule * kGranule; }
+    struct Slab;
     void* AllocateBlock(size_t blockSize);
     void FreeBlock(void* block, size_t blockSize);
+    // A slab able to serve the block: one with enough room freed, else a new one.
+    Slab* NextSlab(size_t blockSize);
+    Slab* NewSlab();
+    void DeleteSlab(Slab* slab);
+    void LinkReusable(Slab* slab);
+    void UnlinkReusable(Slab* slab);
     void ReleaseSlabs();
     // Null when the pool has no room for another text or name.
     const std::u16string* Intern(std::u16string_view text);
     const CXmlNodeNamePair* InternName(std::u16string_view localName, std::u16string_view namespaceURI);
 
-    // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
+    // Slabs grow from small to the largest size, so a small tree stays small; every slab is
+    // aligned to the largest size.
     static constexpr size_t kFirstSlabSize = 16 * 1024;
-    static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
+    static constexpr size_t kLargestSlabSize = 64 * 1024;
     static constexpr size_t kGranule = 8;
     static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
     static constexpr size_t kMaxNames = 65536;
@@ -116,12 +133,12 @@ private:
         }
     };
 
-    struct Slab;
     CXmlDocument* m_document;
-    Slab* m_slabs;
-    unsigned char* m_cursor;
-    unsigned char* m_end;
-    void* m_freeLists[kSlots];
+    // The slab being filled, per region; slabs with room freed, per region.
+    Slab* m_current[Region_Count];
+    Slab* m_reusable[Region_Count];
+    Region m_region;
+    size_t m_slabCount;
     size_t m_references;
     size_t m_nextSlabSize;
     bool m_attached;
