@@ -7,6 +7,7 @@
 
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/xml/CXmlDocument.h"
+#include "kvxml/xml/CXmlNodePool.h"
 
 using namespace KvXmlLib16;
 
@@ -224,4 +225,25 @@ TEST(CXmlElement, ReleaseContentKeepsTheSkeleton) {
     first->AddAttribute(u"z", u"3", u"");
     EXPECT_EQ(first->GetText() + first->GetAttribute(u"z", u""), u"new3");
     EXPECT_EQ(NthChild(document.GetDocumentElement(), 1)->GetText(), u"v");
+}
+
+// A slab goes back to the heap once none of its blocks is in use; freed blocks of slabs still in
+// use are filled again before any new slab is taken.
+TEST(CXmlNodePool, SlabsGoBackAsSoonAsTheirBlocksDo) {
+    CXmlNodePool* pool = CXmlNodePool::Create(nullptr);
+    const auto size = [](size_t i) -> size_t { return i % 3 ? 80 : 24; };
+    std::vector<void*> blocks;
+    for (size_t i = 0; i < 20000; ++i) blocks.push_back(CXmlNodePool::Allocate(size(i), pool));
+    const size_t slabs = pool->GetSlabCount();
+    EXPECT_GT(slabs, 20u);
+    const size_t half = blocks.size() / 2;
+    for (size_t i = 0; i < half; ++i) CXmlNodePool::Free(blocks[i], size(i), pool);
+    EXPECT_LE(pool->GetSlabCount(), slabs / 2 + 1);
+    const size_t rest = pool->GetSlabCount();
+    for (size_t i = half + 1; i < blocks.size(); i += 2) CXmlNodePool::Free(blocks[i], size(i), pool);
+    for (size_t i = half + 1; i < blocks.size(); i += 2) blocks[i] = CXmlNodePool::Allocate(size(i), pool);
+    EXPECT_EQ(pool->GetSlabCount(), rest);
+    for (size_t i = half; i < blocks.size(); ++i) CXmlNodePool::Free(blocks[i], size(i), pool);
+    EXPECT_EQ(pool->GetSlabCount(), 1u); // the slab being filled
+    pool->Detach();
 }
