@@ -97,9 +97,13 @@ void CXmlDocument::Init() {
 }
 
 void CXmlDocument::Cleanup() {
+    if (m_nodePool) m_nodePool->SetTearingDown(true);
     delete m_documentElement;
     m_documentElement = nullptr;
-    if (m_nodePool) m_nodePool->Trim();
+    if (m_nodePool) {
+        m_nodePool->Trim();
+        m_nodePool->SetTearingDown(false);
+    }
     FreeInput();
     m_elementStack.clear();
     m_aliasMap.clear();

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 // Under AddressSanitizer (of either compiler) free and not yet handed-out pool memory is marked
@@ -44,6 +45,20 @@ namespace {
 
 constexpr size_t kSlabHeader = (sizeof(void*) * 4 + 16 + 64 * sizeof(void*) + 15) / 16 * 16;
 
+// Slabs of torn down trees, for the next tree of any thread; bounded, so that a process that
+// once read a large document holds little more than that after it.
+struct SpareSlabs {
+    std::mutex lock;
+    void* head = nullptr;
+    size_t count = 0;
+    static constexpr size_t kLimit = 1024;
+};
+
+SpareSlabs& Spares() {
+    static SpareSlabs* spares = new SpareSlabs(); // never destroyed: trees may go at exit
+    return *spares;
+}
+
 } // namespace
 
 CXmlNodePool::CXmlNodePool(CXmlDocument* document)
@@ -51,6 +66,7 @@ CXmlNodePool::CXmlNodePool(CXmlDocument* document)
       m_current{},
       m_reusable{},
       m_region(Region_Content),
+      m_tearingDown(false),
       m_slabCount(0),
       m_references(0),
       m_nextSlabSize(kFirstSlabSize),
@@ -82,9 +98,25 @@ void CXmlNodePool::ReleaseSlabs() {
 }
 
 CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
-    const size_t size = m_nextSlabSize;
-    auto* slab = static_cast<Slab*>(::operator new(size, std::align_val_t(kLargestSlabSize)));
-    if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
+    size_t size = m_nextSlabSize;
+    void* memory = nullptr;
+    {
+        SpareSlabs& spares = Spares();
+        std::lock_guard<std::mutex> guard(spares.lock);
+        if (spares.head) {
+            memory = spares.head;
+            KVXML_UNPOISON(memory, sizeof(void*));
+            spares.head = *static_cast<void**>(memory);
+            --spares.count;
+            size = kLargestSlabSize;
+        }
+    }
+    if (!memory) {
+        memory = ::operator new(size, std::align_val_t(kLargestSlabSize));
+        if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
+    }
+    KVXML_UNPOISON(memory, kSlabHeader);
+    auto* slab = static_cast<Slab*>(memory);
     slab->previousReusable = slab->nextReusable = nullptr;
     slab->cursor = reinterpret_cast<unsigned char*>(slab) + kSlabHeader;
     slab->end = reinterpret_cast<unsigned char*>(slab) + size;
@@ -99,8 +131,21 @@ CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
 }
 
 void CXmlNodePool::DeleteSlab(Slab* slab) {
-    KVXML_UNPOISON(slab, slab->Size());
+    const size_t size = slab->Size();
     --m_slabCount;
+    if (m_tearingDown && size == kLargestSlabSize) {
+        SpareSlabs& spares = Spares();
+        std::lock_guard<std::mutex> guard(spares.lock);
+        if (spares.count < SpareSlabs::kLimit) {
+            KVXML_UNPOISON(slab, sizeof(void*));
+            *reinterpret_cast<void**>(slab) = spares.head;
+            KVXML_POISON(slab, size);
+            spares.head = slab;
+            ++spares.count;
+            return;
+        }
+    }
+    KVXML_UNPOISON(slab, size);
     ::operator delete(slab, std::align_val_t(kLargestSlabSize));
 }
 
@@ -191,6 +236,9 @@ void CXmlNodePool::FreeBlock(void* block, size_t blockSize) {
     if (--slab->liveBlocks == 0 && slab != m_current[slab->region]) {
         if (slab->reusable) UnlinkReusable(slab);
         DeleteSlab(slab);
+    } else if (m_tearingDown) {
+        // The slab goes with its last block: no need to touch this one.
+        KVXML_POISON(block, blockSize);
     } else {
         *static_cast<void**>(block) = slab->freeLists[slot];
         slab->freeLists[slot] = block;
@@ -246,7 +294,8 @@ const std::u16string* CXmlNodePool::Intern(std::u16string_view text) {
 namespace {
 
 inline bool SameText(const std::u16string& held, std::u16string_view text) {
-    return held.size() == text.size() && std::memcmp(held.data(), text.data(), text.size() * sizeof(char16_t)) == 0;
+    return held.size() == text.size() &&
+           (text.empty() || std::memcmp(held.data(), text.data(), text.size() * sizeof(char16_t)) == 0);
 }
 
 } // namespace

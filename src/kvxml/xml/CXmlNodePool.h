@@ -46,6 +46,10 @@ public:
     void Detach();
     // Returns slabs and names to the heap when nothing uses them.
     void Trim();
+    // Around the deletion of a whole tree: freed blocks are not kept for reuse, and emptied slabs
+    // are kept, up to a bound, for the next tree of the process, which then needs no fresh memory
+    // from the system. Content released while a tree lives goes back to the heap as ever.
+    void SetTearingDown(bool tearingDown) { m_tearingDown = tearingDown; }
     // Where the blocks allocated next come from; the skeleton is for the children of the root.
     enum Region { Region_Content = 0, Region_Skeleton = 1, Region_Count = 2 };
     void SetRegion(Region region) { m_region = region; }
@@ -138,6 +142,7 @@ private:
     Slab* m_current[Region_Count];
     Slab* m_reusable[Region_Count];
     Region m_region;
+    bool m_tearingDown;
     size_t m_slabCount;
     size_t m_references;
     size_t m_nextSlabSize;
