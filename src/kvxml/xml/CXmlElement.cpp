@@ -221,7 +221,11 @@ void CXmlElement::ReserveAttributes(size_t count) {
     }
     const size_t present = m_attributeBits ? Block()->count : 0;
     const size_t capacity = m_attributeBits ? Block()->capacity : 0;
-    if (count > capacity - present) GrowAttributeBlock(present + count);
+    // Only a hint: a count beyond any block just moves the pointers to a vector.
+    if (count > kLargestAttributeBlock - present)
+        MakeAttributeVector();
+    else if (count > capacity - present)
+        GrowAttributeBlock(present + count);
 }
 
 void* CXmlElement::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
@@ -327,18 +331,16 @@ void CXmlElement::AppendText(const char16_t* text, size_t length) {
         return;
     }
     const size_t present = m_textLength;
-    const size_t needed = present + length;
     char16_t* run = reinterpret_cast<char16_t*>(m_textBits);
+    if (length > kLargestRun - present) {
+        auto owned = std::make_unique<std::u16string>(run ? run : u"", present);
+        owned->append(text, length);
+        FreeText();
+        m_textBits = reinterpret_cast<uintptr_t>(owned.release()) | kTagOwned;
+        return;
+    }
+    const size_t needed = present + length;
     if (needed > m_textCapacity) {
-        if (needed > kLargestRun) {
-            auto owned = std::make_unique<std::u16string>();
-            owned->reserve(needed);
-            owned->append(run ? run : u"", present);
-            owned->append(text, length);
-            FreeText();
-            m_textBits = reinterpret_cast<uintptr_t>(owned.release()) | kTagOwned;
-            return;
-        }
         // The first piece is mostly all there is: exactly its size.
         size_t capacity = present ? std::max(needed, 2 * size_t(m_textCapacity)) : needed;
         capacity = (std::min(capacity, kLargestRun) + 3) / 4 * 4;
