@@ -105,7 +105,6 @@ CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
         std::lock_guard<std::mutex> guard(spares.lock);
         if (spares.head) {
             memory = spares.head;
-            KVXML_UNPOISON(memory, sizeof(void*));
             spares.head = *static_cast<void**>(memory);
             --spares.count;
             size = kLargestSlabSize;
@@ -137,9 +136,10 @@ void CXmlNodePool::DeleteSlab(Slab* slab) {
         SpareSlabs& spares = Spares();
         std::lock_guard<std::mutex> guard(spares.lock);
         if (spares.count < SpareSlabs::kLimit) {
+            // The link stays readable: the leak checker follows no pointer in poisoned memory.
             KVXML_UNPOISON(slab, sizeof(void*));
             *reinterpret_cast<void**>(slab) = spares.head;
-            KVXML_POISON(slab, size);
+            KVXML_POISON(reinterpret_cast<unsigned char*>(slab) + sizeof(void*), size - sizeof(void*));
             spares.head = slab;
             ++spares.count;
             return;
