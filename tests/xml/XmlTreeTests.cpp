@@ -247,3 +247,37 @@ TEST(CXmlNodePool, SlabsGoBackAsSoonAsTheirBlocksDo) {
     EXPECT_EQ(pool->GetSlabCount(), 1u); // the slab being filled
     pool->Detach();
 }
+
+// A whole tree goes with its slabs when nothing outside it uses the pool, else node by node:
+// either way every element is counted out, and what is held outside stays (the sanitizer build
+// checks that nothing leaks or is freed twice).
+TEST(CXmlDocument, TeardownWithAndWithoutNodesHeldOutside) {
+    const std::string big(2000, 'x'); // beyond a slab's largest block
+    const std::string xml = "<r a='1'><e b='2'>" + big + "</e><e/>" + big + "</r>";
+    enum Hold { Nothing, AttributeCopy, RemovedChild, TextAsString };
+    for (Hold hold : {Nothing, AttributeCopy, RemovedChild, TextAsString}) {
+        const int64_t before = CXmlElement::GetLiveElementCount();
+        std::unique_ptr<CXmlAttribute> copy;
+        std::unique_ptr<CXmlElement> removed;
+        {
+            CXmlDocument document;
+            document.LoadXml(xml.c_str());
+            CXmlElement* r = document.GetDocumentElement();
+            if (hold == AttributeCopy) copy = std::make_unique<CXmlAttribute>(*r->AttributeSpan()[0]);
+            if (hold == RemovedChild) removed.reset(r->RemoveLastChildElement());
+            if (hold == TextAsString) {
+                EXPECT_EQ(r->GetFirstElement()->GetText().size(), big.size());
+            }
+            document.LoadXml(xml.c_str()); // the first tree goes here
+            EXPECT_EQ(CXmlElement::GetLiveElementCount() - before, removed ? 4 : 3) << hold;
+            EXPECT_EQ(document.GetDocumentElement()->GetFirstElement()->TextView().size(), big.size());
+        }
+        EXPECT_EQ(CXmlElement::GetLiveElementCount() - before, removed ? 1 : 0) << hold;
+        if (copy) {
+            EXPECT_EQ(copy->GetValue() + copy->GetLocalName(), u"1a");
+        }
+        if (removed) {
+            EXPECT_EQ(removed->GetLocalName(), u"e");
+        }
+    }
+}

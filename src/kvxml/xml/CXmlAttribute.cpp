@@ -39,10 +39,17 @@ void CXmlAttribute::FreeValue() {
     m_valueLength = 0;
 }
 
+void CXmlAttribute::MarkPooledBlock() {
+    if (!m_poolBits) return;
+    m_poolBits |= 1;
+    Pool()->CountPooledNode(false, 1);
+}
+
 const std::u16string& CXmlAttribute::GetValue() const {
     if (m_valueBits & 1) return *reinterpret_cast<const std::u16string*>(m_valueBits & ~static_cast<uintptr_t>(1));
     if (!m_valueBits) return CXmlNodePool::EmptyString();
     auto* owned = new std::u16string(ValueView());
+    if (Pool()) Pool()->MarkUnsafe();
     CXmlNodePool::Free(reinterpret_cast<void*>(m_valueBits), RunBytes(m_valueLength), Pool());
     m_valueBits = reinterpret_cast<uintptr_t>(owned) | 1;
     m_valueLength = 0;
@@ -93,6 +100,8 @@ CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     const CXmlNodeName names = CXmlNodePool::CopyName(other.m_names);
     // The value moves to the other pool: an owned string, which needs no pool.
     auto* value = new std::u16string(other.ValueView());
+    if (Pool()) Pool()->MarkUnsafe();
+    if (other.Pool()) other.Pool()->MarkUnsafe();
     FreeValue();
     m_valueBits = reinterpret_cast<uintptr_t>(value) | 1;
     if (other.Pool()) other.Pool()->AddRef();
@@ -118,6 +127,7 @@ void CXmlAttribute::operator delete(CXmlAttribute* attribute, std::destroying_de
     // Read before the destructor runs; the block holds its pool until it is freed.
     CXmlNodePool* blockPool = (attribute->m_poolBits & 1) ? attribute->Pool() : nullptr;
     attribute->~CXmlAttribute();
+    if (blockPool) blockPool->CountPooledNode(false, -1);
     CXmlNodePool::Free(attribute, sizeof(CXmlAttribute), blockPool);
 }
 

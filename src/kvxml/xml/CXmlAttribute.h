@@ -54,9 +54,7 @@ public:
 private:
     friend class CXmlElement;
     CXmlNodePool* Pool() const { return reinterpret_cast<CXmlNodePool*>(m_poolBits & ~static_cast<uintptr_t>(1)); }
-    void MarkPooledBlock() {
-        if (m_poolBits) m_poolBits |= 1;
-    }
+    void MarkPooledBlock();
     void SetValue(std::u16string_view value);
     void FreeValue();
 

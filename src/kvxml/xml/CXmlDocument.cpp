@@ -58,10 +58,15 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
       m_elementFilter(other.m_elementFilter),
       m_context(other.m_context),
       m_nodePool(nullptr),
-      m_aliasIndexValid(false) {}
+      m_aliasIndexValid(false) {
+    // The tree is shared now: it goes node by node, whichever document lets it go.
+    if (other.m_nodePool) other.m_nodePool->MarkUnsafe();
+}
 
 CXmlDocument& CXmlDocument::operator=(const CXmlDocument& other) {
     if (this == &other) return *this;
+    if (other.m_nodePool) other.m_nodePool->MarkUnsafe();
+    if (m_nodePool) m_nodePool->MarkUnsafe();
     m_fileOffset = other.m_fileOffset;
     m_documentElement = other.m_documentElement;
     m_elementStack = other.m_elementStack;
@@ -98,7 +103,14 @@ void CXmlDocument::Init() {
 
 void CXmlDocument::Cleanup() {
     if (m_nodePool) m_nodePool->SetTearingDown(true);
-    delete m_documentElement;
+    // A tree all in the pool goes with its slabs; any other is deleted node by node.
+    int64_t dropped = 0;
+    if (m_documentElement && m_nodePool &&
+        m_documentElement->m_poolBits == (reinterpret_cast<uintptr_t>(m_nodePool) | 1) &&
+        m_nodePool->DropTree(dropped))
+        CXmlElement::ForgetElements(dropped);
+    else
+        delete m_documentElement;
     m_documentElement = nullptr;
     if (m_nodePool) {
         m_nodePool->Trim();

@@ -82,6 +82,8 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     }
     const CXmlNodeName names = CXmlNodePool::CopyName(other.m_names);
     // Stores in the old pool go before the pool changes.
+    if (Pool()) Pool()->MarkUnsafe();
+    if (other.Pool()) other.Pool()->MarkUnsafe();
     FreeText();
     FreeAttributeStore();
     if (sharedText)
@@ -181,6 +183,7 @@ const std::u16string& CXmlElement::GetText() const {
     if (m_textBits & kTagMask) return *reinterpret_cast<const std::u16string*>(m_textBits & ~kTagMask);
     // Empty text too gets a string of its own, which later text then goes to.
     auto* owned = new std::u16string(TextView());
+    if (Pool()) Pool()->MarkUnsafe();
     const_cast<CXmlElement*>(this)->FreeText();
     m_textBits = reinterpret_cast<uintptr_t>(owned) | kTagOwned;
     return *owned;
@@ -190,6 +193,7 @@ void CXmlElement::MakeAttributeVector() const {
     if (m_attributeBits & kTagOwned) return;
     const std::span<CXmlAttribute* const> items = AttributeSpan();
     auto* vector = new std::vector<CXmlAttribute*>(items.begin(), items.end());
+    if (Pool()) Pool()->MarkUnsafe();
     const_cast<CXmlElement*>(this)->FreeAttributeStore();
     m_attributeBits = reinterpret_cast<uintptr_t>(vector) | kTagOwned;
 }
@@ -228,6 +232,14 @@ void CXmlElement::ReserveAttributes(size_t count) {
         GrowAttributeBlock(present + count);
 }
 
+void CXmlElement::MarkPooledBlock() {
+    if (!m_poolBits) return;
+    m_poolBits |= 1;
+    Pool()->CountPooledNode(true, 1);
+}
+
+void CXmlElement::ForgetElements(int64_t count) { g_liveElements.fetch_sub(count, std::memory_order_relaxed); }
+
 void* CXmlElement::operator new(size_t size) { return CXmlNodePool::Allocate(size, nullptr); }
 void* CXmlElement::operator new(size_t size, CXmlNodePool* pool) { return CXmlNodePool::Allocate(size, pool); }
 
@@ -235,6 +247,7 @@ void CXmlElement::operator delete(CXmlElement* element, std::destroying_delete_t
     // Read before the destructor runs; the block holds its pool until it is freed.
     CXmlNodePool* blockPool = (element->m_poolBits & 1) ? element->Pool() : nullptr;
     element->~CXmlElement();
+    if (blockPool) blockPool->CountPooledNode(true, -1);
     CXmlNodePool::Free(element, sizeof(CXmlElement), blockPool);
 }
 
@@ -333,6 +346,7 @@ void CXmlElement::AppendText(const char16_t* text, size_t length) {
     const size_t present = m_textLength;
     char16_t* run = reinterpret_cast<char16_t*>(m_textBits);
     if (length > kLargestRun - present) {
+        if (Pool()) Pool()->MarkUnsafe();
         auto owned = std::make_unique<std::u16string>(run ? run : u"", present);
         owned->append(text, length);
         FreeText();
@@ -373,6 +387,7 @@ CXmlElement* CXmlElement::CreateNewChildElement() {
 CXmlElement* CXmlElement::RemoveLastChildElement() {
     CXmlElement* last = m_lastChild;
     if (!last) return nullptr;
+    if (last->Pool()) last->Pool()->MarkUnsafe(); // the caller may keep it past its tree
     if (m_firstChild == last) {
         m_firstChild = m_lastChild = nullptr;
         return last;

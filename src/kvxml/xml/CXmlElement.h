@@ -94,9 +94,9 @@ private:
     // The document's pool, with the low bit set when the node's block came from it.
     CXmlNodePool* Pool() const { return reinterpret_cast<CXmlNodePool*>(m_poolBits & ~static_cast<uintptr_t>(1)); }
     // For the nodes the tree builds with new (Pool()).
-    void MarkPooledBlock() {
-        if (m_poolBits) m_poolBits |= 1;
-    }
+    void MarkPooledBlock();
+    // Elements dropped with their whole tree by the pool, without their destructors.
+    static void ForgetElements(int64_t count);
 
     // Text: a run of units in a block of the pool (or the heap without one), untagged; a string
     // of the element's own (kTagOwned); or blank text held once by the pool (kTagShared).

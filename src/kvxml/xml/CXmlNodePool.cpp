@@ -26,6 +26,8 @@
 namespace KvXmlLib16 {
 
 struct CXmlNodePool::Slab {
+    Slab* previous;
+    Slab* next;
     Slab* previousReusable;
     Slab* nextReusable;
     unsigned char* cursor; // the untouched rest runs from here to end
@@ -43,7 +45,7 @@ struct CXmlNodePool::Slab {
 
 namespace {
 
-constexpr size_t kSlabHeader = (sizeof(void*) * 4 + 16 + 64 * sizeof(void*) + 15) / 16 * 16;
+constexpr size_t kSlabHeader = (sizeof(void*) * 6 + 16 + 64 * sizeof(void*) + 15) / 16 * 16;
 
 // Slabs of torn down trees, for the next tree of any thread; bounded, so that a process that
 // once read a large document holds little more than that after it.
@@ -51,7 +53,7 @@ struct SpareSlabs {
     std::mutex lock;
     void* head = nullptr;
     size_t count = 0;
-    static constexpr size_t kLimit = 1024;
+    static constexpr size_t kLimit = 64;
 };
 
 SpareSlabs& Spares() {
@@ -67,6 +69,12 @@ CXmlNodePool::CXmlNodePool(CXmlDocument* document)
       m_reusable{},
       m_region(Region_Content),
       m_tearingDown(false),
+      m_treeOnly(true),
+      m_slabs(nullptr),
+      m_largeBlocks(nullptr),
+      m_liveBlocks(0),
+      m_pooledNodes(0),
+      m_pooledElements(0),
       m_slabCount(0),
       m_references(0),
       m_nextSlabSize(kFirstSlabSize),
@@ -81,18 +89,13 @@ CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
 CXmlNodePool* CXmlNodePool::Create(CXmlDocument* document) { return new CXmlNodePool(document); }
 
 void CXmlNodePool::ReleaseSlabs() {
-    // Called with no block in use: every slab but the current ones has gone already.
-    for (Slab*& slab : m_current) {
-        if (slab) DeleteSlab(slab);
-        slab = nullptr;
+    while (m_largeBlocks) {
+        LargeBlock* next = m_largeBlocks->next;
+        std::free(m_largeBlocks);
+        m_largeBlocks = next;
     }
-    for (Slab* list : m_reusable) {
-        while (list) {
-            Slab* next = list->nextReusable;
-            DeleteSlab(list);
-            list = next;
-        }
-    }
+    while (m_slabs) DeleteSlab(m_slabs);
+    for (Slab*& slab : m_current) slab = nullptr;
     for (Slab*& list : m_reusable) list = nullptr;
     m_nextSlabSize = kFirstSlabSize;
 }
@@ -116,6 +119,10 @@ CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
     }
     KVXML_UNPOISON(memory, kSlabHeader);
     auto* slab = static_cast<Slab*>(memory);
+    slab->previous = nullptr;
+    slab->next = m_slabs;
+    if (m_slabs) m_slabs->previous = slab;
+    m_slabs = slab;
     slab->previousReusable = slab->nextReusable = nullptr;
     slab->cursor = reinterpret_cast<unsigned char*>(slab) + kSlabHeader;
     slab->end = reinterpret_cast<unsigned char*>(slab) + size;
@@ -132,6 +139,11 @@ CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
 void CXmlNodePool::DeleteSlab(Slab* slab) {
     const size_t size = slab->Size();
     --m_slabCount;
+    if (slab->previous)
+        slab->previous->next = slab->next;
+    else
+        m_slabs = slab->next;
+    if (slab->next) slab->next->previous = slab->previous;
     if (m_tearingDown && size == kLargestSlabSize) {
         SpareSlabs& spares = Spares();
         std::lock_guard<std::mutex> guard(spares.lock);
@@ -170,6 +182,7 @@ void CXmlNodePool::UnlinkReusable(Slab* slab) {
 
 void* CXmlNodePool::Allocate(size_t size, CXmlNodePool* pool) {
     if (pool && Pooled(size)) return pool->AllocateBlock(BlockSize(size));
+    if (pool) return pool->AllocateLarge(size);
     void* memory = std::malloc(size != 0 ? size : 1);
     if (!memory) throw std::bad_alloc();
     return memory;
@@ -218,6 +231,7 @@ void* CXmlNodePool::AllocateBlock(size_t blockSize) {
         KVXML_UNPOISON(block, blockSize);
     }
     ++slab->liveBlocks;
+    ++m_liveBlocks;
     ++m_references;
     return block;
 }
@@ -226,13 +240,42 @@ void CXmlNodePool::Free(void* block, size_t size, CXmlNodePool* pool) {
     if (!block) return;
     if (pool && Pooled(size))
         pool->FreeBlock(block, BlockSize(size));
+    else if (pool)
+        pool->FreeLarge(block);
     else
         std::free(block);
+}
+
+void* CXmlNodePool::AllocateLarge(size_t size) {
+    if (size > SIZE_MAX - sizeof(LargeBlock)) throw std::bad_alloc();
+    auto* header = static_cast<LargeBlock*>(std::malloc(sizeof(LargeBlock) + size));
+    if (!header) throw std::bad_alloc();
+    static_assert(sizeof(LargeBlock) % 16 == 0, "large blocks keep the heap's alignment");
+    header->previous = nullptr;
+    header->next = m_largeBlocks;
+    if (m_largeBlocks) m_largeBlocks->previous = header;
+    m_largeBlocks = header;
+    ++m_liveBlocks;
+    ++m_references;
+    return header + 1;
+}
+
+void CXmlNodePool::FreeLarge(void* block) {
+    LargeBlock* header = static_cast<LargeBlock*>(block) - 1;
+    if (header->previous)
+        header->previous->next = header->next;
+    else
+        m_largeBlocks = header->next;
+    if (header->next) header->next->previous = header->previous;
+    std::free(header);
+    --m_liveBlocks;
+    Release();
 }
 
 void CXmlNodePool::FreeBlock(void* block, size_t blockSize) {
     auto* slab = reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(kLargestSlabSize - 1));
     const size_t slot = blockSize / kGranule;
+    --m_liveBlocks;
     if (--slab->liveBlocks == 0 && slab != m_current[slab->region]) {
         if (slab->reusable) UnlinkReusable(slab);
         DeleteSlab(slab);
@@ -259,8 +302,20 @@ void CXmlNodePool::Detach() {
     if (m_references == 0) delete this;
 }
 
+bool CXmlNodePool::DropTree(int64_t& elements) {
+    // Every reference is a block or a node in a block: no node elsewhere uses the pool.
+    if (!m_treeOnly || m_references != m_liveBlocks + m_pooledNodes) return false;
+    elements = m_pooledElements;
+    m_references = 0;
+    m_liveBlocks = m_pooledNodes = 0;
+    m_pooledElements = 0;
+    ReleaseSlabs();
+    return true;
+}
+
 void CXmlNodePool::Trim() {
     if (m_references != 0) return;
+    m_treeOnly = true;
     ReleaseSlabs();
     m_region = Region_Content;
     for (const std::u16string*& text : m_recentTexts) text = nullptr;
@@ -332,6 +387,7 @@ CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view loca
             return *hint;
         if (const CXmlNodeNamePair* interned = pool->InternName(localName, namespaceURI))
             return CXmlNodeName{reinterpret_cast<uintptr_t>(interned)};
+        pool->MarkUnsafe();
     }
     static_assert(alignof(CXmlNodeNamePair) >= 2, "the low bit of a name pointer must be free");
     auto* owned = new CXmlNodeNamePair{std::u16string(localName), std::u16string(namespaceURI)};

@@ -50,6 +50,17 @@ public:
     // are kept, up to a bound, for the next tree of the process, which then needs no fresh memory
     // from the system. Content released while a tree lives goes back to the heap as ever.
     void SetTearingDown(bool tearingDown) { m_tearingDown = tearingDown; }
+    // A tree whose every node and store lives in the pool, with no node outside it, goes with its
+    // slabs, without a visit to each node: false, with nothing done, when that cannot be known.
+    // Gives the number of elements gone.
+    bool DropTree(int64_t& elements);
+    // Nodes in pool blocks, counted as they are marked and freed.
+    void CountPooledNode(bool element, int delta) {
+        m_pooledNodes += static_cast<size_t>(delta);
+        if (element) m_pooledElements += delta;
+    }
+    // A node left the tree, or holds memory outside the pool: the next teardown visits every node.
+    void MarkUnsafe() { m_treeOnly = false; }
     // Where the blocks allocated next come from; the skeleton is for the children of the root.
     enum Region { Region_Content = 0, Region_Skeleton = 1, Region_Count = 2 };
     void SetRegion(Region region) { m_region = region; }
@@ -87,6 +98,13 @@ private:
     struct Slab;
     void* AllocateBlock(size_t blockSize);
     void FreeBlock(void* block, size_t blockSize);
+    // Blocks too large for a slab: from the heap, but listed, so that DropTree finds them.
+    struct LargeBlock {
+        LargeBlock* previous;
+        LargeBlock* next;
+    };
+    void* AllocateLarge(size_t size);
+    void FreeLarge(void* block);
     // A slab able to serve the block: one with enough room freed, else a new one.
     Slab* NextSlab(size_t blockSize);
     Slab* NewSlab();
@@ -143,6 +161,12 @@ private:
     Slab* m_reusable[Region_Count];
     Region m_region;
     bool m_tearingDown;
+    bool m_treeOnly;
+    Slab* m_slabs; // every slab, for DropTree
+    LargeBlock* m_largeBlocks;
+    size_t m_liveBlocks;
+    size_t m_pooledNodes;
+    int64_t m_pooledElements;
     size_t m_slabCount;
     size_t m_references;
     size_t m_nextSlabSize;
