@@ -280,4 +280,18 @@ TEST(CXmlDocument, TeardownWithAndWithoutNodesHeldOutside) {
             EXPECT_EQ(removed->GetLocalName(), u"e");
         }
     }
+    // Assigned into a tree of another document, a node keeps its own pool and document, and
+    // nothing of the other one's.
+    CXmlDocument first;
+    CXmlDocument second;
+    first.LoadXml("<a xmlns='urn:a' x='1'><b> </b></a>");
+    second.LoadXml("<c y='2'><d/></c>");
+    CXmlElement* c = second.GetDocumentElement();
+    *c->GetFirstElement() = *first.GetDocumentElement()->GetFirstElement();
+    *c->AttributeSpan()[0] = *first.GetDocumentElement()->AttributeSpan()[0];
+    first.Cleanup();
+    const CXmlElement* d = c->GetFirstElement();
+    EXPECT_EQ(d->GetDocument(), &second);
+    EXPECT_EQ(d->GetNamespaceURI() + d->GetLocalName() + d->GetText(), u"urn:ab ");
+    EXPECT_EQ(c->AttributeSpan()[0]->GetLocalName() + c->AttributeSpan()[0]->GetValue(), u"x1");
 }

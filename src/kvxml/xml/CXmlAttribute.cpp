@@ -97,19 +97,22 @@ CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
 
 CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     if (this == &other) return *this;
-    const CXmlNodeName names = CXmlNodePool::CopyName(other.m_names);
-    // The value moves to the other pool: an owned string, which needs no pool.
+    // A node whose block came from a pool stays with that pool; any other takes the other's.
+    CXmlNodePool* const target = (m_poolBits & 1) ? Pool() : other.Pool();
+    const CXmlNodeName names = target == other.Pool()
+                                   ? CXmlNodePool::CopyName(other.m_names)
+                                   : CXmlNodePool::MakeName(target, other.GetLocalName(), other.GetNamespaceURI());
+    // The value is an owned string, which needs no pool.
     auto* value = new std::u16string(other.ValueView());
     if (Pool()) Pool()->MarkUnsafe();
     if (other.Pool()) other.Pool()->MarkUnsafe();
     FreeValue();
     m_valueBits = reinterpret_cast<uintptr_t>(value) | 1;
-    if (other.Pool()) other.Pool()->AddRef();
+    if (target) target->AddRef();
     CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
     m_element = other.m_element;
-    // The pool of the names changes, the origin of this node's block does not.
-    m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
+    m_poolBits = reinterpret_cast<uintptr_t>(target) | (m_poolBits & 1);
     m_names = names;
     return *this;
 }

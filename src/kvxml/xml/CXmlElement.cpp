@@ -74,13 +74,17 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     if (this == &other) return *this;
     std::unique_ptr<std::u16string> text;
     std::unique_ptr<std::vector<CXmlAttribute*>> attributes;
-    const bool sharedText = (other.m_textBits & kTagMask) == kTagShared;
+    // A node whose block came from a pool stays with that pool; any other takes the other's.
+    CXmlNodePool* const target = (m_poolBits & 1) ? Pool() : other.Pool();
+    const bool samePool = target == other.Pool();
+    const bool sharedText = samePool && (other.m_textBits & kTagMask) == kTagShared;
     if (!sharedText && !other.TextView().empty()) text = std::make_unique<std::u16string>(other.TextView());
     if (other.m_attributeBits) {
         const std::span<CXmlAttribute* const> items = other.AttributeSpan();
         attributes = std::make_unique<std::vector<CXmlAttribute*>>(items.begin(), items.end());
     }
-    const CXmlNodeName names = CXmlNodePool::CopyName(other.m_names);
+    const CXmlNodeName names = samePool ? CXmlNodePool::CopyName(other.m_names)
+                                        : CXmlNodePool::MakeName(target, other.GetLocalName(), other.GetNamespaceURI());
     // Stores in the old pool go before the pool changes.
     if (Pool()) Pool()->MarkUnsafe();
     if (other.Pool()) other.Pool()->MarkUnsafe();
@@ -91,15 +95,14 @@ CXmlElement& CXmlElement::operator=(const CXmlElement& other) {
     else if (text)
         m_textBits = reinterpret_cast<uintptr_t>(text.release()) | kTagOwned;
     if (attributes) m_attributeBits = reinterpret_cast<uintptr_t>(attributes.release()) | kTagOwned;
-    if (other.Pool()) other.Pool()->AddRef();
+    if (target) target->AddRef();
     CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
     m_parent = other.m_parent;
     m_nextSibling = other.m_nextSibling;
     m_firstChild = other.m_firstChild;
     m_lastChild = other.m_lastChild;
-    // The pool (and so the document) changes, the origin of this node's block does not.
-    m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
+    m_poolBits = reinterpret_cast<uintptr_t>(target) | (m_poolBits & 1);
     m_names = names;
     return *this;
 }
