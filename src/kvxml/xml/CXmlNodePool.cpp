@@ -47,8 +47,8 @@ namespace {
 
 constexpr size_t kSlabHeader = (sizeof(void*) * 6 + 16 + 64 * sizeof(void*) + 15) / 16 * 16;
 
-// Slabs of torn down trees, for the next tree of any thread; bounded, so that a process that
-// once read a large document holds little more than that after it.
+// Slabs of torn down trees, for the next tree of any thread. A few megabytes spare most of the
+// page faults of the next large load; a process that once read a large document keeps no more.
 struct SpareSlabs {
     std::mutex lock;
     void* head = nullptr;
