@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/xml/CXmlDocument.h"
+#include "kvxml/xml/CXmlNodePool.h"
 
 using namespace KvXmlLib16;
 
@@ -19,6 +21,8 @@ const CXmlElement* NthChild(const CXmlElement* parent, int index) {
     while (child && index-- > 0) child = child->GetNextSiblingElement();
     return child;
 }
+
+std::u16string Widen(const std::string& ascii) { return std::u16string(ascii.begin(), ascii.end()); }
 
 } // namespace
 
@@ -142,4 +146,152 @@ TEST(CXmlDocument, NodesAndCopiesOutliveTheDocument) {
     assigned = original;
     copy.LoadXml("<t/>");
     EXPECT_EQ(copy.GetDocumentElement()->GetLocalName(), u"t");
+}
+
+// Text and values are held in the tree's own memory; the strings handed out by reference are
+// built on the first call, and from then on follow every later change.
+TEST(CXmlElement, TextAndValuesAsViewsAndAsStringsAgree) {
+    CSerializationContext keep;
+    keep.SetStripCDATA(false);
+    const std::string longRun(300, 'x');
+    // clang-format off
+    struct { std::string xml; std::u16string text; } cases[] = {
+        {"<a>x<b/>y<![CDATA[z]]>&#13;<c/>w</a>", u"xy<![CDATA[z]]>w"},
+        {"<a>\t<b/>tail</a>", u"\ttail"}, {"<a/>", u""},
+        {"<a>" + longRun + "<b/>" + longRun + "</a>", Widen(longRun + longRun)},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        CXmlDocument document(keep);
+        document.LoadXml(c.xml.c_str());
+        CXmlElement* a = document.GetDocumentElement();
+        EXPECT_EQ(a->TextView(), c.text) << c.xml;
+        const std::u16string& text = a->GetText();
+        EXPECT_EQ(text, c.text) << c.xml;
+        a->AppendText(u"+", 1);
+        EXPECT_EQ(&a->GetText(), &text);
+        EXPECT_EQ(a->TextView(), c.text + u"+");
+    }
+    CXmlDocument document;
+    document.LoadXml("<a v='a value longer than one block' e=''/>");
+    const CXmlAttribute* v = document.GetDocumentElement()->AttributeSpan()[0];
+    EXPECT_EQ(v->ValueView(), u"a value longer than one block");
+    EXPECT_EQ(&v->GetValue(), &v->GetValue());
+    EXPECT_EQ(v->ValueView(), v->GetValue());
+    EXPECT_EQ(document.GetDocumentElement()->AttributeSpan()[1]->GetValue(), u"");
+}
+
+// Attributes come all at once from the XML reader and one by one from other builders; the vector
+// handed out by reference follows later additions.
+TEST(CXmlElement, AttributeArraysOfEveryBuilder) {
+    std::string xml = "<r";
+    CXmlElement built(nullptr, nullptr);
+    built.SetElementName(u"r");
+    for (int i = 0; i < 40; ++i) {
+        const std::string n = std::to_string(i);
+        xml += " a" + n + "='" + n + "'";
+        built.AddAttribute(u"a" + Widen(n), Widen(n), u"");
+    }
+    CXmlDocument document;
+    document.LoadXml((xml + "/>").c_str());
+    CXmlElement* loaded = document.GetDocumentElement();
+    for (CXmlElement* e : {loaded, &built}) {
+        ASSERT_EQ(e->AttributeSpan().size(), 40u);
+        const std::vector<CXmlAttribute*>& vector = e->GetAttributes();
+        EXPECT_TRUE(std::equal(vector.begin(), vector.end(), e->AttributeSpan().begin(), e->AttributeSpan().end()));
+        EXPECT_EQ(e->GetAttribute(u"a39", u""), u"39");
+        e->AddAttribute(u"late", u"value", u"urn:x");
+        EXPECT_EQ(vector.size(), 41u);
+        EXPECT_EQ(e->AttributeSpan()[40]->GetXPath(), u"/r/@late"); // no alias for urn:x
+    }
+}
+
+// Releasing an element's content keeps the element, its names and its place, and frees the rest.
+TEST(CXmlElement, ReleaseContentKeepsTheSkeleton) {
+    const int64_t aliveBefore = CXmlElement::GetLiveElementCount();
+    CXmlDocument document;
+    document.LoadXml("<p:r xmlns:p='urn:p'><p:a x='1'>t<b><c/></b>u</p:a><p:a y='2'>v</p:a><d/></p:r>");
+    CXmlElement* first = document.GetDocumentElement()->GetFirstElement();
+    const std::vector<CXmlAttribute*>& attributes = first->GetAttributes();
+    const std::u16string& text = first->GetText();
+    first->ReleaseContent();
+    EXPECT_EQ(CXmlElement::GetLiveElementCount() - aliveBefore, 4); // r, both a, d
+    EXPECT_TRUE(attributes.empty() && text.empty() && first->TextView().empty());
+    EXPECT_EQ(first->GetFirstElement(), nullptr);
+    EXPECT_EQ(first->GetXPath() + u" " + first->GetNextSiblingElement()->GetXPath(), u"/p:r/p:a[1] /p:r/p:a[2]");
+    EXPECT_EQ(first->GetNamespaceURI(), u"urn:p");
+    first->ReleaseContent(); // twice is harmless
+    first->AppendText(u"new");
+    first->AddAttribute(u"z", u"3", u"");
+    EXPECT_EQ(first->GetText() + first->GetAttribute(u"z", u""), u"new3");
+    EXPECT_EQ(NthChild(document.GetDocumentElement(), 1)->GetText(), u"v");
+}
+
+// A slab goes back to the heap once none of its blocks is in use; freed blocks of slabs still in
+// use are filled again before any new slab is taken.
+TEST(CXmlNodePool, SlabsGoBackAsSoonAsTheirBlocksDo) {
+    CXmlNodePool* pool = CXmlNodePool::Create(nullptr);
+    const auto size = [](size_t i) -> size_t { return i % 3 ? 80 : 24; };
+    std::vector<void*> blocks;
+    for (size_t i = 0; i < 20000; ++i) blocks.push_back(CXmlNodePool::Allocate(size(i), pool));
+    const size_t slabs = pool->GetSlabCount();
+    EXPECT_GT(slabs, 10u);
+    const size_t half = blocks.size() / 2;
+    for (size_t i = 0; i < half; ++i) CXmlNodePool::Free(blocks[i], size(i), pool);
+    EXPECT_LE(pool->GetSlabCount(), slabs / 2 + 1);
+    const size_t rest = pool->GetSlabCount();
+    for (size_t i = half + 1; i < blocks.size(); i += 2) CXmlNodePool::Free(blocks[i], size(i), pool);
+    for (size_t i = half + 1; i < blocks.size(); i += 2) blocks[i] = CXmlNodePool::Allocate(size(i), pool);
+    EXPECT_EQ(pool->GetSlabCount(), rest);
+    for (size_t i = half; i < blocks.size(); ++i) CXmlNodePool::Free(blocks[i], size(i), pool);
+    EXPECT_EQ(pool->GetSlabCount(), 1u); // the slab being filled
+    pool->Detach();
+}
+
+// A whole tree goes with its slabs when nothing outside it uses the pool, else node by node:
+// either way every element is counted out, and what is held outside stays (the sanitizer build
+// checks that nothing leaks or is freed twice).
+TEST(CXmlDocument, TeardownWithAndWithoutNodesHeldOutside) {
+    const std::string big(2000, 'x'); // beyond a slab's largest block
+    const std::string xml = "<r a='1'><e b='2'>" + big + "</e><e/>" + big + "</r>";
+    enum Hold { Nothing, AttributeCopy, RemovedChild, TextAsString };
+    for (Hold hold : {Nothing, AttributeCopy, RemovedChild, TextAsString}) {
+        const int64_t before = CXmlElement::GetLiveElementCount();
+        std::unique_ptr<CXmlAttribute> copy;
+        std::unique_ptr<CXmlElement> removed;
+        {
+            CXmlDocument document;
+            document.LoadXml(xml.c_str());
+            CXmlElement* r = document.GetDocumentElement();
+            if (hold == AttributeCopy) copy = std::make_unique<CXmlAttribute>(*r->AttributeSpan()[0]);
+            if (hold == RemovedChild) removed.reset(r->RemoveLastChildElement());
+            if (hold == TextAsString) {
+                EXPECT_EQ(r->GetFirstElement()->GetText().size(), big.size());
+            }
+            document.LoadXml(xml.c_str()); // the first tree goes here
+            EXPECT_EQ(CXmlElement::GetLiveElementCount() - before, removed ? 4 : 3) << hold;
+            EXPECT_EQ(document.GetDocumentElement()->GetFirstElement()->TextView().size(), big.size());
+        }
+        EXPECT_EQ(CXmlElement::GetLiveElementCount() - before, removed ? 1 : 0) << hold;
+        if (copy) {
+            EXPECT_EQ(copy->GetValue() + copy->GetLocalName(), u"1a");
+        }
+        if (removed) {
+            EXPECT_EQ(removed->GetLocalName(), u"e");
+        }
+    }
+    // Assigned into a tree of another document, a node keeps its own pool and document, and
+    // nothing of the other one's.
+    CXmlDocument first;
+    CXmlDocument second;
+    first.LoadXml("<a xmlns='urn:a' x='1'><b> </b></a>");
+    second.LoadXml("<c y='2'><d/></c>");
+    CXmlElement* c = second.GetDocumentElement();
+    *c->GetFirstElement() = *first.GetDocumentElement()->GetFirstElement();
+    *c->AttributeSpan()[0] = *first.GetDocumentElement()->AttributeSpan()[0];
+    first.Cleanup();
+    const CXmlElement* d = c->GetFirstElement();
+    EXPECT_EQ(d->GetDocument(), &second);
+    EXPECT_EQ(d->GetNamespaceURI() + d->GetLocalName() + d->GetText(), u"urn:ab ");
+    EXPECT_EQ(c->AttributeSpan()[0]->GetLocalName() + c->AttributeSpan()[0]->GetValue(), u"x1");
 }

@@ -279,7 +279,7 @@ public:
     KvXmlLib16::CXmlElement* FromXml_Int(KvXmlLib16::CXmlElement*, KvXmlLib16::CXmlElement* element,
                                          const KvXmlLib16::CSerializationContext& context, bool) override {
         while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
-            m_items.push_back(static_cast<E>(m_fromText(element->GetText().c_str())));
+            m_items.push_back(static_cast<E>(m_fromText(std::u16string(element->TextView()).c_str())));
             element = element->GetNextSiblingElement();
         }
         return element;

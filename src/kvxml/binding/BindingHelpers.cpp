@@ -20,7 +20,7 @@ void ThrowLeftOver(const CXmlElement* parent, const CXmlElement* current, const 
         (pathOf ? pathOf : parent)->GetXPath());
 }
 
-bool EqualsNoCase(const std::u16string& text, const char16_t* literal) {
+bool EqualsNoCase(std::u16string_view text, const char16_t* literal) {
     size_t i = 0;
     for (; literal[i]; ++i) {
         if (i >= text.size()) return false;

@@ -37,7 +37,7 @@ inline bool SameText(const std::u16string& a, const char16_t* b) {
 }
 
 // ASCII case-insensitive equality, enough for the literals of xsi:nil.
-bool EqualsNoCase(const std::u16string& text, const char16_t* literal);
+bool EqualsNoCase(std::u16string_view text, const char16_t* literal);
 
 // The object a property variant holds, whether stored as an object or as a collection; null otherwise.
 CSmartPtr<CXmlObjectBase> ObjectOf(const KvVariant& value);

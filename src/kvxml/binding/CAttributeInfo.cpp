@@ -44,7 +44,8 @@ void CAttributeInfo::InvokePropertySet(Object* object, KvVariant& value, const A
         object->AccessProperty(m_propertyIndex, false, value);
     } catch (const CKvException& e) {
         throw CKvValidationException(
-            FormatString(u"Failed to set the property value [%s].", attribute ? attribute->GetValue().c_str() : u""),
+            FormatString(u"Failed to set the property value [%s].",
+                         attribute ? std::u16string(attribute->ValueView()).c_str() : u""),
             attribute ? attribute->GetXPath() : u"", e);
     }
 }
@@ -101,7 +102,7 @@ bool CAttributeInfoAny::AttributeFromXml(const Context&, Object* object, Attribu
     CAttributeCol* attributes = dynamic_cast<CAttributeCol*>(held.get());
     if (!attributes)
         throw CKvException(u"Serialization Data Error : The collection should be a CAttributeCol, it was not!");
-    attributes->Add(attribute->GetLocalName().c_str(), attribute->GetValue().c_str(),
+    attributes->Add(attribute->GetLocalName().c_str(), std::u16string(attribute->ValueView()).c_str(),
                     attribute->GetNamespaceURI().c_str());
     return true;
 }
@@ -139,7 +140,7 @@ bool CAttributeInfoEnum::AttributeFromXml(const Context& context, Object* object
     if (!m_enumFromText)
         throw CKvException(FormatString(u"No enumeration function is set for [%s].", m_attributeName.c_str()));
     KvVariant value;
-    value.SetI4(m_enumFromText(attribute->GetValue().c_str()));
+    value.SetI4(m_enumFromText(std::u16string(attribute->ValueView()).c_str()));
     InvokePropertySet(object, value, attribute);
     return true;
 }
@@ -179,7 +180,7 @@ bool CAttributeInfoPrimitive::AttributeFromXml(const Context&, Object* object, A
         !BindingHelpers::SameText(attribute->GetNamespaceURI(), m_attributeNamespace))
         return false;
     KvVariant value;
-    value.FromString(attribute->GetValue(), m_itemType, m_whitespaceRule);
+    value.FromString(attribute->ValueView(), m_itemType, m_whitespaceRule);
     value.SetTransient();
     InvokePropertySet(object, value, attribute);
     return true;

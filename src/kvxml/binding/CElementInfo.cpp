@@ -181,9 +181,9 @@ void CElementInfo::ReadValueElement(const Context& context, Object* object, Elem
     Element* element = *current;
     KvVariant value;
     bool nilSeen = false;
-    for (const CXmlAttribute* attribute : element->GetAttributes()) {
+    for (const CXmlAttribute* attribute : element->AttributeSpan()) {
         if (attribute->IsNilAttribute()) {
-            const std::u16string& text = attribute->GetValue();
+            const std::u16string_view text = attribute->ValueView();
             if (BindingHelpers::EqualsNoCase(text, u"false") || BindingHelpers::EqualsNoCase(text, u"0")) {
                 nilSeen = false;
                 continue;
@@ -196,7 +196,7 @@ void CElementInfo::ReadValueElement(const Context& context, Object* object, Elem
                 value.SetNil();
             } else {
                 throw CKvValidationException(
-                    FormatString(u"Unexpected Value [%s] for 'nil' Attribute found.", text.c_str()),
+                    FormatString(u"Unexpected Value [%s] for 'nil' Attribute found.", std::u16string(text).c_str()),
                     attribute->GetXPath());
             }
         } else if (!context.GetIgnoreUnknownAttributes()) {
@@ -210,12 +210,12 @@ void CElementInfo::ReadValueElement(const Context& context, Object* object, Elem
         return;
     }
     BindingHelpers::RefuseChildElements(element, element->GetFirstElement(), context.GetIgnoreUnknownElements());
-    const std::u16string& text = element->GetText();
-    const std::u16string& source = (text.empty() && !m_defaultValue.empty()) ? m_defaultValue : text;
+    const std::u16string_view text = element->TextView();
+    const std::u16string_view source = (text.empty() && !m_defaultValue.empty()) ? m_defaultValue : text;
     if (asEnum) {
         if (!m_enumFromText)
             throw CKvException(FormatString(u"No enumeration function is set for [%s].", m_elementName.c_str()));
-        value.SetI4(m_enumFromText(source.c_str()));
+        value.SetI4(m_enumFromText(std::u16string(source).c_str()));
     } else {
         value.FromString(source, m_itemType, m_whitespaceRule);
         value.SetTransient();

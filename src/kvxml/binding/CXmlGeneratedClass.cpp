@@ -315,9 +315,9 @@ void CXmlGeneratedClass::ReadBody(const CParentElementInfo& info, CXmlElement* e
     if (index != -1 && info.GetPrimitiveDataType() != ItemType_Invalid) {
         KvVariant value;
         if (info.GetOutputPrimitiveClassAsTextProperty())
-            value.SetString(element->GetText());
+            value.SetString(std::u16string(element->TextView()));
         else
-            value.FromString(element->GetText(), info.GetPrimitiveDataType(), CWhitespaceUtils::WhitespaceRule_None);
+            value.FromString(element->TextView(), info.GetPrimitiveDataType(), CWhitespaceUtils::WhitespaceRule_None);
         value.SetTransient();
         AccessProperty(index, false, value);
     }
@@ -335,7 +335,7 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
     CAttributeInfo** records = GetClassAttributeInfo();
     const size_t count = CountOf(records);
     FoundFlags found(count);
-    for (CXmlAttribute* attribute : element->GetAttributes()) {
+    for (CXmlAttribute* attribute : element->AttributeSpan()) {
         // Both tests need the instance or the xmlns namespace: an attribute in none skips them.
         const bool inNamespace = !attribute->GetNamespaceURI().empty();
         if (inNamespace && attribute->IsNamespaceAttribute()) continue;
@@ -344,14 +344,14 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
             if (!nillable)
                 throw CKvValidationException(u"Invalid use of 'nil' attribute in non-nillable element.",
                                              element->GetXPath());
-            const std::u16string& value = attribute->GetValue();
+            const std::u16string_view value = attribute->ValueView();
             if (BindingHelpers::EqualsNoCase(value, u"true") || BindingHelpers::EqualsNoCase(value, u"1"))
                 nillable->SetNil(true);
             else if (BindingHelpers::EqualsNoCase(value, u"false") || BindingHelpers::EqualsNoCase(value, u"0"))
                 nillable->SetNil(false);
             else
                 throw CKvValidationException(
-                    FormatString(u"Unexpected Value [%s] for 'nil' Attribute found.", value.c_str()),
+                    FormatString(u"Unexpected Value [%s] for 'nil' Attribute found.", std::u16string(value).c_str()),
                     attribute->GetXPath());
             continue;
         }

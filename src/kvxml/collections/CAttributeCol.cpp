@@ -65,13 +65,14 @@ void CAttributeCol::ToXml_Int(CXmlWriter* writer, bool, const char16_t* namespac
 }
 
 CXmlElement* CAttributeCol::FromXml_Int(CXmlElement* element, CXmlElement* cursor, const CSerializationContext&, bool) {
-    for (const CXmlAttribute* attribute : element->GetAttributes()) {
+    for (const CXmlAttribute* attribute : element->AttributeSpan()) {
         if (!IsNamespaceValid(attribute->GetNamespaceURI().c_str(), m_restriction.c_str(), m_targetNamespace.c_str()))
             throw CKvInvalidNamespaceException(
                 FormatString(u"Invalid Attribute [%s]. The attributes namespace is Inappropriate.",
                              attribute->GetLocalName().c_str()),
                 element->GetXPath());
-        Add(attribute->GetLocalName().c_str(), attribute->GetValue().c_str(), attribute->GetNamespaceURI().c_str());
+        Add(attribute->GetLocalName().c_str(), std::u16string(attribute->ValueView()).c_str(),
+            attribute->GetNamespaceURI().c_str());
     }
     return cursor;
 }

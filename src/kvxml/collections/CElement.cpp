@@ -95,14 +95,15 @@ void CElement::CopyXmlElement(const CXmlElement* element) {
     CNestingGuard guard;
     m_name = element->GetLocalName();
     m_namespace = element->GetNamespaceURI();
-    m_text = element->GetText();
+    m_text = element->TextView();
     m_attributes->Clear();
     m_childElements->Clear();
-    for (const CXmlAttribute* attribute : element->GetAttributes()) {
-        m_attributes->Add(attribute->GetLocalName().c_str(), attribute->GetValue().c_str(),
+    for (const CXmlAttribute* attribute : element->AttributeSpan()) {
+        const std::u16string value(attribute->ValueView());
+        m_attributes->Add(attribute->GetLocalName().c_str(), value.c_str(),
                           attribute->GetNamespaceURI().c_str());
         // Only parsers that leave namespaces unprocessed hand a declaration over as an attribute.
-        if (attribute->GetLocalName() == u"xmlns") m_defaultNamespace = attribute->GetValue();
+        if (attribute->GetLocalName() == u"xmlns") m_defaultNamespace = value;
     }
     for (const CXmlElement* child = element->GetFirstElement(); child; child = child->GetNextSiblingElement()) {
         CSmartPtr<CElement> item(new CElement(child->GetLocalName().c_str()));
@@ -165,7 +166,7 @@ CXmlElement* CElement::FromXml_Int(CXmlElement*, CXmlElement* element, const CSe
     if (m_childElements->FromXml_Int(element, element->GetFirstElement(), context, false))
         throw CKvValidationException(FormatString(u"Invalid Element [%s] found.", element->GetLocalName().c_str()),
                                      element->GetXPath());
-    m_text = element->GetText();
+    m_text = element->TextView();
     m_name = element->GetLocalName();
     m_namespace = element->GetNamespaceURI();
     return element->GetNextSiblingElement();

@@ -27,7 +27,7 @@ CXmlElement* CXmlTypeCollection::FromXml_Int(CXmlElement*, CXmlElement* element,
                                              bool) {
     while (element && DoesElementNameMatch(context, element, m_elementName.c_str(), m_namespace.c_str())) {
         BindingHelpers::RefuseChildElements(element, element->GetFirstElement(), context.GetIgnoreUnknownElements());
-        AddFromString(element->GetText());
+        AddFromString(std::u16string(element->TextView()));
         element = element->GetNextSiblingElement();
     }
     return element;

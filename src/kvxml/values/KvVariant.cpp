@@ -253,6 +253,20 @@ void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespac
     }
 }
 
+void KvVariant::FromString(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
+    // A string with no rule to apply is taken as it stands; the scanners need a terminated copy,
+    // which the short text of most values holds without allocating.
+    if (kind == ItemType_string && rule == CWhitespaceUtils::WhitespaceRule_None) {
+        SetString(std::u16string(text));
+        return;
+    }
+    FromString(std::u16string(text), kind, rule);
+}
+
+void KvVariant::FromString(const char16_t* text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
+    FromString(text ? std::u16string_view(text) : std::u16string_view(), kind, rule);
+}
+
 void KvVariant::SetI1(int8_t value) {
     Clear();
     m_type = ItemType_i1;

@@ -46,6 +46,9 @@ public:
     std::u16string ToString(const char16_t* format = nullptr) const;
     // The text is converted before anything changes: a failure leaves the variant as it was.
     void FromString(const std::u16string& text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
+    // The same for text held elsewhere, such as a tree node's.
+    void FromString(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
+    void FromString(const char16_t* text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
 
     void SetI1(int8_t value);
     int8_t GetI1() const { return m_value.i1; }

@@ -11,7 +11,50 @@ namespace {
 
 std::u16string_view OrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
+// Bytes of the block holding a run of length units: whole pool granules.
+inline size_t RunBytes(size_t length) { return (length + 3) / 4 * 4 * sizeof(char16_t); }
+
 } // namespace
+
+void CXmlAttribute::SetValue(std::u16string_view value) {
+    m_valueBits = 0;
+    m_valueLength = 0;
+    if (value.empty()) return;
+    if (value.size() > UINT32_MAX) {
+        m_valueBits = reinterpret_cast<uintptr_t>(new std::u16string(value)) | 1;
+        return;
+    }
+    auto* run = static_cast<char16_t*>(CXmlNodePool::Allocate(RunBytes(value.size()), Pool()));
+    std::char_traits<char16_t>::copy(run, value.data(), value.size());
+    m_valueBits = reinterpret_cast<uintptr_t>(run);
+    m_valueLength = static_cast<uint32_t>(value.size());
+}
+
+void CXmlAttribute::FreeValue() {
+    if (m_valueBits & 1)
+        delete reinterpret_cast<std::u16string*>(m_valueBits & ~static_cast<uintptr_t>(1));
+    else if (m_valueBits)
+        CXmlNodePool::Free(reinterpret_cast<void*>(m_valueBits), RunBytes(m_valueLength), Pool());
+    m_valueBits = 0;
+    m_valueLength = 0;
+}
+
+void CXmlAttribute::MarkPooledBlock() {
+    if (!m_poolBits) return;
+    m_poolBits |= 1;
+    Pool()->CountPooledNode(false, 1);
+}
+
+const std::u16string& CXmlAttribute::GetValue() const {
+    if (m_valueBits & 1) return *reinterpret_cast<const std::u16string*>(m_valueBits & ~static_cast<uintptr_t>(1));
+    if (!m_valueBits) return CXmlNodePool::EmptyString();
+    auto* owned = new std::u16string(ValueView());
+    if (Pool()) Pool()->MarkUnsafe();
+    CXmlNodePool::Free(reinterpret_cast<void*>(m_valueBits), RunBytes(m_valueLength), Pool());
+    m_valueBits = reinterpret_cast<uintptr_t>(owned) | 1;
+    m_valueLength = 0;
+    return *owned;
+}
 
 CXmlAttribute::CXmlAttribute(CXmlElement* element, const char16_t* name, const char16_t* value,
                              const char16_t* namespaceURI)
@@ -21,15 +64,15 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, std::u16string_view name, std
                              std::u16string_view namespaceURI)
     : m_element(element),
       m_poolBits(reinterpret_cast<uintptr_t>(element ? element->Pool() : nullptr)),
-      m_localName(CXmlNodePool::EmptyName()),
-      m_value(value),
-      m_namespaceURI(CXmlNodePool::EmptyName()) {
+      m_names(CXmlNodePool::EmptyName()),
+      m_valueBits(0),
+      m_valueLength(0) {
     if (Pool()) Pool()->AddRef();
     try {
-        m_localName = CXmlNodePool::MakeName(Pool(), name);
-        m_namespaceURI = CXmlNodePool::MakeName(Pool(), namespaceURI);
+        m_names = CXmlNodePool::MakeName(Pool(), name, namespaceURI);
+        SetValue(value);
     } catch (...) {
-        CXmlNodePool::DropName(m_localName);
+        CXmlNodePool::DropName(m_names);
         if (Pool()) Pool()->Release();
         throw;
     }
@@ -39,32 +82,44 @@ CXmlAttribute::CXmlAttribute(const CXmlAttribute& other)
     : CInstanceMonitor(other),
       m_element(other.m_element),
       m_poolBits(reinterpret_cast<uintptr_t>(other.Pool())), // a copy's block is its own
-      m_localName(CXmlNodePool::CopyName(other.m_localName)),
-      m_value(other.m_value),
-      m_namespaceURI(CXmlNodePool::CopyName(other.m_namespaceURI)) {
+      m_names(CXmlNodePool::CopyName(other.m_names)),
+      m_valueBits(0),
+      m_valueLength(0) {
     if (Pool()) Pool()->AddRef();
+    try {
+        SetValue(other.ValueView());
+    } catch (...) {
+        CXmlNodePool::DropName(m_names);
+        if (Pool()) Pool()->Release();
+        throw;
+    }
 }
 
 CXmlAttribute& CXmlAttribute::operator=(const CXmlAttribute& other) {
     if (this == &other) return *this;
-    const CXmlNodeName localName = CXmlNodePool::CopyName(other.m_localName);
-    const CXmlNodeName namespaceURI = CXmlNodePool::CopyName(other.m_namespaceURI);
-    m_value = other.m_value;
-    if (other.Pool()) other.Pool()->AddRef();
-    CXmlNodePool::DropName(m_localName);
-    CXmlNodePool::DropName(m_namespaceURI);
+    // A node whose block came from a pool stays with that pool; any other takes the other's.
+    CXmlNodePool* const target = (m_poolBits & 1) ? Pool() : other.Pool();
+    const CXmlNodeName names = target == other.Pool()
+                                   ? CXmlNodePool::CopyName(other.m_names)
+                                   : CXmlNodePool::MakeName(target, other.GetLocalName(), other.GetNamespaceURI());
+    // The value is an owned string, which needs no pool.
+    auto* value = new std::u16string(other.ValueView());
+    if (Pool()) Pool()->MarkUnsafe();
+    if (other.Pool()) other.Pool()->MarkUnsafe();
+    FreeValue();
+    m_valueBits = reinterpret_cast<uintptr_t>(value) | 1;
+    if (target) target->AddRef();
+    CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
     m_element = other.m_element;
-    // The pool of the names changes, the origin of this node's block does not.
-    m_poolBits = reinterpret_cast<uintptr_t>(other.Pool()) | (m_poolBits & 1);
-    m_localName = localName;
-    m_namespaceURI = namespaceURI;
+    m_poolBits = reinterpret_cast<uintptr_t>(target) | (m_poolBits & 1);
+    m_names = names;
     return *this;
 }
 
 CXmlAttribute::~CXmlAttribute() {
-    CXmlNodePool::DropName(m_localName);
-    CXmlNodePool::DropName(m_namespaceURI);
+    FreeValue();
+    CXmlNodePool::DropName(m_names);
     if (Pool()) Pool()->Release();
 }
 
@@ -75,6 +130,7 @@ void CXmlAttribute::operator delete(CXmlAttribute* attribute, std::destroying_de
     // Read before the destructor runs; the block holds its pool until it is freed.
     CXmlNodePool* blockPool = (attribute->m_poolBits & 1) ? attribute->Pool() : nullptr;
     attribute->~CXmlAttribute();
+    if (blockPool) blockPool->CountPooledNode(false, -1);
     CXmlNodePool::Free(attribute, sizeof(CXmlAttribute), blockPool);
 }
 
@@ -88,9 +144,9 @@ std::u16string CXmlAttribute::GetXPath() const {
     if (m_element) {
         path = m_element->GetXPath();
         path += u'/';
-        if (m_element->GetDocument() && !m_namespaceURI.Get().empty()) {
+        if (m_element->GetDocument() && !m_names.NamespaceURI().empty()) {
             const std::u16string alias =
-                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(m_namespaceURI.Get()));
+                m_element->GetDocument()->LookupAliasFromNamespace(std::u16string_view(m_names.NamespaceURI()));
             if (!alias.empty()) {
                 path += alias;
                 path += u':';
@@ -98,19 +154,19 @@ std::u16string CXmlAttribute::GetXPath() const {
         }
     }
     path += u'@';
-    path += m_localName.Get();
+    path += m_names.LocalName();
     return path;
 }
 
 bool CXmlAttribute::IsNamespaceAttribute() const {
-    if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
-    const std::u16string& name = m_localName.Get();
+    if (m_names.NamespaceURI() != kXsiNamespaceURI && m_names.NamespaceURI() != kXmlnsNamespaceURI) return false;
+    const std::u16string& name = m_names.LocalName();
     return name == u"xmlns" || name == u"type" || name == u"schemaLocation" || name == u"noNamespaceSchemaLocation";
 }
 
 bool CXmlAttribute::IsNilAttribute() const {
-    if (m_namespaceURI.Get() != kXsiNamespaceURI && m_namespaceURI.Get() != kXmlnsNamespaceURI) return false;
-    return m_localName.Get() == u"nil";
+    if (m_names.NamespaceURI() != kXsiNamespaceURI && m_names.NamespaceURI() != kXmlnsNamespaceURI) return false;
+    return m_names.LocalName() == u"nil";
 }
 
 } // namespace KvXmlLib16

@@ -34,9 +34,14 @@ public:
     static void operator delete(void* block, CXmlNodePool* pool);
 
     CXmlElement* GetElement() const { return m_element; }
-    const std::u16string& GetLocalName() const { return m_localName.Get(); }
-    const std::u16string& GetValue() const { return m_value; }
-    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
+    const std::u16string& GetLocalName() const { return m_names.LocalName(); }
+    // Built on the first call and kept; ValueView builds nothing.
+    const std::u16string& GetValue() const;
+    std::u16string_view ValueView() const {
+        if (m_valueBits & 1) return *reinterpret_cast<const std::u16string*>(m_valueBits & ~static_cast<uintptr_t>(1));
+        return std::u16string_view(reinterpret_cast<const char16_t*>(m_valueBits), m_valueLength);
+    }
+    const std::u16string& GetNamespaceURI() const { return m_names.NamespaceURI(); }
 
     // "<element path>/p:@name": the alias stands in front of the '@'; messages quote this form.
     std::u16string GetXPath() const;
@@ -49,17 +54,19 @@ public:
 private:
     friend class CXmlElement;
     CXmlNodePool* Pool() const { return reinterpret_cast<CXmlNodePool*>(m_poolBits & ~static_cast<uintptr_t>(1)); }
-    void MarkPooledBlock() {
-        if (m_poolBits) m_poolBits |= 1;
-    }
+    void MarkPooledBlock();
+    void SetValue(std::u16string_view value);
+    void FreeValue();
 
     CXmlElement* m_element;
     // The element's pool, with the low bit set when the node's block came from it. Names are
     // interned there when it has room, else owned.
     uintptr_t m_poolBits;
-    CXmlNodeName m_localName;
-    std::u16string m_value;
-    CXmlNodeName m_namespaceURI;
+    CXmlNodeName m_names;
+    // The value: a run of m_valueLength units in a block of the pool (or the heap without one),
+    // or, low bit set, a string of the attribute's own once GetValue was asked. Null when empty.
+    mutable uintptr_t m_valueBits;
+    mutable uint32_t m_valueLength;
 };
 
 } // namespace KvXmlLib16

@@ -58,10 +58,15 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
       m_elementFilter(other.m_elementFilter),
       m_context(other.m_context),
       m_nodePool(nullptr),
-      m_aliasIndexValid(false) {}
+      m_aliasIndexValid(false) {
+    // The tree is shared now: it goes node by node, whichever document lets it go.
+    if (other.m_nodePool) other.m_nodePool->MarkUnsafe();
+}
 
 CXmlDocument& CXmlDocument::operator=(const CXmlDocument& other) {
     if (this == &other) return *this;
+    if (other.m_nodePool) other.m_nodePool->MarkUnsafe();
+    if (m_nodePool) m_nodePool->MarkUnsafe();
     m_fileOffset = other.m_fileOffset;
     m_documentElement = other.m_documentElement;
     m_elementStack = other.m_elementStack;
@@ -97,9 +102,20 @@ void CXmlDocument::Init() {
 }
 
 void CXmlDocument::Cleanup() {
-    delete m_documentElement;
+    if (m_nodePool) m_nodePool->SetTearingDown(true);
+    // A tree all in the pool goes with its slabs; any other is deleted node by node.
+    int64_t dropped = 0;
+    if (m_documentElement && m_nodePool &&
+        m_documentElement->m_poolBits == (reinterpret_cast<uintptr_t>(m_nodePool) | 1) &&
+        m_nodePool->DropTree(dropped))
+        CXmlElement::ForgetElements(dropped);
+    else
+        delete m_documentElement;
     m_documentElement = nullptr;
-    if (m_nodePool) m_nodePool->Trim();
+    if (m_nodePool) {
+        m_nodePool->Trim();
+        m_nodePool->SetTearingDown(false);
+    }
     FreeInput();
     m_elementStack.clear();
     m_aliasMap.clear();
@@ -182,8 +198,7 @@ CXmlElement* CXmlDocument::AddDocElement(const char16_t* namespaceURI, const cha
 CXmlElement* CXmlDocument::AddRootElement(std::u16string_view namespaceURI, std::u16string_view localName) {
     std::unique_ptr<CXmlElement> root(new (NodePool()) CXmlElement(this, nullptr));
     root->MarkPooledBlock();
-    root->SetNamespace(namespaceURI);
-    root->SetElementName(localName);
+    root->SetNames(localName, namespaceURI, nullptr);
     // A second root replaces the first; nothing of the old tree may stay on the stack.
     m_elementStack.clear();
     m_elementStack.push_back(OpenElement{root.get(), nullptr});
@@ -201,12 +216,25 @@ CXmlElement* CXmlDocument::AddElement(std::u16string_view namespaceURI, std::u16
     if (m_elementStack.empty()) throw CKvException(u"An element was started after the document element was closed");
     CXmlElement* parent = m_elementStack.back().element;
     CXmlElement* previous = parent->m_lastChild;
-    CXmlElement* child = parent->CreateNewChildElement();
-    // Children mostly share the parent's namespace, and often the previous sibling's name.
-    // Hints only between nodes of one pool, whose names are interned there.
+    // The children of the root come from slabs of their own, which stay when their content goes.
+    CXmlElement* child;
+    if (m_elementStack.size() == 1) {
+        CXmlNodePool* pool = NodePool();
+        pool->SetRegion(CXmlNodePool::Region_Skeleton);
+        try {
+            child = parent->CreateNewChildElement();
+        } catch (...) {
+            pool->SetRegion(CXmlNodePool::Region_Content);
+            throw;
+        }
+        pool->SetRegion(CXmlNodePool::Region_Content);
+    } else {
+        child = parent->CreateNewChildElement();
+    }
+    // Children often repeat the previous sibling's names. Hints only between nodes of one pool,
+    // whose names are interned there.
     const bool sharePool = parent->Pool() == child->Pool();
-    child->SetNamespaceHinted(namespaceURI, sharePool ? &parent->m_namespaceURI : nullptr);
-    child->SetElementNameHinted(localName, sharePool && previous ? &previous->m_localName : nullptr);
+    child->SetNames(localName, namespaceURI, sharePool && previous ? &previous->m_names : nullptr);
     m_elementStack.push_back(OpenElement{child, previous});
     return child;
 }
@@ -293,15 +321,18 @@ void CXmlDocument::AppendTextExcludingCR(CXmlElement* element, const char16_t* t
         length = terminated < UINT32_MAX ? static_cast<uint32_t>(terminated) : UINT32_MAX - 1;
     }
     uint32_t runStart = 0;
-    if (element->m_text.empty() && !element->m_sharedText) {
+    if (!element->m_textBits) {
         // The usual case: the element's whole text in one piece with no CR in it.
         const uint32_t stop = FindCROrNul(text, 0, length);
         if (stop == length) {
             if (length <= kSharedBlankLimit && IsBlank(text, length)) {
-                element->m_sharedText = CXmlNodePool::ShareText(element->Pool(), std::u16string_view(text, length));
-                if (element->m_sharedText) return;
+                if (const std::u16string* shared =
+                        CXmlNodePool::ShareText(element->Pool(), std::u16string_view(text, length))) {
+                    element->SetSharedText(shared);
+                    return;
+                }
             }
-            element->m_text.assign(text, length);
+            element->AppendText(text, length);
             return;
         }
         if (stop > 0) element->AppendText(text, stop);

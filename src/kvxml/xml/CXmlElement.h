@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,10 +45,18 @@ public:
     CXmlElement* GetParentElm() const { return m_parent; }
     CXmlElement* GetFirstElement() const { return m_firstChild; }
     CXmlElement* GetNextSiblingElement() const { return m_nextSibling; }
-    const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
-    const std::u16string& GetLocalName() const { return m_localName.Get(); }
-    const std::u16string& GetNamespaceURI() const { return m_namespaceURI.Get(); }
-    const std::u16string& GetText() const { return m_sharedText ? *m_sharedText : m_text; }
+    // The vector and the text string are built on the first call and kept: readers of the tree go
+    // through the views below, which build nothing.
+    const std::vector<CXmlAttribute*>& GetAttributes() const;
+    const std::u16string& GetLocalName() const { return m_names.LocalName(); }
+    const std::u16string& GetNamespaceURI() const { return m_names.NamespaceURI(); }
+    const std::u16string& GetText() const;
+    std::u16string_view TextView() const;
+    std::span<CXmlAttribute* const> AttributeSpan() const {
+        if (!m_attributeBits) return {};
+        if (m_attributeBits & kTagOwned) return *Vector();
+        return {Block()->Items(), Block()->count};
+    }
     // First attribute equal in name and namespace URI; an absent one gives an empty string.
     const std::u16string& GetAttribute(const char16_t* name, const char16_t* namespaceURI) const;
     std::u16string GetXPath() const;
@@ -63,7 +72,7 @@ public:
     void AppendText(const char16_t* text);
     void AppendText(const char16_t* text, size_t length);
     // Room for count more attributes, when a reader knows how many follow.
-    void ReserveAttributes(size_t count) { m_attributes.reserve(m_attributes.size() + count); }
+    void ReserveAttributes(size_t count);
     CXmlElement* CreateNewChildElement();
     // Unlinks the last child and hands it to the caller; null when there is none.
     CXmlElement* RemoveLastChildElement();
@@ -80,30 +89,53 @@ public:
 private:
     friend class CXmlDocument;
 
-    void SetElementNameHinted(std::u16string_view name, const CXmlNodeName* hint);
-    void SetNamespaceHinted(std::u16string_view namespaceURI, const CXmlNodeName* hint);
+    void SetNames(std::u16string_view localName, std::u16string_view namespaceURI, const CXmlNodeName* hint);
     friend class CXmlAttribute;
 
     // The document's pool, with the low bit set when the node's block came from it.
     CXmlNodePool* Pool() const { return reinterpret_cast<CXmlNodePool*>(m_poolBits & ~static_cast<uintptr_t>(1)); }
     // For the nodes the tree builds with new (Pool()).
-    void MarkPooledBlock() {
-        if (m_poolBits) m_poolBits |= 1;
+    void MarkPooledBlock();
+    // Elements dropped with their whole tree by the pool, without their destructors.
+    static void ForgetElements(int64_t count);
+
+    // Text: a run of units in a block of the pool (or the heap without one), untagged; a string
+    // of the element's own (kTagOwned); or blank text held once by the pool (kTagShared).
+    static constexpr uintptr_t kTagOwned = 1;
+    static constexpr uintptr_t kTagShared = 2;
+    static constexpr uintptr_t kTagMask = 3;
+    // Attributes: a block holding count, capacity and the pointers, untagged; or, once
+    // GetAttributes was asked, a vector of the element's own (kTagOwned).
+    struct AttributeBlock {
+        uint32_t count;
+        uint32_t capacity;
+        CXmlAttribute** Items() { return reinterpret_cast<CXmlAttribute**>(this + 1); }
+    };
+    AttributeBlock* Block() const { return reinterpret_cast<AttributeBlock*>(m_attributeBits); }
+    std::vector<CXmlAttribute*>* Vector() const {
+        return reinterpret_cast<std::vector<CXmlAttribute*>*>(m_attributeBits & ~kTagMask);
     }
+    void GrowAttributeBlock(size_t capacity);
+    // The attribute pointers into a vector of the element's own.
+    void MakeAttributeVector() const;
+    // Frees the children's subtrees without recursion.
+    void DeleteChildren();
+    void FreeText();
+    void FreeAttributeStore();
+    void SetSharedText(const std::u16string* text);
 
     CXmlElement* m_parent;
     CXmlElement* m_nextSibling;
     CXmlElement* m_firstChild;
     CXmlElement* m_lastChild;
-    std::vector<CXmlAttribute*> m_attributes;
-    std::u16string m_text;
-    // Set instead of m_text for text of blanks only, mostly the indentation between children:
-    // it repeats all over a document and is held once, in the pool.
-    const std::u16string* m_sharedText;
     // The pool of the document, which also holds the names when it has room (else they are owned).
     uintptr_t m_poolBits;
-    CXmlNodeName m_localName;
-    CXmlNodeName m_namespaceURI;
+    CXmlNodeName m_names;
+    mutable uintptr_t m_textBits;
+    // Length and capacity of a text run, in units.
+    mutable uint32_t m_textLength;
+    mutable uint32_t m_textCapacity;
+    mutable uintptr_t m_attributeBits;
 };
 
 } // namespace KvXmlLib16

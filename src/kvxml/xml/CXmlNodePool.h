@@ -19,8 +19,12 @@ class CXmlDocument;
 // pointing at them: loading allocates little beyond the text itself.
 //
 // A node knows whether its block came from the pool or the heap and says so when it is freed, so
-// blocks carry no header. Freed blocks go to a free list and are reused, which keeps the filter
-// path in constant memory.
+// blocks carry no header. Slabs are aligned to their largest size, so a block finds its slab by
+// its address. Each slab keeps its freed blocks for reuse, which keeps the filter path in constant
+// memory, and counts the blocks in use: a slab none of whose blocks is in use goes back to the heap
+// at once, so that memory falls as a reader releases parts of the tree.
+// Blocks come from the slab being filled. Elements directly below the document element come from
+// slabs of their own: they stay, as a skeleton, while the content below them is released.
 // The pool counts its blocks and the nodes that use its names, and outlives its document while
 // any is alive (a removed child the caller kept). Like the tree, it belongs to one thread at a time.
 class CXmlNodePool {
@@ -42,19 +46,44 @@ public:
     void Detach();
     // Returns slabs and names to the heap when nothing uses them.
     void Trim();
+    // Around the deletion of a whole tree: freed blocks are not kept for reuse, and emptied slabs
+    // are kept, up to a bound, for the next tree of the process, which then needs no fresh memory
+    // from the system. Content released while a tree lives goes back to the heap as ever.
+    void SetTearingDown(bool tearingDown) { m_tearingDown = tearingDown; }
+    // A tree whose every node and store lives in the pool, with no node outside it, goes with its
+    // slabs, without a visit to each node: false, with nothing done, when that cannot be known.
+    // Gives the number of elements gone.
+    bool DropTree(int64_t& elements);
+    // Nodes in pool blocks, counted as they are marked and freed.
+    void CountPooledNode(bool element, int delta) {
+        m_pooledNodes += static_cast<size_t>(delta);
+        if (element) m_pooledElements += delta;
+    }
+    // A node left the tree, or holds memory outside the pool: the next teardown visits every node.
+    void MarkUnsafe() { m_treeOnly = false; }
+    // Where the blocks allocated next come from; the skeleton is for the children of the root.
+    enum Region { Region_Content = 0, Region_Skeleton = 1, Region_Count = 2 };
+    void SetRegion(Region region) { m_region = region; }
+    // Diagnostics for tests: slabs held and blocks in use.
+    size_t GetSlabCount() const { return m_slabCount; }
 
     // Names of nodes: interned in the pool when there is one, else owned by the node. The pool
     // holds a bounded number of distinct names, so that a huge document of ever new names read
     // through a filter still runs in constant memory; names beyond that are owned.
-    // A hint is a name the caller expects (the parent's URI, say): equal text reuses it at once.
-    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view text, const CXmlNodeName* hint = nullptr);
+    // A hint is a name the caller expects (the previous sibling's, say): equal names reuse it at once.
+    static CXmlNodeName MakeName(CXmlNodePool* pool, std::u16string_view localName, std::u16string_view namespaceURI,
+                                 const CXmlNodeName* hint = nullptr);
     static CXmlNodeName CopyName(CXmlNodeName name);
     // Text held once for all nodes of the pool, like names; null when there is no pool or no room.
     static const std::u16string* ShareText(CXmlNodePool* pool, std::u16string_view text) {
         return pool && !text.empty() ? pool->Intern(text) : nullptr;
     }
     static void DropName(CXmlNodeName name);
-    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyString())}; }
+    static CXmlNodeName EmptyName() { return CXmlNodeName{reinterpret_cast<uintptr_t>(&EmptyPair())}; }
+    static const CXmlNodeNamePair& EmptyPair() {
+        static const CXmlNodeNamePair empty;
+        return empty;
+    }
     // A local static, ready before any static node could be built; constant-initialised (no guard)
     // where the standard library's string allows it.
     static const std::u16string& EmptyString() {
@@ -66,15 +95,31 @@ private:
     explicit CXmlNodePool(CXmlDocument* document);
     ~CXmlNodePool();
     static constexpr size_t BlockSize(size_t size) { return (size + kGranule - 1) / kGranule * kGranule; }
+    struct Slab;
     void* AllocateBlock(size_t blockSize);
     void FreeBlock(void* block, size_t blockSize);
+    // Blocks too large for a slab: from the heap, but listed, so that DropTree finds them.
+    struct LargeBlock {
+        LargeBlock* previous;
+        LargeBlock* next;
+    };
+    void* AllocateLarge(size_t size);
+    void FreeLarge(void* block);
+    // A slab able to serve the block: one with enough room freed, else a new one.
+    Slab* NextSlab(size_t blockSize);
+    Slab* NewSlab();
+    void DeleteSlab(Slab* slab);
+    void LinkReusable(Slab* slab);
+    void UnlinkReusable(Slab* slab);
     void ReleaseSlabs();
-    // Null when the pool has no room for another name.
+    // Null when the pool has no room for another text or name.
     const std::u16string* Intern(std::u16string_view text);
+    const CXmlNodeNamePair* InternName(std::u16string_view localName, std::u16string_view namespaceURI);
 
-    // Slabs grow geometrically: few of them for a large tree, and a small tree stays small.
+    // Slabs grow from small to the largest size, so a small tree stays small; every slab is
+    // aligned to the largest size.
     static constexpr size_t kFirstSlabSize = 16 * 1024;
-    static constexpr size_t kLargestSlabSize = 4 * 1024 * 1024;
+    static constexpr size_t kLargestSlabSize = 64 * 1024;
     static constexpr size_t kGranule = 8;
     static constexpr size_t kSlots = 64; // blocks up to 512 bytes come from the pool
     static constexpr size_t kMaxNames = 65536;
@@ -88,20 +133,51 @@ private:
         using is_transparent = void;
         bool operator()(std::u16string_view a, std::u16string_view b) const { return a == b; }
     };
+    struct PairKey {
+        std::u16string_view localName;
+        std::u16string_view namespaceURI;
+    };
+    struct PairHash {
+        using is_transparent = void;
+        size_t operator()(PairKey key) const {
+            const size_t local = std::hash<std::u16string_view>()(key.localName);
+            return local ^ (std::hash<std::u16string_view>()(key.namespaceURI) + 0x9E3779B97F4A7C15ull + (local << 6));
+        }
+        size_t operator()(const CXmlNodeNamePair& pair) const { return (*this)(PairKey{pair.localName, pair.namespaceURI}); }
+    };
+    struct PairEqual {
+        using is_transparent = void;
+        static PairKey Key(PairKey key) { return key; }
+        static PairKey Key(const CXmlNodeNamePair& pair) { return PairKey{pair.localName, pair.namespaceURI}; }
+        template <class A, class B>
+        bool operator()(const A& a, const B& b) const {
+            return Key(a).localName == Key(b).localName && Key(a).namespaceURI == Key(b).namespaceURI;
+        }
+    };
 
-    struct Slab;
     CXmlDocument* m_document;
-    Slab* m_slabs;
-    unsigned char* m_cursor;
-    unsigned char* m_end;
-    void* m_freeLists[kSlots];
+    // The slab being filled, per region; slabs with room freed, per region.
+    Slab* m_current[Region_Count];
+    Slab* m_reusable[Region_Count];
+    Region m_region;
+    bool m_tearingDown;
+    bool m_treeOnly;
+    Slab* m_slabs; // every slab, for DropTree
+    LargeBlock* m_largeBlocks;
+    size_t m_liveBlocks;
+    size_t m_pooledNodes;
+    int64_t m_pooledElements;
+    size_t m_slabCount;
     size_t m_references;
     size_t m_nextSlabSize;
     bool m_attached;
-    std::unordered_set<std::u16string, NameHash, NameEqual> m_names;
-    // Names asked for recently, by a cheap key: most lookups end here without hashing.
+    // Shared texts (blanks) and names.
+    std::unordered_set<std::u16string, NameHash, NameEqual> m_texts;
+    std::unordered_set<CXmlNodeNamePair, PairHash, PairEqual> m_names;
+    // Texts and names asked for recently, by a cheap key: most lookups end here without hashing.
     static constexpr size_t kRecentNames = 64;
-    const std::u16string* m_recentNames[kRecentNames];
+    const std::u16string* m_recentTexts[kRecentNames];
+    const CXmlNodeNamePair* m_recentNames[kRecentNames];
 };
 
 } // namespace KvXmlLib16
