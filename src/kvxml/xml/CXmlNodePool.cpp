@@ -1,9 +1,11 @@
 #include "kvxml/xml/CXmlNodePool.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <stdexcept>
 
 // Under AddressSanitizer (of either compiler) free and not yet handed-out pool memory is marked
 // unaddressable, so that a node used after its deletion is reported; the pool works as always.
@@ -114,8 +116,16 @@ CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
         }
     }
     if (!memory) {
-        memory = ::operator new(size, std::align_val_t(kLargestSlabSize));
+        memory = ::operator new(size);
         if (m_nextSlabSize < kLargestSlabSize) m_nextSlabSize *= 2;
+    }
+    try {
+        const auto at = std::upper_bound(m_slabIndex.begin(), m_slabIndex.end(), memory,
+                                         [](const void* a, const Slab* b) { return a < static_cast<const void*>(b); });
+        m_slabIndex.insert(at, static_cast<Slab*>(memory));
+    } catch (...) {
+        ::operator delete(memory);
+        throw;
     }
     KVXML_UNPOISON(memory, kSlabHeader);
     auto* slab = static_cast<Slab*>(memory);
@@ -139,6 +149,9 @@ CXmlNodePool::Slab* CXmlNodePool::NewSlab() {
 void CXmlNodePool::DeleteSlab(Slab* slab) {
     const size_t size = slab->Size();
     --m_slabCount;
+    const auto at = std::lower_bound(m_slabIndex.begin(), m_slabIndex.end(), slab);
+    if (at != m_slabIndex.end() && *at == slab) m_slabIndex.erase(at);
+    if (m_lastSlab == slab) m_lastSlab = nullptr;
     if (slab->previous)
         slab->previous->next = slab->next;
     else
@@ -158,7 +171,7 @@ void CXmlNodePool::DeleteSlab(Slab* slab) {
         }
     }
     KVXML_UNPOISON(slab, size);
-    ::operator delete(slab, std::align_val_t(kLargestSlabSize));
+    ::operator delete(slab);
 }
 
 void CXmlNodePool::LinkReusable(Slab* slab) {
@@ -272,8 +285,20 @@ void CXmlNodePool::FreeLarge(void* block) {
     Release();
 }
 
+CXmlNodePool::Slab* CXmlNodePool::SlabOf(const void* block) {
+    const auto* at = static_cast<const unsigned char*>(block);
+    if (m_lastSlab && at >= reinterpret_cast<const unsigned char*>(m_lastSlab) && at < m_lastSlab->end)
+        return m_lastSlab;
+    // The last slab that starts at or below the block; the block lies inside it.
+    const auto next = std::upper_bound(m_slabIndex.begin(), m_slabIndex.end(), block,
+                                       [](const void* a, const Slab* b) { return a < static_cast<const void*>(b); });
+    if (next == m_slabIndex.begin()) throw std::logic_error("a block freed into a pool that does not hold it");
+    m_lastSlab = *(next - 1);
+    return m_lastSlab;
+}
+
 void CXmlNodePool::FreeBlock(void* block, size_t blockSize) {
-    auto* slab = reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(kLargestSlabSize - 1));
+    Slab* slab = SlabOf(block);
     const size_t slot = blockSize / kGranule;
     --m_liveBlocks;
     if (--slab->liveBlocks == 0 && slab != m_current[slab->region]) {
@@ -378,8 +403,8 @@ const CXmlNodeNamePair* CXmlNodePool::InternName(std::u16string_view localName, 
     return m_recentNames[key];
 }
 
-CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view localName,
-                                    std::u16string_view namespaceURI, const CXmlNodeName* hint) {
+CXmlNodeName CXmlNodePool::MakeName(CXmlNodePool* pool, std::u16string_view localName, std::u16string_view namespaceURI,
+                                    const CXmlNodeName* hint) {
     if (localName.empty() && namespaceURI.empty()) return EmptyName();
     if (pool) {
         if (hint && !hint->IsOwned() && SameText(hint->LocalName(), localName) &&

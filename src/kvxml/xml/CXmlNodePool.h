@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
 
 #include "kvxml/xml/CXmlNodeName.h"
 
@@ -109,6 +110,8 @@ private:
     Slab* NextSlab(size_t blockSize);
     Slab* NewSlab();
     void DeleteSlab(Slab* slab);
+    // The slab that holds a block of this pool.
+    Slab* SlabOf(const void* block);
     void LinkReusable(Slab* slab);
     void UnlinkReusable(Slab* slab);
     void ReleaseSlabs();
@@ -116,8 +119,9 @@ private:
     const std::u16string* Intern(std::u16string_view text);
     const CXmlNodeNamePair* InternName(std::u16string_view localName, std::u16string_view namespaceURI);
 
-    // Slabs grow from small to the largest size, so a small tree stays small; every slab is
-    // aligned to the largest size.
+    // Slabs grow from small to the largest size, so a small tree stays small. They come from the
+    // heap as they are: aligned ones would leave holes that small allocations settle in, and the
+    // memory of slabs emptied while a tree is read into objects would then not be reused for them.
     static constexpr size_t kFirstSlabSize = 16 * 1024;
     static constexpr size_t kLargestSlabSize = 64 * 1024;
     static constexpr size_t kGranule = 8;
@@ -143,7 +147,9 @@ private:
             const size_t local = std::hash<std::u16string_view>()(key.localName);
             return local ^ (std::hash<std::u16string_view>()(key.namespaceURI) + 0x9E3779B97F4A7C15ull + (local << 6));
         }
-        size_t operator()(const CXmlNodeNamePair& pair) const { return (*this)(PairKey{pair.localName, pair.namespaceURI}); }
+        size_t operator()(const CXmlNodeNamePair& pair) const {
+            return (*this)(PairKey{pair.localName, pair.namespaceURI});
+        }
     };
     struct PairEqual {
         using is_transparent = void;
@@ -163,6 +169,10 @@ private:
     bool m_tearingDown;
     bool m_treeOnly;
     Slab* m_slabs; // every slab, for DropTree
+    // Every slab again, by address, for SlabOf; and the slab it found last, since blocks are
+    // mostly freed in the order they were handed out.
+    std::vector<Slab*> m_slabIndex;
+    Slab* m_lastSlab = nullptr;
     LargeBlock* m_largeBlocks;
     size_t m_liveBlocks;
     size_t m_pooledNodes;
