@@ -11,17 +11,21 @@ namespace {
 struct Model {
     Tables item{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Element, u"item"),
                 {StringMnd(u"a", 0), StringOpt(u"b", 1)}};
-    Tables grp{ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"Grp"),
-               {new CElementInfoSeqClsOpt(u"item", u"", 1, XmlElementType_Element, &CreateClass, 901), StringMnd(u"p", 0)}};
+    Tables grp{
+        ClassInfo(XmlElementGroupType_Seq, XmlElementType_Pseudo, u"Grp"),
+        {new CElementInfoSeqClsOpt(u"item", u"", 1, XmlElementType_Element, &CreateClass, 901), StringMnd(u"p", 0)}};
     Tables seq{ClassInfo(XmlElementGroupType_Seq),
                {StringOpt(u"x", 0), new CElementInfoSeqUntpdOpt(u"w", u"", 1, u"##any", u""),
                 new CElementInfoSeqClsMnd(u"Grp", u"", 3, XmlElementType_Pseudo, &CreateClass, 902, false),
                 new CElementInfoSeqClsCol(u"item", u"", 2, XmlElementType_Element)}};
-    Tables all{ClassInfo(XmlElementGroupType_All),
-               {new CElementInfoAllClsOpt(u"item", u"", 0, XmlElementType_Element, &CreateClass, 901), AllPrimOpt(u"x", 1),
-                new CElementInfoAllClsOpt(u"z", u"", 2, XmlElementType_Element, &CreateClass, 901)}};
+    Tables all{
+        ClassInfo(XmlElementGroupType_All),
+        {new CElementInfoAllClsOpt(u"item", u"", 0, XmlElementType_Element, &CreateClass, 901), AllPrimOpt(u"x", 1),
+         new CElementInfoAllClsOpt(u"z", u"", 2, XmlElementType_Element, &CreateClass, 901)}};
     std::vector<int64_t> live; // live elements whenever an object starts reading
-    std::function<void(CTestObject&)> count = [this](CTestObject&) { live.push_back(CXmlElement::GetLiveElementCount()); };
+    std::function<void(CTestObject&)> count = [this](CTestObject&) {
+        live.push_back(CXmlElement::GetLiveElementCount());
+    };
 
     Model() {
         Define(901, item, count);

@@ -43,10 +43,9 @@ void CAttributeInfo::InvokePropertySet(Object* object, KvVariant& value, const A
     try {
         object->AccessProperty(m_propertyIndex, false, value);
     } catch (const CKvException& e) {
-        throw CKvValidationException(
-            FormatString(u"Failed to set the property value [%s].",
-                         attribute ? std::u16string(attribute->ValueView()).c_str() : u""),
-            attribute ? attribute->GetXPath() : u"", e);
+        throw CKvValidationException(FormatString(u"Failed to set the property value [%s].",
+                                                  attribute ? std::u16string(attribute->ValueView()).c_str() : u""),
+                                     attribute ? attribute->GetXPath() : u"", e);
     }
 }
 

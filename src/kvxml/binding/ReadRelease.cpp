@@ -59,8 +59,7 @@ Scope::Scope(CXmlObjectBase* rootObject, CXmlElement* root) : m_previous(t_state
     m_state.root = root;
     m_state.next = root ? root->GetFirstElement() : nullptr;
     if (root && rootObject && UsesEngine(rootObject)) {
-        const KvXmlLib16Data::CParentElementInfo* info =
-            static_cast<CXmlGeneratedClass*>(rootObject)->GetClassInfo();
+        const KvXmlLib16Data::CParentElementInfo* info = static_cast<CXmlGeneratedClass*>(rootObject)->GetClassInfo();
         m_state.enabled = info && info->GetElementType() == XmlElementType_Element;
     }
     t_state = &m_state;
@@ -110,8 +109,8 @@ CXmlElement* ReadChild(CXmlObjectBase* object, CXmlElement* element, CXmlElement
     if (!engine && !IsLibraryReader(object)) state->enabled = false;
     // Called straight from the root object's reader, or from a collection that reader fills: a
     // class that reads a child of the root as its own element leaves nothing in it to go back to.
-    const bool ownChildOfRoot = engine && state->enabled && state->frames == 1 && element &&
-                                element != state->root && element->GetParentElm() == state->root;
+    const bool ownChildOfRoot = engine && state->enabled && state->frames == 1 && element && element != state->root &&
+                                element->GetParentElm() == state->root;
     CXmlElement* result = object->FromXml_Int(element, firstChild, context, ignoreMissingChoice);
     if (ownChildOfRoot && state->enabled) element->ReleaseContent();
     return result;

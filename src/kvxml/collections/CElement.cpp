@@ -100,8 +100,7 @@ void CElement::CopyXmlElement(const CXmlElement* element) {
     m_childElements->Clear();
     for (const CXmlAttribute* attribute : element->AttributeSpan()) {
         const std::u16string value(attribute->ValueView());
-        m_attributes->Add(attribute->GetLocalName().c_str(), value.c_str(),
-                          attribute->GetNamespaceURI().c_str());
+        m_attributes->Add(attribute->GetLocalName().c_str(), value.c_str(), attribute->GetNamespaceURI().c_str());
         // Only parsers that leave namespaces unprocessed hand a declaration over as an attribute.
         if (attribute->GetLocalName() == u"xmlns") m_defaultNamespace = value;
     }

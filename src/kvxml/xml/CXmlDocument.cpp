@@ -106,8 +106,7 @@ void CXmlDocument::Cleanup() {
     // A tree all in the pool goes with its slabs; any other is deleted node by node.
     int64_t dropped = 0;
     if (m_documentElement && m_nodePool &&
-        m_documentElement->m_poolBits == (reinterpret_cast<uintptr_t>(m_nodePool) | 1) &&
-        m_nodePool->DropTree(dropped))
+        m_documentElement->m_poolBits == (reinterpret_cast<uintptr_t>(m_nodePool) | 1) && m_nodePool->DropTree(dropped))
         CXmlElement::ForgetElements(dropped);
     else
         delete m_documentElement;
