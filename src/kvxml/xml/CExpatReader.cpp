@@ -179,6 +179,18 @@ void CExpatReader::FlushAll() {
 
 void CExpatReader::AppendPending(const char16_t* text, size_t length) {
     if (m_textStarts.empty()) return; // no open element: Expat reports no such text
+    // A leaf's text mostly comes in one piece: when nothing of the element waits, text that cannot
+    // be blank goes to the element at once, copied once. Blank text waits, so that an element whose
+    // whole text is blank still shares it; text after waiting text waits too, to keep the order.
+    if (m_pendingLength == m_textStarts.back()) {
+        const char16_t first = text[0];
+        if (first != u' ' && first != u'\n' && first != u'\t') {
+            if (CXmlElement* element = Innermost()) {
+                m_document->AppendTextExcludingCR(element, text, static_cast<uint32_t>(length));
+                return;
+            }
+        }
+    }
     if (m_pendingLength + length > kPendingLimit) {
         FlushInnermost();
         if (m_pendingLength + length > kPendingLimit) {
