@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <stdexcept>
@@ -63,6 +64,20 @@ SpareSlabs& Spares() {
     return *spares;
 }
 
+// The names and blanks of the last small pool to go, for the next pool of any thread: documents
+// read one after another mostly share their names, which are then not hashed and allocated anew.
+struct SpareNames {
+    std::mutex lock;
+    void* names = nullptr; // the set types are private to the pool: it casts them back
+    void* texts = nullptr;
+    static constexpr size_t kLimit = 256;
+};
+
+SpareNames& NameSpares() {
+    static SpareNames* spares = new SpareNames(); // never destroyed, as above
+    return *spares;
+}
+
 } // namespace
 
 CXmlNodePool::CXmlNodePool(CXmlDocument* document)
@@ -84,9 +99,35 @@ CXmlNodePool::CXmlNodePool(CXmlDocument* document)
       m_recentTexts{},
       m_recentNames{} {
     static_assert(sizeof(Slab) <= kSlabHeader, "the slab header fits its room");
+    SpareNames& spares = NameSpares();
+    std::unique_ptr<NameSet> names;
+    std::unique_ptr<TextSet> texts;
+    {
+        std::lock_guard<std::mutex> guard(spares.lock);
+        names.reset(static_cast<NameSet*>(spares.names));
+        texts.reset(static_cast<TextSet*>(spares.texts));
+        spares.names = spares.texts = nullptr;
+    }
+    if (names) m_names.swap(*names);
+    if (texts) m_texts.swap(*texts);
 }
 
-CXmlNodePool::~CXmlNodePool() { ReleaseSlabs(); }
+CXmlNodePool::~CXmlNodePool() {
+    ReleaseSlabs();
+    // No node uses the names any more; a small set waits for the next pool.
+    if (m_names.size() > SpareNames::kLimit || m_texts.size() > SpareNames::kLimit) return;
+    try {
+        auto names = std::make_unique<NameSet>(std::move(m_names));
+        auto texts = std::make_unique<TextSet>(std::move(m_texts));
+        SpareNames& spares = NameSpares();
+        std::lock_guard<std::mutex> guard(spares.lock);
+        if (spares.names) return;
+        spares.names = names.release();
+        spares.texts = texts.release();
+    } catch (...) {
+        // Not kept, then: the next pool starts empty.
+    }
+}
 
 CXmlNodePool* CXmlNodePool::Create(CXmlDocument* document) { return new CXmlNodePool(document); }
 
@@ -343,6 +384,9 @@ void CXmlNodePool::Trim() {
     m_treeOnly = true;
     ReleaseSlabs();
     m_region = Region_Content;
+    // A few names are kept for the next tree, which mostly uses them again; many are let go, so
+    // that documents of ever new names do not pile them up.
+    if (m_names.size() <= SpareNames::kLimit && m_texts.size() <= SpareNames::kLimit) return;
     for (const std::u16string*& text : m_recentTexts) text = nullptr;
     for (const CXmlNodeNamePair*& name : m_recentNames) name = nullptr;
     m_texts.clear();

@@ -182,8 +182,10 @@ private:
     size_t m_nextSlabSize;
     bool m_attached;
     // Shared texts (blanks) and names.
-    std::unordered_set<std::u16string, NameHash, NameEqual> m_texts;
-    std::unordered_set<CXmlNodeNamePair, PairHash, PairEqual> m_names;
+    using TextSet = std::unordered_set<std::u16string, NameHash, NameEqual>;
+    using NameSet = std::unordered_set<CXmlNodeNamePair, PairHash, PairEqual>;
+    TextSet m_texts;
+    NameSet m_names;
     // Texts and names asked for recently, by a cheap key: most lookups end here without hashing.
     static constexpr size_t kRecentNames = 64;
     const std::u16string* m_recentTexts[kRecentNames];
