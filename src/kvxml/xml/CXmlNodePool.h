@@ -45,7 +45,7 @@ public:
     void Release();
     // The owning document lets go; the pool goes now or with its last user.
     void Detach();
-    // Returns slabs and names to the heap when nothing uses them.
+    // Returns slabs to the heap when nothing uses them, and the names unless they are few.
     void Trim();
     // Around the deletion of a whole tree: freed blocks are not kept for reuse, and emptied slabs
     // are kept, up to a bound, for the next tree of the process, which then needs no fresh memory
