@@ -114,9 +114,11 @@ const char16_t* kNs = u"urn:example:po";
 
 CSmartPtr<Node> Convert(const CXmlElement* element) {
     CSmartPtr<Node> node(new Node(element->GetLocalName().c_str(), kNs));
-    for (const CXmlAttribute* a : element->GetAttributes())
-        node->m_attributes.push_back({a->GetLocalName(), a->GetValue()});
-    if (!element->GetFirstElement()) node->m_text = element->GetText();
+    // Through the views: the accessors that return strings would build them inside the tree,
+    // between the nodes built here, and leave those scattered once the tree is gone.
+    for (const CXmlAttribute* a : element->AttributeSpan())
+        node->m_attributes.push_back({a->GetLocalName(), std::u16string(a->ValueView())});
+    if (!element->GetFirstElement()) node->m_text = element->TextView();
     for (const CXmlElement* child = element->GetFirstElement(); child; child = child->GetNextSiblingElement())
         node->m_children.push_back(Convert(child));
     return node;
