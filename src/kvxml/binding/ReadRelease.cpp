@@ -15,6 +15,7 @@ thread_local State* t_state = nullptr;
 using ReadMember = CXmlElement* (CXmlObjectBase::*)(CXmlElement*, CXmlElement*, const CSerializationContext&, bool);
 using ReadFunction = CXmlElement* (*)(CXmlObjectBase*, CXmlElement*, CXmlElement*, const CSerializationContext&, bool);
 
+#if defined(__GNUC__) && !defined(__clang__)
 // The function that the object's FromXml_Int dispatches to (g++'s bound member extraction).
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpmf-conversions"
@@ -46,6 +47,10 @@ ReadFunction Engine() {
 }
 
 bool UsesEngine(CXmlObjectBase* object) { return ReaderOf(object) == Engine(); }
+#else
+// Without g++'s bound member extraction an override cannot be told apart: nothing is freed.
+bool UsesEngine(CXmlObjectBase*) { return false; }
+#endif
 
 // Readers of the library besides the engine: collections take items one after the other and
 // never go back, a wildcard copies its element.
