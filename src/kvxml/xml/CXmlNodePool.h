@@ -20,8 +20,8 @@ class CXmlDocument;
 // pointing at them: loading allocates little beyond the text itself.
 //
 // A node knows whether its block came from the pool or the heap and says so when it is freed, so
-// blocks carry no header. Slabs are aligned to their largest size, so a block finds its slab by
-// its address. Each slab keeps its freed blocks for reuse, which keeps the filter path in constant
+// blocks carry no header. A block finds its slab by its address, through an index of the slabs
+// sorted by address. Each slab keeps its freed blocks for reuse, which keeps the filter path in constant
 // memory, and counts the blocks in use: a slab none of whose blocks is in use goes back to the heap
 // at once, so that memory falls as a reader releases parts of the tree.
 // Blocks come from the slab being filled. Elements directly below the document element come from
