@@ -15,6 +15,7 @@
 #include "kvxml/base/CKvException.h"
 #include "kvxml/binding/CSerializationContext.h"
 #include "kvxml/output/CBinaryStream.h"
+#include "kvxml/values/CPrimitiveRestrictions.h"
 #include "kvxml/xml/CXmlDocument.h"
 #include "kvxml/xml/KvInflate.h"
 #include "support/KvTestBytes.h"
@@ -252,6 +253,58 @@ TEST(CXmlDocumentLoad, LongTextRunsComeThroughWhole) {
     document.LoadXml((u"<a>" + outer + u"<b>" + inner + u"</b>w</a>").c_str());
     EXPECT_TRUE(document.GetDocumentElement()->GetText() == outer + u"w");
     EXPECT_TRUE(document.GetDocumentElement()->GetFirstElement()->GetText() == inner);
+}
+
+// A large input is parsed in one go and given back behind the parser. Elements that stay open
+// over megabytes, one from the start and one from the middle, long non-ASCII names among them,
+// still meet their end tags, and a failure after megabytes of CR, LF and CR LF line ends names the
+// line Expat would.
+TEST(CXmlDocumentLoad, LargeInputsKeepOpenTagsAndLineNumbers) {
+    const std::u16string name = u"p:\u00FCber-" + std::u16string(300, u'n');
+    const char16_t* ends[] = {u"\n", u"\r\n", u"\r"};
+    auto items = [&](std::u16string& xml, int count) {
+        for (int i = 0; i < count; ++i) xml += u"<i n='" + Widen(std::to_string(i)) + u"'>text</i>" + ends[i % 3];
+    };
+    auto last = [](const CXmlElement* e) {
+        for (e = e->GetFirstElement(); e->GetNextSiblingElement();) e = e->GetNextSiblingElement();
+        return e;
+    };
+    std::u16string head = u"<p:root xmlns:p='urn:p'><" + name + u" a='" + std::u16string(9000, u'v') + u"'>\n";
+    items(head, 60000);
+    head += u"<p:mid>\n";
+    items(head, 60000);
+    const int line = 2 + 60000 + 1 + 60000; // where the tail starts
+    struct {
+        std::u16string tail;
+        const char* error; // null: loads
+    } cases[] = {
+        {u"</p:mid></" + name + u"></p:root>", nullptr},
+        {u"</p:mid>\n</" + name + u">\r\n<x b='1' b='2'/></p:root>", "duplicate attribute at line +2"},
+        {u"</p:mid></p:root>", "mismatched tag at line +0"},
+    };
+    for (const auto& c : cases) {
+        const std::u16string wide = head + c.tail;
+        const std::string narrow = PatternInternals::WideToUtf8(wide.c_str());
+        ASSERT_GT(narrow.size(), 2u << 20);
+        for (int form = 0; form < 2; ++form) {
+            CXmlDocument document;
+            const std::string message =
+                MessageOf([&] { form ? document.LoadXml(wide.c_str()) : document.LoadXml(narrow.c_str()); });
+            if (!c.error) {
+                ASSERT_EQ(message, "<no exception>") << form;
+                const CXmlElement* outer = document.GetDocumentElement()->GetFirstElement();
+                EXPECT_EQ(outer->GetLocalName(), name.substr(2));
+                EXPECT_EQ(outer->GetFirstElement()->GetAttribute(u"n", u""), u"0");
+                EXPECT_EQ(last(outer)->GetLocalName(), u"mid");
+                EXPECT_EQ(last(last(outer))->GetAttribute(u"n", u""), u"59999");
+                continue;
+            }
+            std::string expected = c.error;
+            const size_t plus = expected.find('+');
+            expected.replace(plus, 2, std::to_string(line + (expected[plus + 1] - '0')));
+            EXPECT_EQ(message, expected) << form;
+        }
+    }
 }
 
 // Mutated documents, narrow and wide, through every reading mode: each load either succeeds or

@@ -3,6 +3,7 @@
 // The one place that knows the operating system. Everything above talks to these calls only,
 // which behave as the Windows calls named beside them; no POSIX header is seen above this layer.
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <mutex>
@@ -92,6 +93,13 @@ KVXML_API double DiffTime64(int64_t later, int64_t earlier); // _difftime64
 KVXML_API void GetLocalTime(SYSTEMTIME* out);                // GetLocalTime
 // UTC fields of the ticks; false when the top bit of the value is set.
 KVXML_API bool FileTimeToSystemTime(const FILETIME* in, SYSTEMTIME* out); // FileTimeToSystemTime
+
+// ---- Memory pages ----
+KVXML_API size_t PageSize(); // GetSystemInfo's page size
+// Gives the whole pages inside [start, start + length) back to the system while the memory stays
+// allocated: their contents read back as zeros (VirtualAlloc with MEM_RESET, without the promise
+// to keep the old contents). Best effort: a refusal changes nothing.
+KVXML_API void DiscardPages(void* start, size_t length);
 
 // ---- Files ----
 // The file API (open for sequential read, exclusive create-and-truncate for write, size,

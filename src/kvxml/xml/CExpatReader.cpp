@@ -12,6 +12,7 @@
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
 #include "kvxml/binding/CSerializationContext.h"
+#include "kvxml/platform/KvPlatform.h"
 #include "kvxml/xml/CXmlDocument.h"
 
 static_assert(sizeof(XML_Char) == sizeof(char16_t), "the reader needs the UTF-16 build of Expat");
@@ -24,6 +25,11 @@ namespace {
 constexpr char16_t kNamespaceSeparator = u'|';
 constexpr size_t kPendingLimit = 64 * 1024;
 constexpr size_t kFeedSize = 256 * 1024;
+// A final input at least this large is released behind the parser, in steps of kReleaseStep,
+// keeping kReleaseMargin behind the current token.
+constexpr uint64_t kReleaseFrom = 1024 * 1024;
+constexpr uint64_t kReleaseStep = 1024 * 1024;
+constexpr uint64_t kReleaseMargin = 64 * 1024;
 
 inline const char16_t* Wide(const XML_Char* text) { return reinterpret_cast<const char16_t*>(text); }
 
@@ -53,6 +59,30 @@ inline void SplitName(const XML_Char* name, std::u16string_view& uri, std::u16st
     local = std::u16string_view(localStart, static_cast<size_t>(FindUnitOrEnd(localStart, 0) - localStart));
 }
 
+// Line ends before the end of the bytes as Expat counts them: CR, LF and CR LF each end a line.
+// Units are one byte unless the input is UTF-16 (its first two bytes a byte-order mark or '<'
+// with a zero byte), where neither byte of a unit can be read as a line end alone.
+size_t CountLineEnds(const unsigned char* bytes, size_t size, const unsigned char lead[2]) {
+    const bool little = (lead[0] == 0xFF && lead[1] == 0xFE) || (lead[0] == '<' && lead[1] == 0);
+    const bool big = (lead[0] == 0xFE && lead[1] == 0xFF) || (lead[0] == 0 && lead[1] == '<');
+    const size_t width = little || big ? 2 : 1;
+    auto unit = [&](size_t i) -> unsigned {
+        if (width == 1) return bytes[i];
+        return little ? bytes[i] | bytes[i + 1] << 8 : bytes[i] << 8 | bytes[i + 1];
+    };
+    size_t lines = 0;
+    for (size_t i = 0; i + width <= size; i += width) {
+        const unsigned c = unit(i);
+        if (c == u'\n') {
+            ++lines;
+        } else if (c == u'\r') {
+            ++lines;
+            if (i + 2 * width <= size && unit(i + width) == u'\n') i += width;
+        }
+    }
+    return lines;
+}
+
 } // namespace
 
 CExpatReader::CExpatReader(CXmlDocument* document)
@@ -61,7 +91,15 @@ CExpatReader::CExpatReader(CXmlDocument* document)
       m_pendingLength(0),
       m_pendingCapacity(0),
       m_bytesFed(0),
-      m_feedWhole(false) {}
+      m_feedWhole(false),
+      m_lead{0, 0},
+      m_releasing(false),
+      m_released(false),
+      m_callData(nullptr),
+      m_callStart(0),
+      m_callSize(0),
+      m_releasedTo(0),
+      m_releaseNext(0) {}
 
 CExpatReader::~CExpatReader() { FreeParser(); }
 
@@ -79,6 +117,9 @@ void CExpatReader::Initialise() {
     m_textStarts.clear();
     m_bytesFed = 0;
     m_feedWhole = false;
+    m_lead[0] = m_lead[1] = 0;
+    m_releasing = m_released = false;
+    m_openTags.clear();
     if (m_document->GetSchemaType() == SchemaType_NoNamespaces)
         m_parser = XML_ParserCreate(nullptr);
     else
@@ -99,26 +140,43 @@ void CExpatReader::ParseBuffer(bool final) {
 
 void CExpatReader::ParseBytes(const unsigned char* data, size_t size, bool final) {
     if (!m_parser) throw CKvInvalidStateException(u"The XML reader was not initialised");
-    // Expat copies what it is given into a buffer of its own before parsing it: fed whole, a large
-    // document would be held twice. Pieces of moderate size keep that buffer small and in cache.
-    // But a token longer than a piece is scanned again from its start with each new piece, and
+    // Expat copies what it is given into a buffer of its own before parsing it, and at the end of
+    // every call but the final one it walks all it has parsed again to count lines and columns.
+    // So the final input goes in as one call, and when it is large the pages of Expat's copy that
+    // lie behind the parser are handed back as it goes, so that the input is not held twice.
+    // Input that is not final goes in pieces of moderate size, which keep Expat's buffer small;
+    // but a token longer than a piece is scanned again from its start with each new piece, and
     // Expat's buffer then grows by doubling: once more than a piece waits unparsed, the rest goes
     // in at once (XML_Parse takes an int length, so larger input still goes in pieces).
     size_t remaining = data ? size : 0;
+    for (size_t i = 0; i < remaining && m_bytesFed + i < 2; ++i) m_lead[m_bytesFed + i] = data[i];
     XML_Status status;
     do {
-        const size_t limit = m_feedWhole ? static_cast<size_t>(INT_MAX) : kFeedSize;
+        const bool whole = final && remaining <= static_cast<size_t>(INT_MAX);
+        const size_t limit = m_feedWhole || whole ? static_cast<size_t>(INT_MAX) : kFeedSize;
         const int piece = static_cast<int>(remaining > limit ? limit : remaining);
         remaining -= static_cast<size_t>(piece);
         const bool last = final && remaining == 0;
+        // Lines are counted from the start of this call's bytes, so only a lone byte-order mark
+        // may have gone before.
+        const bool markOnly = m_bytesFed == 0 || (m_bytesFed == 2 && (m_lead[0] == 0xFF || m_lead[0] == 0xFE));
+        m_releasing = last && markOnly && static_cast<uint64_t>(piece) >= kReleaseFrom;
+        if (m_releasing) {
+            m_callData = data;
+            m_callStart = m_releasedTo = m_bytesFed;
+            m_callSize = static_cast<uint64_t>(piece);
+            m_releaseNext = m_bytesFed + kReleaseStep;
+            m_openTags.clear();
+        }
         status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         data += piece;
         m_bytesFed += static_cast<uint64_t>(piece);
-        if (status == XML_STATUS_OK && !m_feedWhole) {
+        if (status == XML_STATUS_OK && !m_feedWhole && !last) {
             const XML_Index parsed = XML_GetCurrentByteIndex(m_parser);
             m_feedWhole = parsed < 0 || m_bytesFed - static_cast<uint64_t>(parsed) > kFeedSize;
         }
     } while (status == XML_STATUS_OK && remaining > 0);
+    m_releasing = false;
 
     if (status == XML_STATUS_OK && !m_failure) {
         if (final) FreeParser();
@@ -136,13 +194,51 @@ void CExpatReader::ParseBytes(const unsigned char* data, size_t size, bool final
         m_failure = nullptr;
         std::rethrow_exception(failure);
     }
-    const int line = static_cast<int>(XML_GetCurrentLineNumber(m_parser));
+    const int line =
+        m_released ? LineAt(XML_GetCurrentByteIndex(m_parser)) : static_cast<int>(XML_GetCurrentLineNumber(m_parser));
     const XML_LChar* error = XML_ErrorString(XML_GetErrorCode(m_parser));
     FreeParser();
     std::u16string errorText;
     for (const XML_LChar* p = error ? error : ""; *p; ++p)
         errorText.push_back(static_cast<char16_t>(static_cast<unsigned char>(*p)));
     throw CKvException(FormatString(u"%s at line %d", errorText.c_str(), line));
+}
+
+void CExpatReader::ReleaseConsumed(uint64_t at) {
+    m_releaseNext = at + kReleaseStep;
+    if (at < m_callStart + kReleaseMargin) return;
+    const uint64_t limit = at - kReleaseMargin;
+    if (limit <= m_releasedTo) return;
+    // Expat's copy of the call's bytes is one block; the current token lies at offset there.
+    int offset = 0;
+    int size = 0;
+    const char* buffer = XML_GetInputContext(m_parser, &offset, &size);
+    if (!buffer || offset < 0 || offset > size || at - m_callStart > static_cast<uint64_t>(offset)) return;
+    const char* current = buffer + offset;
+    auto release = [&](uint64_t from, uint64_t to) {
+        if (to > from) Platform::DiscardPages(const_cast<char*>(current - (at - from)), to - from);
+    };
+    // The spans are in document order and do not overlap: at most one reaches back over the
+    // released part, and those after it opened since, so each release looks at few.
+    auto tag =
+        std::lower_bound(m_openTags.begin(), m_openTags.end(), m_releasedTo,
+                         [](const std::pair<uint64_t, uint64_t>& span, uint64_t from) { return span.second <= from; });
+    uint64_t from = m_releasedTo;
+    for (; tag != m_openTags.end() && tag->first < limit; ++tag) {
+        release(from, tag->first);
+        from = std::max(from, tag->second);
+    }
+    release(from, limit);
+    m_releasedTo = limit;
+    m_released = true;
+}
+
+int CExpatReader::LineAt(int64_t index) const {
+    uint64_t offset =
+        index > 0 && static_cast<uint64_t>(index) > m_callStart ? static_cast<uint64_t>(index) - m_callStart : 0;
+    offset = std::min(offset, m_callSize);
+    const size_t lines = CountLineEnds(m_callData, static_cast<size_t>(offset), m_lead) + 1;
+    return lines > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(lines);
 }
 
 void CExpatReader::Fail() {
@@ -225,6 +321,19 @@ void CExpatReader::StartElement(void* user, const XML_Char* name, const XML_Char
         std::u16string_view local;
         SplitName(name, uri, local);
         self->m_textStarts.push_back(self->m_pendingLength);
+        if (self->m_releasing) {
+            // Every open element has its span, so that EndElement pops the right one.
+            const XML_Index at = XML_GetCurrentByteIndex(self->m_parser);
+            if (at >= 0) {
+                const uint64_t start = static_cast<uint64_t>(at);
+                const int count = XML_GetCurrentByteCount(self->m_parser);
+                self->m_openTags.emplace_back(start, start + static_cast<uint64_t>(std::max(0, count)));
+                if (start >= self->m_releaseNext) self->ReleaseConsumed(start);
+            } else {
+                const uint64_t last = self->m_openTags.empty() ? self->m_callStart : self->m_openTags.back().first;
+                self->m_openTags.emplace_back(last, last);
+            }
+        }
         CXmlElement* element;
         try {
             element = self->m_document->AddElement(uri, local);
@@ -256,6 +365,7 @@ void CExpatReader::EndElement(void* user, const XML_Char*) {
             self->FlushInnermost();
             self->m_textStarts.pop_back();
         }
+        if (!self->m_openTags.empty()) self->m_openTags.pop_back();
         self->m_document->EndElement();
     } catch (...) {
         self->Fail();

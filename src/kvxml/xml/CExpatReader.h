@@ -4,6 +4,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kvxml/base/CInstanceMonitor.h"
@@ -47,6 +48,12 @@ private:
     // After a failure: every open element gets the text read so far.
     void FlushAll();
     CXmlElement* Innermost() const;
+    // While one final call parses a large input, hands back the pages of Expat's copy that it has
+    // read, all but those holding the start tags of open elements, whose names Expat compares
+    // with the end tags. Expat can then no longer count lines there: LineAt counts them in the
+    // caller's bytes instead.
+    void ReleaseConsumed(uint64_t at);
+    int LineAt(int64_t index) const;
 
     static void StartElement(void* user, const unsigned short* name, const unsigned short** attributes);
     static void EndElement(void* user, const unsigned short* name);
@@ -66,6 +73,18 @@ private:
     // Input handed to Expat so far, and whether it takes the rest in one piece (see ParseBuffer).
     uint64_t m_bytesFed;
     bool m_feedWhole;
+    // The first two bytes of the input, which tell how wide a line end is.
+    unsigned char m_lead[2];
+    // The final call whose input is released as it is read: its bytes and where they start.
+    bool m_releasing;
+    bool m_released;
+    const unsigned char* m_callData;
+    uint64_t m_callStart;
+    uint64_t m_callSize;
+    uint64_t m_releasedTo;
+    uint64_t m_releaseNext;
+    // Byte spans of the start tags of the open elements, outermost first.
+    std::vector<std::pair<uint64_t, uint64_t>> m_openTags;
 };
 
 } // namespace KvXmlLib16
