@@ -96,22 +96,14 @@ CDateTimeSpan CConversions::durationFromString(const std::u16string& text, White
 // ---- KvVariant ----
 
 void KvVariant::SetDuration(const CDateTimeSpan& value) {
-    auto* stored = new CDateTimeSpan(value);
-    Clear();
-    m_type = ItemType_duration;
-    m_value.span = stored;
+    Store<CDateTimeSpan>(ItemType_duration, CDateTimeSpan(value));
 }
 
 CDateTimeSpan KvVariant::GetDuration() const {
-    return m_type == ItemType_duration && m_value.span != nullptr ? *m_value.span : CDateTimeSpan();
+    return m_type == ItemType_duration && m_hasHeld ? Held<CDateTimeSpan>() : CDateTimeSpan();
 }
 
-void KvVariant::SetDateKind(ItemType kind, const CDateTime& value) {
-    auto* stored = new CDateTime(value);
-    Clear();
-    m_type = kind;
-    m_value.dt = stored;
-}
+void KvVariant::SetDateKind(ItemType kind, const CDateTime& value) { Store<CDateTime>(kind, CDateTime(value)); }
 
 CDateTime KvVariant::GetDateKind() const {
     switch (m_type) {
@@ -120,7 +112,7 @@ CDateTime KvVariant::GetDateKind() const {
     case ItemType_date:
     case ItemType_datetime:
     case ItemType_time:
-        if (m_value.dt != nullptr) return *m_value.dt;
+        if (m_hasHeld) return Held<CDateTime>();
         break;
     default: break;
     }
