@@ -99,6 +99,8 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
         parsed.FromString(u"\t" + c.text + u"\n", c.kind, W::WhitespaceRule_Collapse);
         EXPECT_EQ(parsed.GetTypeAsEnum(), c.kind);
         EXPECT_EQ(N(parsed.ToString()), N(c.text));
+        parsed.FromString(std::u16string_view(c.text), c.kind, W::WhitespaceRule_Collapse); // as a tree's text
+        EXPECT_EQ(N(parsed.ToString()), N(c.text));
     }
 }
 

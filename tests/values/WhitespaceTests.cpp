@@ -42,6 +42,7 @@ TEST(Whitespace, RulesAndInPlaceFormAgree) {
         SCOPED_TRACE(N(c.input) + " rule " + std::to_string(c.rule));
         EXPECT_EQ(N(W::ApplyRule(c.rule, c.input)), N(c.expected));
         EXPECT_EQ(N(W::ApplyRuleToView(c.rule, c.input)), N(c.expected));
+        EXPECT_EQ(W::WouldChange(c.rule, c.input), c.expected != c.input);
         std::u16string scratch;
         const std::u16string& inPlace = W::ApplyRuleInPlace(c.rule, c.input, scratch);
         EXPECT_EQ(inPlace, c.expected);

@@ -150,6 +150,16 @@ std::u16string CWhitespaceUtils::ApplyRuleToView(WhitespaceRule rule, std::u16st
     throw CKvException(u"Unknown WhitespaceRule");
 }
 
+bool CWhitespaceUtils::WouldChange(WhitespaceRule rule, std::u16string_view text) {
+    switch (rule) {
+    case WhitespaceRule_None: return false;
+    case WhitespaceRule_Preserve: return HasCarriageReturn(text);
+    case WhitespaceRule_Replace: return HasReplaceable(text);
+    case WhitespaceRule_Collapse: return HasAnyOf<kCollapsible>(text);
+    }
+    return true;
+}
+
 const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, const std::u16string& text,
                                                          std::u16string& scratch) {
     switch (rule) {

@@ -28,6 +28,8 @@ public:
     static std::u16string ApplyRule(WhitespaceRule rule, const std::u16string& text);
     // The same for text held elsewhere, such as a tree node's: the result is the only copy made.
     static std::u16string ApplyRuleToView(WhitespaceRule rule, std::u16string_view text);
+    // False when the rule leaves the text exactly as it is; true for an unknown rule.
+    static bool WouldChange(WhitespaceRule rule, std::u16string_view text);
     static bool IsWhiteSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
     // Same result as ApplyRule, but where the rule leaves the text as it is no copy is made:

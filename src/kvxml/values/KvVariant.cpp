@@ -266,12 +266,14 @@ void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespac
 }
 
 void KvVariant::FromString(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
-    // A string gets its rule applied straight into the one copy that it keeps; the scanners need
-    // a terminated copy, which the short text of most values holds without allocating.
+    // A string gets its rule applied straight into the one copy that it keeps; a date is scanned
+    // where it lies; the other scanners need a terminated copy, which the short text of most
+    // values holds without allocating.
     if (kind == ItemType_string) {
         SetString(CWhitespaceUtils::ApplyRuleToView(rule, text));
         return;
     }
+    if (ScanDateView(text, kind, rule)) return;
     FromString(std::u16string(text), kind, rule);
 }
 
