@@ -158,8 +158,8 @@ TEST(Variant, OnlyATransientVariantGivesUpItsValue) {
         std::u16string left; // what the carrier holds after the take
     };
     const TakeCase cases[] = {
-        {[](KvVariant& v) { v.SetString(u"long enough to live on the heap"); }, [](KvVariant& v) { return v.TakeString(); },
-         u"long enough to live on the heap", u""},
+        {[](KvVariant& v) { v.SetString(u"long enough to live on the heap"); },
+         [](KvVariant& v) { return v.TakeString(); }, u"long enough to live on the heap", u""},
         {[](KvVariant& v) { v.SetDecimal(CDecimal(u"-123456789.987654321")); },
          [](KvVariant& v) { return v.TakeDecimal().ToString(); }, u"-123456789.987654321", u"0"},
         {[](KvVariant& v) { v.SetInteger(CBigInteger(u"123456789012345")); },

@@ -54,7 +54,8 @@ TEST(Whitespace, RulesAndInPlaceFormAgree) {
 
 TEST(Whitespace, UnknownRuleAndBlankSet) {
     EXPECT_EQ(MessageOf([&] { W::ApplyRule(static_cast<W::WhitespaceRule>(4), u"x"); }), "Unknown WhitespaceRule");
-    EXPECT_EQ(MessageOf([&] { W::ApplyRuleToView(static_cast<W::WhitespaceRule>(4), u"x"); }), "Unknown WhitespaceRule");
+    EXPECT_EQ(MessageOf([&] { W::ApplyRuleToView(static_cast<W::WhitespaceRule>(4), u"x"); }),
+              "Unknown WhitespaceRule");
     std::u16string scratch;
     EXPECT_EQ(MessageOf([&] { W::ApplyRuleInPlace(static_cast<W::WhitespaceRule>(-1), u"x", scratch); }),
               "Unknown WhitespaceRule");

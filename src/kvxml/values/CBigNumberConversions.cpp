@@ -44,8 +44,11 @@ CBigInteger KvVariant::TakeInteger() {
 KvVariant::DecimalParts KvVariant::PartsOf(const CDecimal& value) {
     const CBigInteger::Digits& integer = value.m_integerPart.m_digits;
     const CBigInteger::Digits& fraction = value.m_fractionPart.m_digits;
-    DecimalParts parts{{}, static_cast<uint32_t>(integer.size()), value.m_fractionDivider,
-                       value.m_integerPart.m_sign, value.m_fractionPart.m_sign};
+    DecimalParts parts{{},
+                       static_cast<uint32_t>(integer.size()),
+                       value.m_fractionDivider,
+                       value.m_integerPart.m_sign,
+                       value.m_fractionPart.m_sign};
     parts.digits.reserve(integer.size() + fraction.size());
     parts.digits.append(integer).append(fraction);
     return parts;

@@ -204,8 +204,7 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_string: return m_hasHeld ? CConversions::stringToString(Held<std::u16string>()) : std::u16string();
     case ItemType_boolean: return CConversions::booleanToString(m_value.b);
     // [datetime]
-    case ItemType_duration:
-        return m_hasHeld ? CConversions::durationToString(Held<CDateTimeSpan>()) : std::u16string();
+    case ItemType_duration: return m_hasHeld ? CConversions::durationToString(Held<CDateTimeSpan>()) : std::u16string();
     case ItemType_yearMonth:
     case ItemType_monthDay:
     case ItemType_date:
@@ -216,10 +215,8 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_day: return CConversions::dayToString(m_value.ui1);
     // [datetime] end
     // [bignum]
-    case ItemType_decimal:
-        return m_hasHeld ? CConversions::decimalToString(GetDecimal(), fmt) : std::u16string();
-    case ItemType_integer:
-        return m_hasHeld ? CConversions::integerToString(Held<CBigInteger>()) : std::u16string();
+    case ItemType_decimal: return m_hasHeld ? CConversions::decimalToString(GetDecimal(), fmt) : std::u16string();
+    case ItemType_integer: return m_hasHeld ? CConversions::integerToString(Held<CBigInteger>()) : std::u16string();
     // [bignum] end
     default: ThrowInvalidToString(m_type);
     }
