@@ -71,7 +71,7 @@ CDecimal KvVariant::DecimalOf(DecimalParts&& parts) {
     parts.digits.resize(integerCount);
     value.m_integerPart = CBigInteger(parts.integerSign, std::move(parts.digits));
     value.m_fractionDivider = parts.divider;
-    parts = PartsOf(CDecimal());
+    parts = DecimalParts{CBigInteger::Digits(2, char16_t(0)), 1, 1, 1, 1}; // the parts of CDecimal()
     return value;
 }
 
