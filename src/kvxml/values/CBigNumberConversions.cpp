@@ -1,7 +1,6 @@
 // Variant accessors and text conversions of the decimal and integer kinds.
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 #include "kvxml/platform/KvPlatform.h"

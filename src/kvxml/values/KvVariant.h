@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "kvxml/base/CRefCounted.h"
 #include "kvxml/base/CSmartPtr.h"
