@@ -109,7 +109,7 @@ void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
         if (get)
             value.SetDecimal(m_price);
         else
-            m_price = value.GetDecimal();
+            m_price = value.TakeDecimal();
         return;
     case 2:
         if (get)
@@ -121,7 +121,7 @@ void CItem::AccessProperty(int32_t index, bool get, KvVariant& value) {
         if (get)
             value.SetInteger(m_qty);
         else
-            m_qty = value.GetInteger();
+            m_qty = value.TakeInteger();
         return;
     default: ThrowUnknownProperty(index);
     }

@@ -64,6 +64,8 @@ const KindCase kKinds[] = {
     {[](KvVariant& v) { v.SetDateTime(Parse(u"2001-05-01T12:00:00")); }, ItemType_datetime, u"datetime", u"2001-05-01T12:00:00"},
     {[](KvVariant& v) { v.SetTime(Parse(u"12:00:00.5")); }, ItemType_time, u"time", u"12:00:00.5"},
     {[](KvVariant& v) { v.SetDecimal(CDecimal(u"-1.25")); }, ItemType_decimal, u"decimal", u"-1.25"},
+    {[](KvVariant& v) { v.SetDecimal(CDecimal(u"-0.0000000012345678")); }, ItemType_decimal, u"decimal", u"-0.0000000012345678"},
+    {[](KvVariant& v) { v.SetDecimal(CDecimal(u"123456789012.5")); }, ItemType_decimal, u"decimal", u"123456789012.5"},
     {[](KvVariant& v) { v.SetInteger(CBigInteger(u"-123456789012345678901")); }, ItemType_integer, u"integer", u"-123456789012345678901"},
 };
 // clang-format on
@@ -84,13 +86,20 @@ TEST(Variant, EachKindSetsConvertsAndCopies) {
         KvVariant assigned;
         assigned.SetString(u"old value");
         assigned = v;
-        v.Clear(); // the copies own their values
+        copy.Clear(); // each side owns its value
+        EXPECT_EQ(N(v.ToString()), N(c.text));
+        copy = assigned;
+        v.Clear();
+        assigned.SetI4(1);
+        assigned = copy;
         EXPECT_EQ(N(copy.GetType() + u"|" + copy.ToString() + u"|" + assigned.GetType() + u"|" + assigned.ToString()),
                   N(c.typeText + u"|" + c.text + u"|" + c.typeText + u"|" + c.text));
 
         KvVariant parsed; // blanks that only the rule removes: every kind must apply it
         parsed.FromString(u"\t" + c.text + u"\n", c.kind, W::WhitespaceRule_Collapse);
         EXPECT_EQ(parsed.GetTypeAsEnum(), c.kind);
+        EXPECT_EQ(N(parsed.ToString()), N(c.text));
+        parsed.FromString(std::u16string_view(c.text), c.kind, W::WhitespaceRule_Collapse); // as a tree's text
         EXPECT_EQ(N(parsed.ToString()), N(c.text));
     }
 }
@@ -139,20 +148,41 @@ TEST(Variant, SelfAssignmentReleasesTheValue) {
     EXPECT_FALSE(v.IsValid());
 }
 
-// Only the reading engine's own carrier hands its string over; a caller's variant, or a copy of
+// Only the reading engine's own carrier hands its value over; a caller's variant, or a copy of
 // the carrier, still holds the value after a property took it.
-TEST(Variant, OnlyATransientVariantGivesUpItsString) {
-    KvVariant carrier;
-    carrier.SetString(u"long enough to live on the heap");
-    KvVariant copy(carrier);
-    carrier.SetTransient();
-    KvVariant copyOfCarrier(carrier);
-    for (KvVariant* kept : {&copy, &copyOfCarrier}) {
-        EXPECT_EQ(kept->TakeString(), u"long enough to live on the heap");
-        EXPECT_EQ(kept->GetString(), u"long enough to live on the heap");
+TEST(Variant, OnlyATransientVariantGivesUpItsValue) {
+    struct TakeCase {
+        std::function<void(KvVariant&)> set;
+        std::function<std::u16string(KvVariant&)> take;
+        std::u16string text;
+        std::u16string left; // what the carrier holds after the take
+    };
+    const TakeCase cases[] = {
+        {[](KvVariant& v) { v.SetString(u"long enough to live on the heap"); },
+         [](KvVariant& v) { return v.TakeString(); }, u"long enough to live on the heap", u""},
+        {[](KvVariant& v) { v.SetDecimal(CDecimal(u"-123456789.987654321")); },
+         [](KvVariant& v) { return v.TakeDecimal().ToString(); }, u"-123456789.987654321", u"0"},
+        {[](KvVariant& v) { v.SetInteger(CBigInteger(u"123456789012345")); },
+         [](KvVariant& v) { return v.TakeInteger().ToString(); }, u"123456789012345", u"0"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(N(c.text));
+        KvVariant carrier;
+        c.set(carrier);
+        KvVariant copy(carrier);
+        carrier.SetTransient();
+        KvVariant copyOfCarrier(carrier);
+        for (KvVariant* kept : {&copy, &copyOfCarrier}) {
+            EXPECT_EQ(N(c.take(*kept)), N(c.text));
+            EXPECT_EQ(N(kept->ToString()), N(c.text));
+        }
+        const ItemType kind = carrier.GetTypeAsEnum();
+        EXPECT_EQ(N(c.take(carrier)), N(c.text));
+        EXPECT_EQ(carrier.GetTypeAsEnum(), kind);
+        EXPECT_EQ(N(carrier.ToString()), N(c.left));
+        carrier.SetNil(); // a nil carrier gives what a getter gives
+        EXPECT_EQ(N(c.take(carrier)), N(c.left));
     }
-    EXPECT_EQ(carrier.TakeString(), u"long enough to live on the heap");
-    EXPECT_EQ(carrier.GetTypeAsEnum(), ItemType_string);
 }
 
 TEST(Variant, FromStringLeavesTheVariantOnFailure) {

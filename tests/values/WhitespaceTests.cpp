@@ -41,6 +41,8 @@ TEST(Whitespace, RulesAndInPlaceFormAgree) {
     for (const auto& c : kRuleCases) {
         SCOPED_TRACE(N(c.input) + " rule " + std::to_string(c.rule));
         EXPECT_EQ(N(W::ApplyRule(c.rule, c.input)), N(c.expected));
+        EXPECT_EQ(N(W::ApplyRuleToView(c.rule, c.input)), N(c.expected));
+        EXPECT_EQ(W::WouldChange(c.rule, c.input), c.expected != c.input);
         std::u16string scratch;
         const std::u16string& inPlace = W::ApplyRuleInPlace(c.rule, c.input, scratch);
         EXPECT_EQ(inPlace, c.expected);
@@ -52,6 +54,8 @@ TEST(Whitespace, RulesAndInPlaceFormAgree) {
 
 TEST(Whitespace, UnknownRuleAndBlankSet) {
     EXPECT_EQ(MessageOf([&] { W::ApplyRule(static_cast<W::WhitespaceRule>(4), u"x"); }), "Unknown WhitespaceRule");
+    EXPECT_EQ(MessageOf([&] { W::ApplyRuleToView(static_cast<W::WhitespaceRule>(4), u"x"); }),
+              "Unknown WhitespaceRule");
     std::u16string scratch;
     EXPECT_EQ(MessageOf([&] { W::ApplyRuleInPlace(static_cast<W::WhitespaceRule>(-1), u"x", scratch); }),
               "Unknown WhitespaceRule");

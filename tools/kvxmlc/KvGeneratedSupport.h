@@ -92,8 +92,8 @@ KVXMLC_VALUE(ItemType_time, KvXmlLib16::CDateTime, SetTime, GetTime)
 KVXMLC_VALUE(ItemType_char, char16_t, SetChar, GetChar)
 KVXMLC_VALUE(ItemType_string, std::u16string, SetString, TakeString)
 KVXMLC_VALUE(ItemType_boolean, bool, SetBoolean, GetBoolean)
-KVXMLC_VALUE(ItemType_decimal, KvXmlLib16::CDecimal, SetDecimal, GetDecimal)
-KVXMLC_VALUE(ItemType_integer, KvXmlLib16::CBigInteger, SetInteger, GetInteger)
+KVXMLC_VALUE(ItemType_decimal, KvXmlLib16::CDecimal, SetDecimal, TakeDecimal)
+KVXMLC_VALUE(ItemType_integer, KvXmlLib16::CBigInteger, SetInteger, TakeInteger)
 #undef KVXMLC_VALUE
 
 // A value that always exists. A nil or foreign variant leaves it as it was.

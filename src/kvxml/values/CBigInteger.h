@@ -115,6 +115,7 @@ protected:
 
 private:
     friend class CDecimal;
+    friend class KvVariant;
 
     bool IsZero() const { return m_digits.size() <= 1 && (m_digits.empty() || m_digits[0] == 0); }
     // Reads the digits of text[0, length) backwards from the end, stopping at the first non-digit.

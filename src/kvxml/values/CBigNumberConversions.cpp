@@ -1,6 +1,7 @@
 // Variant accessors and text conversions of the decimal and integer kinds.
 
-#include <memory>
+#include <algorithm>
+#include <utility>
 
 #include "kvxml/platform/KvPlatform.h"
 #include "kvxml/values/CBigInteger.h"
@@ -13,27 +14,64 @@ namespace KvXmlLib16 {
 
 // ---- KvVariant ----
 
-void KvVariant::SetDecimal(const CDecimal& value) {
-    // Copied before Clear, so that a value held by this variant itself survives.
-    auto stored = std::make_unique<CDecimal>(value);
-    Clear();
-    m_type = ItemType_decimal;
-    m_value.dec = stored.release();
-}
+void KvVariant::SetDecimal(const CDecimal& value) { Store<DecimalParts>(ItemType_decimal, PartsOf(value)); }
 
 CDecimal KvVariant::GetDecimal() const {
-    return m_type == ItemType_decimal && m_value.dec != nullptr ? *m_value.dec : CDecimal();
+    return m_type == ItemType_decimal && m_hasHeld ? DecimalOf(DecimalParts(Held<DecimalParts>())) : CDecimal();
 }
 
-void KvVariant::SetInteger(const CBigInteger& value) {
-    auto stored = std::make_unique<CBigInteger>(value);
-    Clear();
-    m_type = ItemType_integer;
-    m_value.big = stored.release();
+CDecimal KvVariant::TakeDecimal() {
+    if (!m_transient || m_type != ItemType_decimal || !m_hasHeld) return GetDecimal();
+    return DecimalOf(std::move(Held<DecimalParts>()));
 }
+
+void KvVariant::SetInteger(const CBigInteger& value) { StoreInteger(CBigInteger(value)); }
+
+void KvVariant::StoreInteger(CBigInteger&& value) { Store<CBigInteger>(ItemType_integer, std::move(value)); }
 
 CBigInteger KvVariant::GetInteger() const {
-    return m_type == ItemType_integer && m_value.big != nullptr ? *m_value.big : CBigInteger();
+    return m_type == ItemType_integer && m_hasHeld ? Held<CBigInteger>() : CBigInteger();
+}
+
+CBigInteger KvVariant::TakeInteger() {
+    if (!m_transient || m_type != ItemType_integer || !m_hasHeld) return GetInteger();
+    CBigInteger value(std::move(Held<CBigInteger>()));
+    Held<CBigInteger>() = CBigInteger(); // what is left must still be a number
+    return value;
+}
+
+KvVariant::DecimalParts KvVariant::PartsOf(const CDecimal& value) {
+    const CBigInteger::Digits& integer = value.m_integerPart.m_digits;
+    const CBigInteger::Digits& fraction = value.m_fractionPart.m_digits;
+    DecimalParts parts{{},
+                       static_cast<uint32_t>(integer.size()),
+                       value.m_fractionDivider,
+                       value.m_integerPart.m_sign,
+                       value.m_fractionPart.m_sign};
+    parts.digits.reserve(integer.size() + fraction.size());
+    parts.digits.append(integer).append(fraction);
+    return parts;
+}
+
+KvVariant::DecimalParts KvVariant::PartsOf(CDecimal&& value) {
+    const auto integerCount = static_cast<uint32_t>(value.m_integerPart.m_digits.size());
+    DecimalParts parts{std::move(value.m_integerPart.m_digits), integerCount, value.m_fractionDivider,
+                       value.m_integerPart.m_sign, value.m_fractionPart.m_sign};
+    parts.digits.append(value.m_fractionPart.m_digits);
+    return parts;
+}
+
+// Takes the digits over: the integer part keeps their block, the fraction part copies its few.
+// What is left of the parts is zero.
+CDecimal KvVariant::DecimalOf(DecimalParts&& parts) {
+    const size_t integerCount = std::min<size_t>(parts.integerCount, parts.digits.size());
+    CDecimal value;
+    value.m_fractionPart = CBigInteger(parts.fractionSign, CBigInteger::Digits(parts.digits, integerCount));
+    parts.digits.resize(integerCount);
+    value.m_integerPart = CBigInteger(parts.integerSign, std::move(parts.digits));
+    value.m_fractionDivider = parts.divider;
+    parts = DecimalParts{CBigInteger::Digits(2, char16_t(0)), 1, 1, 1, 1}; // the parts of CDecimal()
+    return value;
 }
 
 // ---- CConversions ----

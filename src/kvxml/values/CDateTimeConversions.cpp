@@ -38,7 +38,8 @@ namespace {
 size_t CLength(const std::u16string& text) { return std::char_traits<char16_t>::length(text.c_str()); }
 
 CDateTime ScanDateText(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    std::u16string scratch;
+    const std::u16string& applied = CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch);
     CDateTime value;
     value.ScanDate(applied.c_str(), CLength(applied));
     value.Validate();
@@ -60,7 +61,8 @@ CDateTime CConversions::monthDayFromString(const std::u16string& text, Whitespac
 }
 
 CDateTime CConversions::timeFromString(const std::u16string& text, WhitespaceRule rule) {
-    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    std::u16string scratch;
+    const std::u16string& applied = CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch);
     CDateTime value;
     value.ScanTime(applied.c_str(), CLength(applied));
     value.Validate();
@@ -68,7 +70,8 @@ CDateTime CConversions::timeFromString(const std::u16string& text, WhitespaceRul
 }
 
 CDateTime CConversions::datetimeFromString(const std::u16string& text, WhitespaceRule rule) {
-    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    std::u16string scratch;
+    const std::u16string& applied = CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch);
     CDateTime value;
     value.ParseXSDDateTime(applied.c_str());
     return value;
@@ -87,7 +90,8 @@ uint8_t CConversions::dayFromString(const std::u16string& text, WhitespaceRule r
 }
 
 CDateTimeSpan CConversions::durationFromString(const std::u16string& text, WhitespaceRule rule) {
-    const std::u16string applied = CWhitespaceUtils::ApplyRule(rule, text);
+    std::u16string scratch;
+    const std::u16string& applied = CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch);
     CDateTimeSpan value;
     value.ParseXSDDuration(applied.c_str());
     return value;
@@ -96,21 +100,26 @@ CDateTimeSpan CConversions::durationFromString(const std::u16string& text, White
 // ---- KvVariant ----
 
 void KvVariant::SetDuration(const CDateTimeSpan& value) {
-    auto* stored = new CDateTimeSpan(value);
-    Clear();
-    m_type = ItemType_duration;
-    m_value.span = stored;
+    Store<CDateTimeSpan>(ItemType_duration, CDateTimeSpan(value));
 }
 
 CDateTimeSpan KvVariant::GetDuration() const {
-    return m_type == ItemType_duration && m_value.span != nullptr ? *m_value.span : CDateTimeSpan();
+    return m_type == ItemType_duration && m_hasHeld ? Held<CDateTimeSpan>() : CDateTimeSpan();
 }
 
-void KvVariant::SetDateKind(ItemType kind, const CDateTime& value) {
-    auto* stored = new CDateTime(value);
-    Clear();
-    m_type = kind;
-    m_value.dt = stored;
+void KvVariant::SetDateKind(ItemType kind, const CDateTime& value) { Store<CDateTime>(kind, CDateTime(value)); }
+
+// Only where the text needs no change: otherwise, and for an empty text (whose message differs
+// for a null pointer), the caller takes the path through a copy.
+bool KvVariant::ScanDateView(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
+    if (kind != ItemType_date && kind != ItemType_yearMonth && kind != ItemType_monthDay) return false;
+    if (text.empty() || CWhitespaceUtils::WouldChange(rule, text)) return false;
+    text = text.substr(0, text.find(u'\0')); // read as a C string would be
+    CDateTime value;
+    value.ScanDate(text.data(), text.size());
+    value.Validate();
+    SetDateKind(kind, value);
+    return true;
 }
 
 CDateTime KvVariant::GetDateKind() const {
@@ -120,7 +129,7 @@ CDateTime KvVariant::GetDateKind() const {
     case ItemType_date:
     case ItemType_datetime:
     case ItemType_time:
-        if (m_value.dt != nullptr) return *m_value.dt;
+        if (m_hasHeld) return Held<CDateTime>();
         break;
     default: break;
     }

@@ -84,6 +84,9 @@ public:
     bool operator>=(const CDecimal& other) const { return Compare(*this, other) >= 0; }
 
 private:
+    // The variant keeps a decimal as its parts and builds it again from them.
+    friend class KvVariant;
+
     CDecimal(const CBigInteger& integerPart, const CBigInteger& fractionPart, int32_t divider);
 
     void Parse(const char16_t* text);

@@ -3,7 +3,6 @@
 #include <bit>
 #include <cstring>
 #include <initializer_list>
-#include <utility>
 
 #include "kvxml/base/CKvException.h"
 
@@ -29,7 +28,7 @@ bool IsAnyOf(char16_t c) {
 // Most values have no character as low as those of kBits at all, so four characters are tested
 // at once for one that low; only a group that has one is looked at character by character.
 template <uint64_t kBits>
-bool HasAnyOf(const std::u16string& text) {
+bool HasAnyOf(std::u16string_view text) {
     constexpr uint64_t kLanes = 0x0001000100010001ULL;
     constexpr uint64_t kHighBits = 0x8000800080008000ULL;
     constexpr uint64_t kLimit = std::bit_width(kBits); // each character of kBits is below this
@@ -49,8 +48,8 @@ bool HasAnyOf(const std::u16string& text) {
     return false;
 }
 
-bool HasReplaceable(const std::u16string& text) { return HasAnyOf<kReplaceable>(text); }
-bool HasCarriageReturn(const std::u16string& text) { return HasAnyOf<kCarriageReturn>(text); }
+bool HasReplaceable(std::u16string_view text) { return HasAnyOf<kReplaceable>(text); }
+bool HasCarriageReturn(std::u16string_view text) { return HasAnyOf<kCarriageReturn>(text); }
 
 // CR LF and lone CR become LF. Stops at the first NUL: the result is cut there anyway.
 std::u16string PreserveCore(const char16_t* p, size_t n) {
@@ -69,30 +68,17 @@ std::u16string PreserveCore(const char16_t* p, size_t n) {
     return out;
 }
 
-} // namespace
-
-std::u16string CWhitespaceUtils::Preserve(const char16_t* text, int32_t length) {
-    if (text == nullptr || length <= 0) return std::u16string();
-    return PreserveCore(text, static_cast<size_t>(length));
-}
-
-std::u16string CWhitespaceUtils::Preserve(const std::u16string& text) {
-    if (!HasCarriageReturn(text)) return text;
-    return PreserveCore(text.data(), text.size());
-}
-
-std::u16string CWhitespaceUtils::Replace(const std::u16string& text) {
-    if (!HasReplaceable(text)) return text;
+// Every blank becomes a space, CR LF one space only. Stops at the first NUL, as PreserveCore.
+std::u16string ReplaceCore(const char16_t* p, size_t n) {
     std::u16string out;
-    out.reserve(text.size());
-    const size_t n = text.size();
+    out.reserve(n);
     for (size_t i = 0; i < n; ++i) {
-        const char16_t c = text[i];
+        const char16_t c = p[i];
         if (c == 0) break;
         if (c == u'\r') {
             // CR LF gives one space, not two: kept for compatibility with existing documents.
             out.push_back(u' ');
-            if (i + 1 < n && text[i + 1] == u'\n') ++i;
+            if (i + 1 < n && p[i + 1] == u'\n') ++i;
         } else if (c == u'\t' || c == u'\n') {
             out.push_back(u' ');
         } else {
@@ -102,12 +88,13 @@ std::u16string CWhitespaceUtils::Replace(const std::u16string& text) {
     return out;
 }
 
-std::u16string CWhitespaceUtils::Collapse(const std::u16string& text) {
+std::u16string CollapseCore(const char16_t* p, size_t n) {
     std::u16string out;
-    out.reserve(text.size());
+    out.reserve(n);
     bool lastWasSpace = true; // so that leading whitespace vanishes
-    for (char16_t c : text) {
-        if (IsWhiteSpace(c)) {
+    for (size_t i = 0; i < n; ++i) {
+        const char16_t c = p[i];
+        if (CWhitespaceUtils::IsWhiteSpace(c)) {
             if (!lastWasSpace) out.push_back(u' ');
             lastWasSpace = true;
         } else {
@@ -122,10 +109,55 @@ std::u16string CWhitespaceUtils::Collapse(const std::u16string& text) {
     return out;
 }
 
+} // namespace
+
+std::u16string CWhitespaceUtils::Preserve(const char16_t* text, int32_t length) {
+    if (text == nullptr || length <= 0) return std::u16string();
+    return PreserveCore(text, static_cast<size_t>(length));
+}
+
+std::u16string CWhitespaceUtils::Preserve(const std::u16string& text) {
+    if (!HasCarriageReturn(text)) return text;
+    return PreserveCore(text.data(), text.size());
+}
+
+std::u16string CWhitespaceUtils::Replace(const std::u16string& text) {
+    if (!HasReplaceable(text)) return text;
+    return ReplaceCore(text.data(), text.size());
+}
+
+std::u16string CWhitespaceUtils::Collapse(const std::u16string& text) { return CollapseCore(text.data(), text.size()); }
+
 std::u16string CWhitespaceUtils::ApplyRule(WhitespaceRule rule, const std::u16string& text) {
-    std::u16string scratch;
-    const std::u16string& result = ApplyRuleInPlace(rule, text, scratch);
-    return &result == &text ? text : std::move(scratch);
+    return ApplyRuleToView(rule, text);
+}
+
+std::u16string CWhitespaceUtils::ApplyRuleToView(WhitespaceRule rule, std::u16string_view text) {
+    // Each rule first looks for a character it would change: most text has none and is copied once.
+    switch (rule) {
+    case WhitespaceRule_None: return std::u16string(text);
+    case WhitespaceRule_Preserve:
+        if (!HasCarriageReturn(text)) return std::u16string(text);
+        return PreserveCore(text.data(), text.size());
+    case WhitespaceRule_Replace:
+        if (!HasReplaceable(text)) return std::u16string(text);
+        return ReplaceCore(text.data(), text.size());
+    case WhitespaceRule_Collapse:
+        // Collapse changes nothing only where no blank and no NUL occurs.
+        if (!HasAnyOf<kCollapsible>(text)) return std::u16string(text);
+        return CollapseCore(text.data(), text.size());
+    }
+    throw CKvException(u"Unknown WhitespaceRule");
+}
+
+bool CWhitespaceUtils::WouldChange(WhitespaceRule rule, std::u16string_view text) {
+    switch (rule) {
+    case WhitespaceRule_None: return false;
+    case WhitespaceRule_Preserve: return HasCarriageReturn(text);
+    case WhitespaceRule_Replace: return HasReplaceable(text);
+    case WhitespaceRule_Collapse: return HasAnyOf<kCollapsible>(text);
+    }
+    return true;
 }
 
 const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, const std::u16string& text,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "kvxml/platform/KvExport.h"
 
@@ -25,6 +26,10 @@ public:
     // Runs of whitespace become one space; leading and trailing whitespace go.
     static std::u16string Collapse(const std::u16string& text);
     static std::u16string ApplyRule(WhitespaceRule rule, const std::u16string& text);
+    // The same for text held elsewhere, such as a tree node's: the result is the only copy made.
+    static std::u16string ApplyRuleToView(WhitespaceRule rule, std::u16string_view text);
+    // False when the rule leaves the text exactly as it is; true for an unknown rule.
+    static bool WouldChange(WhitespaceRule rule, std::u16string_view text);
     static bool IsWhiteSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
     // Same result as ApplyRule, but where the rule leaves the text as it is no copy is made:

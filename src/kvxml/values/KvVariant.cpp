@@ -1,6 +1,8 @@
 #include "kvxml/values/KvVariant.h"
 
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include "kvxml/base/CKvException.h"
 #include "kvxml/base/FormatString.h"
@@ -11,6 +13,9 @@
 #include "kvxml/values/CDecimal.h"
 
 namespace KvXmlLib16 {
+
+// The held values share the slot's place, so a variant stays a small thing to pass around.
+static_assert(sizeof(KvVariant) <= 64);
 
 namespace {
 
@@ -60,38 +65,51 @@ void KvVariant::Clear() {
         delete m_value.bin;
         m_value.bin = nullptr;
         break;
-    case ItemType_duration:
-        delete m_value.span;
-        m_value.span = nullptr;
-        break;
-    case ItemType_yearMonth:
-    case ItemType_monthDay:
-    case ItemType_date:
-    case ItemType_datetime:
-    case ItemType_time:
-        delete m_value.dt;
-        m_value.dt = nullptr;
-        break;
-    case ItemType_string:
-        delete m_value.str;
-        m_value.str = nullptr;
-        break;
-    case ItemType_decimal:
-        delete m_value.dec;
-        m_value.dec = nullptr;
-        break;
-    case ItemType_integer:
-        delete m_value.big;
-        m_value.big = nullptr;
-        break;
     case ItemType_xmlObject:
     case ItemType_xmlCollection:
         if (m_value.obj != nullptr) m_value.obj->Release();
         m_value.obj = nullptr;
         break;
-    default: break; // inline kinds keep their bits
+    default:
+        if (m_hasHeld) DestroyHeld();
+        break; // inline kinds keep their bits
     }
     m_type = ItemType_Invalid;
+}
+
+void KvVariant::DestroyHeld() {
+    switch (m_type) {
+    case ItemType_duration: std::destroy_at(&Held<CDateTimeSpan>()); break;
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time: std::destroy_at(&Held<CDateTime>()); break;
+    case ItemType_string: std::destroy_at(&Held<std::u16string>()); break;
+    case ItemType_decimal: std::destroy_at(&Held<DecimalParts>()); break;
+    case ItemType_integer: std::destroy_at(&Held<CBigInteger>()); break;
+    default: break;
+    }
+    m_hasHeld = false;
+    m_value.ui8 = 0; // as a released pointer would leave it
+}
+
+// Builds a copy of the other's held value; this variant already has its type and nothing held.
+void KvVariant::CopyHeld(const KvVariant& other) {
+    void* const at = m_held;
+    switch (m_type) {
+    case ItemType_duration: ::new (at) CDateTimeSpan(other.Held<CDateTimeSpan>()); break;
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time: ::new (at) CDateTime(other.Held<CDateTime>()); break;
+    case ItemType_string: ::new (at) std::u16string(other.Held<std::u16string>()); break;
+    case ItemType_decimal: ::new (at) DecimalParts(other.Held<DecimalParts>()); break;
+    case ItemType_integer: ::new (at) CBigInteger(other.Held<CBigInteger>()); break;
+    default: return;
+    }
+    m_hasHeld = true;
 }
 
 KvVariant& KvVariant::operator=(const KvVariant& other) {
@@ -124,23 +142,15 @@ KvVariant& KvVariant::operator=(const KvVariant& other) {
     case ItemType_ui8:
     case ItemType_r8: std::memcpy(&m_value, &src, 8); break;
     case ItemType_duration:
-        if (src.span != nullptr) m_value.span = new CDateTimeSpan(*src.span);
-        break;
     case ItemType_yearMonth:
     case ItemType_monthDay:
     case ItemType_date:
     case ItemType_datetime:
     case ItemType_time:
-        if (src.dt != nullptr) m_value.dt = new CDateTime(*src.dt);
-        break;
     case ItemType_string:
-        if (src.str != nullptr) m_value.str = new std::u16string(*src.str);
-        break;
     case ItemType_decimal:
-        if (src.dec != nullptr) m_value.dec = new CDecimal(*src.dec);
-        break;
     case ItemType_integer:
-        if (src.big != nullptr) m_value.big = new CBigInteger(*src.big);
+        if (other.m_hasHeld) CopyHeld(other);
         break;
     case ItemType_xmlObject:
     case ItemType_xmlCollection:
@@ -191,25 +201,22 @@ std::u16string KvVariant::ToString(const char16_t* format) const {
     case ItemType_r4: return CConversions::r4ToString(m_value.r4, fmt);
     case ItemType_r8: return CConversions::r8ToString(m_value.r8, fmt);
     case ItemType_char: return CConversions::charToString(m_value.c);
-    case ItemType_string: return m_value.str != nullptr ? CConversions::stringToString(*m_value.str) : std::u16string();
+    case ItemType_string: return m_hasHeld ? CConversions::stringToString(Held<std::u16string>()) : std::u16string();
     case ItemType_boolean: return CConversions::booleanToString(m_value.b);
     // [datetime]
-    case ItemType_duration:
-        return m_value.span != nullptr ? CConversions::durationToString(*m_value.span) : std::u16string();
+    case ItemType_duration: return m_hasHeld ? CConversions::durationToString(Held<CDateTimeSpan>()) : std::u16string();
     case ItemType_yearMonth:
     case ItemType_monthDay:
     case ItemType_date:
     case ItemType_datetime:
-    case ItemType_time: return m_value.dt != nullptr ? CConversions::dateToString(*m_value.dt) : std::u16string();
+    case ItemType_time: return m_hasHeld ? CConversions::dateToString(Held<CDateTime>()) : std::u16string();
     case ItemType_year: return CConversions::yearToString(m_value.ui2);
     case ItemType_month: return CConversions::monthToString(m_value.ui1);
     case ItemType_day: return CConversions::dayToString(m_value.ui1);
     // [datetime] end
     // [bignum]
-    case ItemType_decimal:
-        return m_value.dec != nullptr ? CConversions::decimalToString(*m_value.dec, fmt) : std::u16string();
-    case ItemType_integer:
-        return m_value.big != nullptr ? CConversions::integerToString(*m_value.big) : std::u16string();
+    case ItemType_decimal: return m_hasHeld ? CConversions::decimalToString(GetDecimal(), fmt) : std::u16string();
+    case ItemType_integer: return m_hasHeld ? CConversions::integerToString(Held<CBigInteger>()) : std::u16string();
     // [bignum] end
     default: ThrowInvalidToString(m_type);
     }
@@ -246,20 +253,24 @@ void KvVariant::FromString(const std::u16string& text, ItemType kind, CWhitespac
     case ItemType_time: SetTime(CConversions::timeFromString(text, rule)); return;
     // [datetime] end
     // [bignum]
-    case ItemType_decimal: SetDecimal(CConversions::decimalFromString(text, rule)); return;
-    case ItemType_integer: SetInteger(CConversions::integerFromString(text, rule)); return;
+    case ItemType_decimal:
+        Store<DecimalParts>(ItemType_decimal, PartsOf(CConversions::decimalFromString(text, rule)));
+        return;
+    case ItemType_integer: StoreInteger(CConversions::integerFromString(text, rule)); return;
     // [bignum] end
     default: ThrowInvalidToString(m_type);
     }
 }
 
 void KvVariant::FromString(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
-    // A string with no rule to apply is taken as it stands; the scanners need a terminated copy,
-    // which the short text of most values holds without allocating.
-    if (kind == ItemType_string && rule == CWhitespaceUtils::WhitespaceRule_None) {
-        SetString(std::u16string(text));
+    // A string gets its rule applied straight into the one copy that it keeps; a date is scanned
+    // where it lies; the other scanners need a terminated copy, which the short text of most
+    // values holds without allocating.
+    if (kind == ItemType_string) {
+        SetString(CWhitespaceUtils::ApplyRuleToView(rule, text));
         return;
     }
+    if (ScanDateView(text, kind, rule)) return;
     FromString(std::u16string(text), kind, rule);
 }
 
@@ -343,20 +354,15 @@ void KvVariant::SetBoolean(bool value) {
     m_value.b = value;
 }
 
-void KvVariant::SetString(std::u16string value) {
-    auto* stored = new std::u16string(std::move(value));
-    Clear();
-    m_type = ItemType_string;
-    m_value.str = stored;
-}
+void KvVariant::SetString(std::u16string value) { Store<std::u16string>(ItemType_string, std::move(value)); }
 
 std::u16string KvVariant::GetString() const {
-    return m_type == ItemType_string && m_value.str != nullptr ? *m_value.str : std::u16string();
+    return m_type == ItemType_string && m_hasHeld ? Held<std::u16string>() : std::u16string();
 }
 
 std::u16string KvVariant::TakeString() {
-    if (!m_transient || m_type != ItemType_string || m_value.str == nullptr) return GetString();
-    return std::move(*m_value.str);
+    if (!m_transient || m_type != ItemType_string || !m_hasHeld) return GetString();
+    return std::move(Held<std::u16string>());
 }
 
 void KvVariant::SetHexBinary(const CBinaryData& value) {

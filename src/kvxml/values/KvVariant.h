@@ -2,7 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
 
 #include "kvxml/base/CRefCounted.h"
 #include "kvxml/base/CSmartPtr.h"
@@ -21,8 +25,10 @@ class CBigInteger;
 class CDecimal;
 
 // One value of one ItemType, plus a nil flag that leaves the kind known. Numbers, calendar
-// components, characters and booleans live inline; strings, binary data and the value classes
-// are owned on the heap; objects and collections are held by one counted reference.
+// components, characters and booleans live in the slot; strings, dates, durations, decimals and
+// integers are built in a buffer inside the variant, so that setting one takes no heap block of
+// its own; binary data is owned on the heap; objects and collections are held by one counted
+// reference.
 // Getters do not test the kind: the caller knows it from its metadata.
 class KVXML_API KvVariant {
 public:
@@ -82,10 +88,13 @@ public:
     // Empty when the variant holds no string (nil, or another kind).
     std::u16string GetString() const;
     // A variant the reading engine builds only to carry one value into one property is marked
-    // transient: the property then takes the string instead of copying it. Any other variant,
-    // copies included, gives a copy and keeps its own.
+    // transient: the property then takes the string, decimal or integer instead of copying it.
+    // Any other variant, copies included, gives a copy and keeps its own. The results are those
+    // of the matching getters.
     void SetTransient() { m_transient = true; }
     std::u16string TakeString();
+    CDecimal TakeDecimal();
+    CBigInteger TakeInteger();
     void SetBoolean(bool value);
     bool GetBoolean() const { return m_value.b; }
 
@@ -97,7 +106,7 @@ public:
     CBinaryData GetBase64Binary() const;
 
     // ---- [datetime] date, time and duration kinds (13, 14, 15, 19, 20, 21) ----
-    // Setters store a heap copy that keeps the argument's own DTType. Getters return a copy;
+    // Setters store a copy that keeps the argument's own DTType. Getters return a copy;
     // without a stored value (nil, or another kind) they return an empty value.
     void SetDuration(const CDateTimeSpan& value);
     CDateTimeSpan GetDuration() const;
@@ -113,7 +122,7 @@ public:
     CDateTime GetTime() const;
     // ---- [datetime] end ----
     // ---- [bignum] decimal (25) and integer (26) kinds ----
-    // Setters store a heap copy; getters return a copy, or zero without a stored value of the kind.
+    // Setters store a copy; getters return a copy, or zero without a stored value of the kind.
     void SetDecimal(const CDecimal& value);
     CDecimal GetDecimal() const;
     void SetInteger(const CBigInteger& value);
@@ -158,22 +167,60 @@ protected:
         char16_t c;
         bool b;
         CBinaryData* bin;
-        CDateTimeSpan* span;
-        CDateTime* dt;
-        std::u16string* str;
-        CDecimal* dec;
-        CBigInteger* big;
         CRefCounted* obj;
     };
+
+    // A decimal is kept as its parts, which fit where a whole CDecimal would not: the digits of
+    // the integer part followed by those of the fraction part, and where the one ends.
+    struct DecimalParts {
+        std::u16string digits;
+        uint32_t integerCount;
+        int32_t divider;
+        int32_t integerSign;
+        int32_t fractionSign;
+    };
+    static constexpr size_t kHeldSize = 48;
 
     void SetObject(ItemType kind, CRefCounted* value);
     void SetDateKind(ItemType kind, const CDateTime& value); // [datetime]
     CDateTime GetDateKind() const;                           // [datetime]
+    bool ScanDateView(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
+    static DecimalParts PartsOf(CDecimal&& value);
+    static DecimalParts PartsOf(const CDecimal& value);
+    static CDecimal DecimalOf(DecimalParts&& parts);
+    void StoreInteger(CBigInteger&& value);
+
+    // The value built in m_held; only valid while m_hasHeld is set for a kind that keeps a T.
+    template <class T>
+    T& Held() {
+        return *std::launder(reinterpret_cast<T*>(m_held));
+    }
+    template <class T>
+    const T& Held() const {
+        return *std::launder(reinterpret_cast<const T*>(m_held));
+    }
+    // Moves an already made value in, after Clear: with the value made first, a failure leaves
+    // the variant as it was, and the moves cannot fail. T is always named by the caller.
+    template <class T>
+    void Store(ItemType kind, std::type_identity_t<T>&& value) {
+        static_assert(sizeof(T) <= kHeldSize && alignof(T) <= alignof(uint64_t));
+        Clear();
+        ::new (static_cast<void*>(m_held)) T(std::move(value));
+        m_type = kind;
+        m_hasHeld = true;
+    }
+    void CopyHeld(const KvVariant& other);
+    void DestroyHeld();
 
     bool m_isNil;
     bool m_transient = false;
+    // Set while m_held holds a built value: never for a nil variant, nor one whose copy failed.
+    bool m_hasHeld = false;
     ItemType m_type;
-    Slot m_value;
+    union {
+        Slot m_value;
+        alignas(uint64_t) unsigned char m_held[kHeldSize];
+    };
 };
 
 } // namespace KvXmlLib16
