@@ -100,6 +100,9 @@ KVXML_API size_t PageSize(); // GetSystemInfo's page size
 // allocated: their contents read back as zeros (VirtualAlloc with MEM_RESET, without the promise
 // to keep the old contents). Best effort: a refusal changes nothing.
 KVXML_API void DiscardPages(void* start, size_t length);
+// Asks the memory manager to back the range with large pages, before it is first touched: fewer
+// faults to fill it, whole pages to give back. A hint: where there are none, nothing changes.
+KVXML_API void AdviseLargePages(void* start, size_t length);
 
 // ---- Files ----
 // The file API (open for sequential read, exclusive create-and-truncate for write, size,

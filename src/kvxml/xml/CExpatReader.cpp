@@ -30,6 +30,7 @@ constexpr size_t kFeedSize = 256 * 1024;
 constexpr uint64_t kReleaseFrom = 1024 * 1024;
 constexpr uint64_t kReleaseStep = 1024 * 1024;
 constexpr uint64_t kReleaseMargin = 64 * 1024;
+constexpr uint64_t kReleaseAlign = 2 * 1024 * 1024;
 
 inline const char16_t* Wide(const XML_Char* text) { return reinterpret_cast<const char16_t*>(text); }
 
@@ -167,8 +168,19 @@ void CExpatReader::ParseBytes(const unsigned char* data, size_t size, bool final
             m_callSize = static_cast<uint64_t>(piece);
             m_releaseNext = m_bytesFed + kReleaseStep;
             m_openTags.clear();
+            // XML_Parse's own steps, with large pages asked for before the copy touches them:
+            // fewer faults while copying, and whole pages to give back.
+            void* buffer = XML_GetBuffer(m_parser, piece);
+            if (buffer) {
+                Platform::AdviseLargePages(buffer, static_cast<size_t>(piece));
+                std::memcpy(buffer, data, static_cast<size_t>(piece));
+                status = XML_ParseBuffer(m_parser, piece, XML_TRUE);
+            } else {
+                status = XML_STATUS_ERROR;
+            }
+        } else {
+            status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         }
-        status = XML_Parse(m_parser, reinterpret_cast<const char*>(data), piece, last ? XML_TRUE : XML_FALSE);
         data += piece;
         m_bytesFed += static_cast<uint64_t>(piece);
         if (status == XML_STATUS_OK && !m_feedWhole && !last) {
@@ -207,14 +219,17 @@ void CExpatReader::ParseBytes(const unsigned char* data, size_t size, bool final
 void CExpatReader::ReleaseConsumed(uint64_t at) {
     m_releaseNext = at + kReleaseStep;
     if (at < m_callStart + kReleaseMargin) return;
-    const uint64_t limit = at - kReleaseMargin;
-    if (limit <= m_releasedTo) return;
     // Expat's copy of the call's bytes is one block; the current token lies at offset there.
     int offset = 0;
     int size = 0;
     const char* buffer = XML_GetInputContext(m_parser, &offset, &size);
     if (!buffer || offset < 0 || offset > size || at - m_callStart > static_cast<uint64_t>(offset)) return;
     const char* current = buffer + offset;
+    // Released up to a boundary of the large pages, which then go whole.
+    uint64_t limit = at - kReleaseMargin;
+    const uint64_t down = reinterpret_cast<uintptr_t>(current - (at - limit)) & (kReleaseAlign - 1);
+    if (limit <= m_releasedTo || down >= limit - m_releasedTo) return;
+    limit -= down;
     auto release = [&](uint64_t from, uint64_t to) {
         if (to > from) Platform::DiscardPages(const_cast<char*>(current - (at - from)), to - from);
     };
