@@ -160,7 +160,8 @@ void CExpatReader::ParseBytes(const unsigned char* data, size_t size, bool final
         const bool last = final && remaining == 0;
         // Lines are counted from the start of this call's bytes, so only a lone byte-order mark
         // may have gone before.
-        const bool markOnly = m_bytesFed == 0 || (m_bytesFed == 2 && (m_lead[0] == 0xFF || m_lead[0] == 0xFE));
+        const bool mark = (m_lead[0] == 0xFF && m_lead[1] == 0xFE) || (m_lead[0] == 0xFE && m_lead[1] == 0xFF);
+        const bool markOnly = m_bytesFed == 0 || (m_bytesFed == 2 && mark);
         m_releasing = last && markOnly && static_cast<uint64_t>(piece) >= kReleaseFrom;
         if (m_releasing) {
             m_callData = data;
