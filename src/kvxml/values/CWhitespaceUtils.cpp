@@ -133,19 +133,13 @@ std::u16string CWhitespaceUtils::ApplyRule(WhitespaceRule rule, const std::u16st
 }
 
 std::u16string CWhitespaceUtils::ApplyRuleToView(WhitespaceRule rule, std::u16string_view text) {
-    // Each rule first looks for a character it would change: most text has none and is copied once.
+    // Most text has no character the rule would change and is copied once.
+    if (!WouldChange(rule, text)) return std::u16string(text);
     switch (rule) {
-    case WhitespaceRule_None: return std::u16string(text);
-    case WhitespaceRule_Preserve:
-        if (!HasCarriageReturn(text)) return std::u16string(text);
-        return PreserveCore(text.data(), text.size());
-    case WhitespaceRule_Replace:
-        if (!HasReplaceable(text)) return std::u16string(text);
-        return ReplaceCore(text.data(), text.size());
-    case WhitespaceRule_Collapse:
-        // Collapse changes nothing only where no blank and no NUL occurs.
-        if (!HasAnyOf<kCollapsible>(text)) return std::u16string(text);
-        return CollapseCore(text.data(), text.size());
+    case WhitespaceRule_Preserve: return PreserveCore(text.data(), text.size());
+    case WhitespaceRule_Replace: return ReplaceCore(text.data(), text.size());
+    case WhitespaceRule_Collapse: return CollapseCore(text.data(), text.size());
+    default: break;
     }
     throw CKvException(u"Unknown WhitespaceRule");
 }
@@ -155,30 +149,17 @@ bool CWhitespaceUtils::WouldChange(WhitespaceRule rule, std::u16string_view text
     case WhitespaceRule_None: return false;
     case WhitespaceRule_Preserve: return HasCarriageReturn(text);
     case WhitespaceRule_Replace: return HasReplaceable(text);
+    // Collapse changes nothing only where no blank and no NUL occurs.
     case WhitespaceRule_Collapse: return HasAnyOf<kCollapsible>(text);
     }
-    return true;
+    return true; // an unknown rule goes on to fail where it is applied
 }
 
 const std::u16string& CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, const std::u16string& text,
                                                          std::u16string& scratch) {
-    switch (rule) {
-    case WhitespaceRule_None: return text;
-    case WhitespaceRule_Preserve:
-        if (!HasCarriageReturn(text)) return text;
-        scratch = PreserveCore(text.data(), text.size());
-        return scratch;
-    case WhitespaceRule_Replace:
-        if (!HasReplaceable(text)) return text;
-        scratch = Replace(text);
-        return scratch;
-    case WhitespaceRule_Collapse:
-        // Collapse changes nothing only where no blank and no NUL occurs.
-        if (!HasAnyOf<kCollapsible>(text)) return text;
-        scratch = Collapse(text);
-        return scratch;
-    }
-    throw CKvException(u"Unknown WhitespaceRule");
+    if (!WouldChange(rule, text)) return text;
+    scratch = ApplyRuleToView(rule, text);
+    return scratch;
 }
 
 } // namespace KvXmlLib16
