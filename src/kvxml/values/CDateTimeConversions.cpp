@@ -37,13 +37,18 @@ namespace {
 // The scanners read the text as a C string, as the parsers do: it ends at the first NUL.
 size_t CLength(const std::u16string& text) { return std::char_traits<char16_t>::length(text.c_str()); }
 
-CDateTime ScanDateText(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
-    std::u16string scratch;
-    const std::u16string& applied = CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch);
+// Scans and checks a date in text read up to its first NUL, as CLength reads it.
+CDateTime ScanValidDate(std::u16string_view text) {
+    text = text.substr(0, text.find(u'\0'));
     CDateTime value;
-    value.ScanDate(applied.c_str(), CLength(applied));
+    value.ScanDate(text.data(), text.size());
     value.Validate();
     return value;
+}
+
+CDateTime ScanDateText(const std::u16string& text, CWhitespaceUtils::WhitespaceRule rule) {
+    std::u16string scratch;
+    return ScanValidDate(CWhitespaceUtils::ApplyRuleInPlace(rule, text, scratch));
 }
 
 } // namespace
@@ -114,11 +119,7 @@ void KvVariant::SetDateKind(ItemType kind, const CDateTime& value) { Store<CDate
 bool KvVariant::ScanDateView(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
     if (kind != ItemType_date && kind != ItemType_yearMonth && kind != ItemType_monthDay) return false;
     if (text.empty() || CWhitespaceUtils::WouldChange(rule, text)) return false;
-    text = text.substr(0, text.find(u'\0')); // read as a C string would be
-    CDateTime value;
-    value.ScanDate(text.data(), text.size());
-    value.Validate();
-    SetDateKind(kind, value);
+    SetDateKind(kind, ScanValidDate(text));
     return true;
 }
 
