@@ -1,11 +1,13 @@
 #include <cmath>
 #include <functional>
+#include <random>
 #include <string>
 
 #include "values/ValuesTestUtil.h"
 #include "support/CountedProbe.h"
 #include "kvxml/binding/CXmlObjectBase.h"
 #include "kvxml/values/CBigInteger.h"
+#include "kvxml/values/CConversions.h"
 #include "kvxml/values/CDateTime.h"
 #include "kvxml/values/CDateTimeSpan.h"
 #include "kvxml/values/CDecimal.h"
@@ -182,6 +184,38 @@ TEST(Variant, OnlyATransientVariantGivesUpItsValue) {
         EXPECT_EQ(N(carrier.ToString()), N(c.left));
         carrier.SetNil(); // a nil carrier gives what a getter gives
         EXPECT_EQ(N(c.take(carrier)), N(c.left));
+    }
+}
+
+// A number read from a view of the tree's text, which takes a shortcut for plain ones, ends as the
+// same value, signs of zero parts and divider included, as the full parser makes of the same text.
+TEST(Variant, NumbersFromAViewAreWhatTheParserMakes) {
+    auto same = [](const CBigInteger& a, const CBigInteger& b) { return a == b && !(a < b) && !(b < a); };
+    auto check = [&](const std::u16string& text) {
+        SCOPED_TRACE(N(text));
+        for (W::WhitespaceRule rule : {W::WhitespaceRule_None, W::WhitespaceRule_Collapse}) {
+            KvVariant v;
+            v.FromString(std::u16string_view(text), ItemType_decimal, rule);
+            const CDecimal got = v.GetDecimal(), want = CConversions::decimalFromString(text, rule);
+            EXPECT_TRUE(same(got.GetIntegerPart(), want.GetIntegerPart()));
+            EXPECT_TRUE(same(got.GetFractionPart(), want.GetFractionPart()));
+            EXPECT_EQ(got.GetFractionDivider(), want.GetFractionDivider());
+            if (text.find(u'.') != std::u16string::npos) continue;
+            v.FromString(std::u16string_view(text), ItemType_integer, rule);
+            EXPECT_TRUE(same(v.GetInteger(), CConversions::integerFromString(text, rule)));
+        }
+    };
+    for (const char16_t* text : {u"0", u"-0", u"007", u"-0.0", u"-0.00", u"-5.", u"5.0", u"-.5", u".050", u"-0.000100",
+                                 u"12345678901234567890123456789012345678901", u"1.1234567890123456789012345678901",
+                                 u"1.12345678901234567890123456789", u"-12.5000", u"511.43"})
+        check(text);
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::u16string text = random() % 4 ? u"" : u"-";
+        for (int n = random() % 6; n > 0; --n) text += char16_t(u'0' + random() % (random() % 2 ? 2 : 10));
+        if (random() % 2) text += u'.';
+        for (int n = random() % 6; n > 0; --n) text += char16_t(u'0' + random() % (random() % 2 ? 2 : 10));
+        check(text);
     }
 }
 

@@ -74,6 +74,63 @@ CDecimal KvVariant::DecimalOf(DecimalParts&& parts) {
     return value;
 }
 
+namespace {
+
+// The digits of text[0, n) as a number keeps them: least significant first, high zeros dropped
+// (one zero left for a zero or for no digits at all).
+void DigitsOf(const char16_t* text, size_t n, std::u16string& out) {
+    size_t first = 0;
+    while (first + 1 < n && text[first] == u'0') ++first;
+    if (n == 0) {
+        out.push_back(0);
+        return;
+    }
+    for (size_t i = n; i-- > first;) out.push_back(char16_t(text[i] - u'0'));
+}
+
+} // namespace
+
+// Most numbers in documents are plain: an optional minus, digits, for a decimal a point and more
+// digits, nothing that a whitespace rule would change. Those are built here in one pass, with the
+// result that the full parser gives; anything else (blanks, plus signs, exponents, long numbers,
+// errors) is left to it.
+bool KvVariant::ScanPlainNumber(std::u16string_view text, ItemType kind) {
+    constexpr size_t kMaxDigits = 40; // well inside every digit limit, so none needs checking
+    if (kind != ItemType_decimal && kind != ItemType_integer) return false;
+    const bool negative = !text.empty() && text[0] == u'-';
+    const char16_t* p = text.data() + (negative ? 1 : 0);
+    const size_t n = text.size() - (negative ? 1 : 0);
+    if (n == 0 || n > kMaxDigits + 1) return false;
+    size_t point = n;
+    for (size_t i = 0; i < n; ++i) {
+        if (p[i] >= u'0' && p[i] <= u'9') continue;
+        if (p[i] != u'.' || kind != ItemType_decimal || point != n) return false;
+        point = i;
+    }
+    const int32_t sign = negative ? -1 : 1;
+    if (kind == ItemType_integer) {
+        std::u16string digits;
+        DigitsOf(p, n, digits);
+        StoreInteger(CBigInteger(sign, std::move(digits)));
+        return true;
+    }
+    const size_t fractionCount = point < n ? n - point - 1 : 0;
+    if (point == 0 && fractionCount == 0) return false; // "." or "-.": no digit at all
+    // The fraction as its value is kept: trailing zeros go, the divider shrinking with them; a zero
+    // fraction is a plain zero with divider 1, whose sign stays negative only where no zero was dropped.
+    size_t kept = fractionCount;
+    while (kept > 0 && p[point + kept] == u'0') --kept;
+    const int32_t divider = kept > 0 ? int32_t(kept) : 1;
+    if (divider > CDecimal::GetMaxDecimalPlaces()) return false; // cut to the limit by the parser
+    DecimalParts parts{{}, 0, divider, sign, negative && (kept > 0 || fractionCount <= 1) ? -1 : 1};
+    parts.digits.reserve(point + (kept > 0 ? kept : 1));
+    DigitsOf(p, point, parts.digits);
+    parts.integerCount = static_cast<uint32_t>(parts.digits.size());
+    DigitsOf(p + point + 1, kept, parts.digits);
+    Store<DecimalParts>(ItemType_decimal, std::move(parts));
+    return true;
+}
+
 // ---- CConversions ----
 
 std::u16string CConversions::integerToString(const CBigInteger& value) { return value.ToString(); }
