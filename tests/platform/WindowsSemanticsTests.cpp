@@ -140,6 +140,17 @@ TEST(WindowsSemantics, TimeConversionsRoundTrip) {
                   std::tuple(i.year, i.month, i.day, i.hour, i.minute, i.second, i.wday, i.yday, 0));
         EXPECT_EQ(MkGmTime64(&t), i.seconds);
     }
+    for (int64_t s = 0; s <= kLastSecond; s += 9876543) { // every field as the C library has it
+        std::tm ours{};
+        const time_t t = static_cast<time_t>(s);
+        ASSERT_TRUE(GmTime64(s, &ours));
+        const std::tm theirs = *std::gmtime(&t);
+        ASSERT_EQ(std::tuple(ours.tm_year, ours.tm_mon, ours.tm_mday, ours.tm_hour, ours.tm_min, ours.tm_sec,
+                             ours.tm_wday, ours.tm_yday, ours.tm_isdst),
+                  std::tuple(theirs.tm_year, theirs.tm_mon, theirs.tm_mday, theirs.tm_hour, theirs.tm_min,
+                             theirs.tm_sec, theirs.tm_wday, theirs.tm_yday, theirs.tm_isdst))
+            << s;
+    }
     KvTest::ZoneScope zone(kCentralEurope);
     for (int64_t s = 7200; s < kLastSecond - 7200; s += 7777777) {
         std::tm local{};
