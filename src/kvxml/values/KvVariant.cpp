@@ -270,7 +270,9 @@ void KvVariant::FromString(std::u16string_view text, ItemType kind, CWhitespaceU
         SetString(CWhitespaceUtils::ApplyRuleToView(rule, text));
         return;
     }
-    if (ScanDateView(text, kind, rule) || (rule <= CWhitespaceUtils::WhitespaceRule_Collapse && ScanPlainNumber(text, kind))) return;
+    if (ScanDateView(text, kind, rule) ||
+        (rule <= CWhitespaceUtils::WhitespaceRule_Collapse && ScanPlainNumber(text, kind)))
+        return;
     FromString(std::u16string(text), kind, rule);
 }
 
