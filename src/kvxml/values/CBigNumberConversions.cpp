@@ -116,8 +116,9 @@ bool KvVariant::ScanPlainNumber(std::u16string_view text, ItemType kind) {
     }
     const size_t fractionCount = point < n ? n - point - 1 : 0;
     if (point == 0 && fractionCount == 0) return false; // "." or "-.": no digit at all
-    // The fraction as its value is kept: trailing zeros go, the divider shrinking with them; a zero
-    // fraction is a plain zero with divider 1, whose sign stays negative only where no zero was dropped.
+    // The fraction as its value is kept: trailing zeros go, the divider shrinking with them. A zero
+    // fraction is a plain zero with divider 1; it keeps the minus only where the text had at most
+    // one fraction digit, so that the divider was 1 to begin with.
     size_t kept = fractionCount;
     while (kept > 0 && p[point + kept] == u'0') --kept;
     const int32_t divider = kept > 0 ? int32_t(kept) : 1;

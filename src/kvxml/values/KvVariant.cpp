@@ -271,7 +271,8 @@ void KvVariant::FromString(std::u16string_view text, ItemType kind, CWhitespaceU
         return;
     }
     if (ScanDateView(text, kind, rule) ||
-        (rule <= CWhitespaceUtils::WhitespaceRule_Collapse && ScanPlainNumber(text, kind)))
+        (rule >= CWhitespaceUtils::WhitespaceRule_None && rule <= CWhitespaceUtils::WhitespaceRule_Collapse &&
+         ScanPlainNumber(text, kind)))
         return;
     FromString(std::u16string(text), kind, rule);
 }
