@@ -91,13 +91,11 @@ bool GmTime64(int64_t seconds, std::tm* out) {
     }
     // Worked out here rather than by gmtime_r, which takes the C library's time-zone lock for a
     // conversion that needs no zone: every date that is read or assigned comes through here.
-    static constexpr int kDaysBeforeMonth[12] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
     const int64_t days = seconds / kSecondsPerDay;
     const int64_t second = seconds % kSecondsPerDay;
     int64_t year;
     unsigned month, day;
     CivilFromDays(days, &year, &month, &day);
-    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
     *out = std::tm{};
     out->tm_sec = int(second % 60);
     out->tm_min = int(second / 60 % 60);
@@ -106,7 +104,10 @@ bool GmTime64(int64_t seconds, std::tm* out) {
     out->tm_mon = int(month) - 1;
     out->tm_year = int(year - 1900);
     out->tm_wday = int((days + 4) % 7); // 1970-01-01 was a Thursday
-    out->tm_yday = kDaysBeforeMonth[month - 1] + int(day) - 1 + (leap && month > 2 ? 1 : 0);
+    std::tm january{};
+    january.tm_year = out->tm_year;
+    january.tm_mday = 1;
+    out->tm_yday = int(days - SecondsOfUtcFields(january) / kSecondsPerDay);
 #if defined(__GLIBC__)
     out->tm_zone = "GMT"; // as gmtime_r leaves it
 #endif

@@ -74,23 +74,6 @@ CDecimal KvVariant::DecimalOf(DecimalParts&& parts) {
     return value;
 }
 
-namespace {
-
-// Writes the digits of text[0, n) as a number keeps them: least significant first, high zeros
-// dropped (one zero left for a zero or for no digits at all). Returns how many were written.
-size_t DigitsOf(const char16_t* text, size_t n, char16_t* out) {
-    if (n == 0) {
-        out[0] = 0;
-        return 1;
-    }
-    size_t first = 0;
-    while (first + 1 < n && text[first] == u'0') ++first;
-    for (size_t i = n; i-- > first;) *out++ = char16_t(text[i] - u'0');
-    return n - first;
-}
-
-} // namespace
-
 // Most numbers in documents are plain: an optional minus, digits, for a decimal a point and more
 // digits, nothing that a whitespace rule would change. Those are built here in one pass, with the
 // result that the full parser gives; anything else (blanks, plus signs, exponents, long numbers,
@@ -109,9 +92,10 @@ bool KvVariant::ScanPlainNumber(std::u16string_view text, ItemType kind) {
         point = i;
     }
     const int32_t sign = negative ? -1 : 1;
-    char16_t digits[kMaxDigits + 2]; // every digit of the text, and a zero for each empty part
     if (kind == ItemType_integer) {
-        StoreInteger(CBigInteger(sign, std::u16string(digits, DigitsOf(p, n, digits))));
+        CBigInteger value(sign, CBigInteger::Digits());
+        CBigInteger::BuildFromText(p, n, value.m_digits);
+        StoreInteger(std::move(value));
         return true;
     }
     const size_t fractionCount = point < n ? n - point - 1 : 0;
@@ -123,10 +107,12 @@ bool KvVariant::ScanPlainNumber(std::u16string_view text, ItemType kind) {
     while (kept > 0 && p[point + kept] == u'0') --kept;
     const int32_t divider = kept > 0 ? int32_t(kept) : 1;
     if (divider > CDecimal::GetMaxDecimalPlaces()) return false; // cut to the limit by the parser
-    const size_t integerCount = DigitsOf(p, point, digits);
-    const size_t count = integerCount + DigitsOf(p + point + 1, kept, digits + integerCount);
-    DecimalParts parts{std::u16string(digits, count), static_cast<uint32_t>(integerCount), divider, sign,
-                       negative && (kept > 0 || fractionCount <= 1) ? -1 : 1};
+    DecimalParts parts{{}, 0, divider, sign, negative && (kept > 0 || fractionCount <= 1) ? -1 : 1};
+    CBigInteger::BuildFromText(p, point, parts.digits);
+    parts.integerCount = static_cast<uint32_t>(parts.digits.size());
+    CBigInteger::Digits fraction;
+    CBigInteger::BuildFromText(p + point + 1, kept, fraction);
+    parts.digits += fraction;
     Store<DecimalParts>(ItemType_decimal, std::move(parts));
     return true;
 }
