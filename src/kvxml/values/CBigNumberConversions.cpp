@@ -75,12 +75,13 @@ CDecimal KvVariant::DecimalOf(DecimalParts&& parts) {
 }
 
 // Most numbers in documents are plain: an optional minus, digits, for a decimal a point and more
-// digits, nothing that a whitespace rule would change. Those are built here in one pass, with the
-// result that the full parser gives; anything else (blanks, plus signs, exponents, long numbers,
-// errors) is left to it.
-bool KvVariant::ScanPlainNumber(std::u16string_view text, ItemType kind) {
+// digits, nothing that a known whitespace rule would change. Those are built here in one pass, with
+// the result that the full parser gives; anything else (blanks, plus signs, exponents, long numbers,
+// an unknown rule, errors) is left to it.
+bool KvVariant::ScanPlainNumber(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule) {
     constexpr size_t kMaxDigits = 40; // well inside every digit limit, so none needs checking
     if (kind != ItemType_decimal && kind != ItemType_integer) return false;
+    if (rule < CWhitespaceUtils::WhitespaceRule_None || rule > CWhitespaceUtils::WhitespaceRule_Collapse) return false;
     const bool negative = !text.empty() && text[0] == u'-';
     const char16_t* p = text.data() + (negative ? 1 : 0);
     const size_t n = text.size() - (negative ? 1 : 0);

@@ -270,10 +270,7 @@ void KvVariant::FromString(std::u16string_view text, ItemType kind, CWhitespaceU
         SetString(CWhitespaceUtils::ApplyRuleToView(rule, text));
         return;
     }
-    if (ScanDateView(text, kind, rule) ||
-        (rule >= CWhitespaceUtils::WhitespaceRule_None && rule <= CWhitespaceUtils::WhitespaceRule_Collapse &&
-         ScanPlainNumber(text, kind)))
-        return;
+    if (ScanDateView(text, kind, rule) || ScanPlainNumber(text, kind, rule)) return;
     FromString(std::u16string(text), kind, rule);
 }
 

@@ -185,7 +185,7 @@ protected:
     void SetDateKind(ItemType kind, const CDateTime& value); // [datetime]
     CDateTime GetDateKind() const;                           // [datetime]
     bool ScanDateView(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
-    bool ScanPlainNumber(std::u16string_view text, ItemType kind);
+    bool ScanPlainNumber(std::u16string_view text, ItemType kind, CWhitespaceUtils::WhitespaceRule rule);
     static DecimalParts PartsOf(CDecimal&& value);
     static DecimalParts PartsOf(const CDecimal& value);
     static CDecimal DecimalOf(DecimalParts&& parts);
